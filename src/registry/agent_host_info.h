@@ -1,0 +1,48 @@
+#pragma once
+// The ordered registry of known agents (colAgents), kept in ascending order of the
+// lower-cased host name. Positions are 1-based. Read operations hand out the stored
+// message objects themselves, not copies.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/types.h"
+
+namespace launchagent {
+
+class Agent;
+class clsAgentInfo;
+class clsMsgHostInfo;
+
+class AgentHostInfo {
+ public:
+  explicit AgentHostInfo(Agent& agent);
+  ~AgentHostInfo();
+
+  Long SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long& lngLow, Long& lngHigh);
+  Long SearchAgentByName(const std::string& sHostName, Long& lngLow, Long& lngHigh);
+  Long FindAgentIndex(const std::string& sHostName);
+  Long InsertAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long lngLow, Long lngHigh);
+  Long RegisterAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg);
+  Long UpdateAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg);
+  Long GetAgentCount() const;
+  bool GetAgentHostInfo(Long lngIndex, std::shared_ptr<clsMsgHostInfo>& objOut);
+  bool GetAgentHostInfoByName(const std::string& sHostName,
+                              std::shared_ptr<clsMsgHostInfo>& objOut);
+  bool GetAgentPort(const std::string& sHostName, Integer& nPort, Long& lngIndex);
+  bool SetAgentPort(const std::string& sHostName, Integer nPort);
+  bool GetAgentSocketIndex(const std::string& sHostName, Long& lngSocketIndex, Long& lngIndex);
+  bool SetAgentSocketIndex(const std::string& sHostName, Long lngSocketIndex);
+  bool GetAgentConnectTrials(const std::string& sHostName, Integer& nTrials);
+  bool SetAgentConnectTrials(const std::string& sHostName, Long lngTrials);
+  void LogAgentSites();
+
+  // The record at a 1-based position, or nullptr.
+  std::shared_ptr<clsAgentInfo> GetAgentRecord(Long lngIndex) const;
+
+ private:
+  Agent& agent_;
+  std::vector<std::shared_ptr<clsAgentInfo>> colAgents_;  // colAgents, position i at [i - 1]
+};
+
+}  // namespace launchagent
