@@ -90,8 +90,12 @@ void ListBox::AddItem(std::string s) {
 bool ListBox::RemoveItem(Integer nIndex) {
   if (nIndex < 0 || nIndex >= ListCount()) return false;
   items_.erase(items_.begin() + nIndex);
-  if (nListIndex_ >= ListCount()) nListIndex_ = static_cast<Integer>(ListCount() - 1);
-  if (nListIndex_ == nIndex && !bMultiSelect_) nListIndex_ = -1;
+  // The removed entry loses the focus; entries after it move up by one.
+  if (nListIndex_ == nIndex) {
+    nListIndex_ = -1;
+  } else if (nListIndex_ > nIndex) {
+    --nListIndex_;
+  }
   Changed();
   return true;
 }
