@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "agent/agent.h"
 #include "launcher/launcher.h"
 
@@ -18,8 +20,10 @@ void Launcher::Pause(Long lngSeconds) {
   for (;;) {
     const Single sglNow = static_cast<Single>(p.clock.SecondsSinceMidnight());
     if (!(sglNow < sglEnd)) break;
-    // Sleeps in the event loop until the next event or the deadline: never spins.
-    p.loop.WaitForEvents(static_cast<double>(sglEnd - sglNow));
+    // Sleeps in the event loop until the next event or the deadline, never spins; and
+    // never past midnight, where the clock starts again and the pause ends.
+    const double dUntilMidnight = 86400.0 - p.clock.SecondsSinceMidnight() + 0.001;
+    p.loop.WaitForEvents(std::min(static_cast<double>(sglEnd - sglNow), dUntilMidnight));
     // Past midnight the clock starts again from zero: the pause ends there.
     if (static_cast<Single>(p.clock.SecondsSinceMidnight()) + static_cast<Single>(lngSeconds) <
         sglStart)

@@ -3,6 +3,7 @@
 #include "agent/agent.h"
 #include "launcher/launcher.h"
 #include "registry/check_in_verification.h"
+#include "setup/frm_agent_setup.h"
 
 namespace launchagent {
 
