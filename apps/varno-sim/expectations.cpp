@@ -1,0 +1,109 @@
+#include "expectations.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace launchagent::scenario {
+
+namespace {
+
+bool EqualNoCase(const std::string& a, const std::string& b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) ==
+                  std::tolower(static_cast<unsigned char>(y));
+         });
+}
+
+std::string Window(const Expectation& e) {
+  if (e.from == 0 && e.to == kEndOfRun) return "during the run";
+  if (e.from == 0) return "up to " + FormatTime(e.to);
+  if (e.to == kEndOfRun) return "from " + FormatTime(e.from);
+  return "between " + FormatTime(e.from) + " and " + FormatTime(e.to);
+}
+
+std::string Show(const TranscriptEntry& x) {
+  return FormatTime(x.t) + " " + x.sHost + " " + x.sKind + " " + x.sText;
+}
+
+}  // namespace
+
+std::optional<TranscriptEntry> ParseTranscriptLine(const std::string& sLine) {
+  // Time stamp: digits ':' digits ':' digits '.' digits, then one blank.
+  const std::size_t nTimeEnd = sLine.find(' ');
+  if (nTimeEnd == std::string::npos) return std::nullopt;
+  const auto t = ParseDuration(sLine.substr(0, nTimeEnd));
+  if (!t || sLine.find(':') > nTimeEnd) return std::nullopt;
+  const std::size_t nHostEnd = sLine.find(' ', nTimeEnd + 1);
+  if (nHostEnd == std::string::npos || nHostEnd == nTimeEnd + 1) return std::nullopt;
+  TranscriptEntry e;
+  e.t = *t;
+  e.sHost = sLine.substr(nTimeEnd + 1, nHostEnd - nTimeEnd - 1);
+  std::size_t nKindEnd = sLine.find(' ', nHostEnd + 1);
+  if (nKindEnd == nHostEnd + 1) return std::nullopt;
+  if (nKindEnd == std::string::npos) {
+    // A line with empty text may end right after its kind.
+    e.sKind = sLine.substr(nHostEnd + 1);
+    if (e.sKind.empty()) return std::nullopt;
+    return e;
+  }
+  e.sKind = sLine.substr(nHostEnd + 1, nKindEnd - nHostEnd - 1);
+  e.sText = sLine.substr(nKindEnd + 1);
+  return e;
+}
+
+std::vector<TranscriptEntry> ParseTranscript(const std::vector<std::string>& lines) {
+  std::vector<TranscriptEntry> out;
+  out.reserve(lines.size());
+  for (const std::string& s : lines)
+    if (auto e = ParseTranscriptLine(s)) out.push_back(std::move(*e));
+  return out;
+}
+
+bool Matches(const Expectation& e, const TranscriptEntry& x) {
+  if (e.sHost != "*" && !EqualNoCase(e.sHost, x.sHost)) return false;
+  if (e.sKind != "any" && e.sKind != x.sKind) return false;
+  return e.bContains ? x.sText.find(e.sText) != std::string::npos : x.sText == e.sText;
+}
+
+std::vector<Failure> CheckExpectations(const Scenario& scenario,
+                                       const std::vector<TranscriptEntry>& transcript) {
+  std::vector<Failure> failures;
+  for (const Expectation& e : scenario.expectations) {
+    std::vector<const TranscriptEntry*> inside;
+    const TranscriptEntry* outside = nullptr;
+    for (const TranscriptEntry& x : transcript) {
+      if (!Matches(e, x)) continue;
+      if (x.t >= e.from && x.t <= e.to)
+        inside.push_back(&x);
+      else if (!outside)
+        outside = &x;
+    }
+    std::string sWhy;
+    if (e.bNever) {
+      if (!inside.empty()) sWhy = "found " + Show(*inside.front());
+    } else if (e.nTimes) {
+      if (static_cast<int>(inside.size()) != *e.nTimes) {
+        sWhy = "found " + std::to_string(inside.size()) + " matching line" +
+               (inside.size() == 1 ? "" : "s") + " " + Window(e);
+        if (!inside.empty()) sWhy += ", first " + Show(*inside.front());
+      }
+    } else if (inside.empty()) {
+      sWhy = "no matching line " + Window(e);
+      if (outside) sWhy += "; one came at " + FormatTime(outside->t);
+    }
+    if (!sWhy.empty())
+      failures.push_back({e.nLine, "expectation failed: " + e.sSource + ": " + sWhy});
+  }
+  return failures;
+}
+
+std::optional<std::size_t> FirstDifference(const std::vector<std::string>& a,
+                                           const std::vector<std::string>& b) {
+  const std::size_t n = std::min(a.size(), b.size());
+  for (std::size_t i = 0; i < n; ++i)
+    if (a[i] != b[i]) return i;
+  if (a.size() != b.size()) return n;
+  return std::nullopt;
+}
+
+}  // namespace launchagent::scenario

@@ -1,0 +1,100 @@
+// varno-sim: runs a scenario of the simulated LAN and prints its transcript.
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "cli.h"
+#include "expectations.h"
+#include "runner.h"
+#include "scenario.h"
+
+namespace {
+
+using namespace launchagent::scenario;
+
+constexpr int kExitDone = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitBadInput = 2;
+
+void Report(const std::string& sFile, const std::vector<Diagnostic>& list,
+            const std::string& sPrefix) {
+  for (const Diagnostic& d : list)
+    std::cerr << sFile << ":" << d.nLine << ": " << sPrefix << d.sMessage << "\n";
+}
+
+int Main(const std::vector<std::string>& args) {
+  std::string sError;
+  const auto cl = ParseCommandLine(args, sError);
+  if (!cl) {
+    std::cerr << "varno-sim: " << sError << "\n" << UsageText();
+    return kExitBadInput;
+  }
+  if (cl->bHelp) {
+    std::cout << UsageText();
+    return kExitDone;
+  }
+  std::ifstream in(cl->sFile, std::ios::binary);
+  if (!in) {
+    std::cerr << "varno-sim: cannot read " << cl->sFile << "\n";
+    return kExitBadInput;
+  }
+  std::ostringstream text;
+  text << in.rdbuf();
+  const ParseResult parsed = ParseScenario(text.str(), cl->sFile);
+  if (!parsed.Ok()) {
+    Report(cl->sFile, parsed.errors, "");
+    return kExitBadInput;
+  }
+
+  RunOptions options;
+  options.lngSeed = cl->lngSeed;
+  options.bNetEvents = cl->bNet;
+  if (!cl->bQuiet) options.sink = [](const std::string& s) { std::cout << s << "\n"; };
+  const RunResult first = RunScenario(parsed.scenario, options);
+  std::cout.flush();
+  if (!first.setupErrors.empty()) {
+    Report(cl->sFile, first.setupErrors, "");
+    return kExitBadInput;
+  }
+
+  int nExit = kExitDone;
+  if (cl->bCheck) {
+    Report(cl->sFile, first.actionErrors, "action failed: ");
+    const auto failures = CheckExpectations(parsed.scenario, ParseTranscript(first.transcript));
+    for (const Failure& f : failures)
+      std::cerr << cl->sFile << ":" << f.nLine << ": " << f.sMessage << "\n";
+    const std::size_t nAll = parsed.scenario.expectations.size();
+    if (failures.empty() && first.actionErrors.empty()) {
+      std::cerr << cl->sFile << ": all " << nAll << " expectations met\n";
+    } else {
+      std::cerr << cl->sFile << ": " << failures.size() << " of " << nAll
+                << " expectations failed, " << first.actionErrors.size() << " actions failed\n";
+      nExit = kExitFailed;
+    }
+  }
+  if (cl->bDeterminism) {
+    options.sink = nullptr;
+    const RunResult second = RunScenario(parsed.scenario, options);
+    const auto diff = FirstDifference(first.transcript, second.transcript);
+    if (!diff) {
+      std::cerr << cl->sFile << ": determinism: both runs wrote the same "
+                << first.transcript.size() << " lines\n";
+    } else {
+      auto line = [](const std::vector<std::string>& t, std::size_t i) {
+        return i < t.size() ? t[i] : std::string("(end of transcript)");
+      };
+      std::cerr << cl->sFile << ": determinism: the runs differ at line " << *diff + 1 << "\n"
+                << "  first:  " << line(first.transcript, *diff) << "\n"
+                << "  second: " << line(second.transcript, *diff) << "\n";
+      nExit = kExitFailed;
+    }
+  }
+  return nExit;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + 1, argv + argc);
+  return Main(args);
+}

@@ -1,0 +1,199 @@
+#pragma once
+// A parsed scenario: the world (seed, start, network-event verbosity), its hosts, the
+// steps to run (actions at virtual times and "run until" marks, in file order) and the
+// expectations on the transcript. The language is described in docs/scenario-language.md.
+// Nothing here knows the simulated world; the runner binds a Scenario to it.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace launchagent::scenario {
+
+// Virtual time in integer nanoseconds since the start of the run.
+using Nanos = std::int64_t;
+constexpr Nanos kNanosPerSecond = 1'000'000'000;
+constexpr Nanos kEndOfRun = INT64_MAX;
+
+// Where the agent is installed unless a host says otherwise.
+inline constexpr const char* kDefaultAgentFolder = "C:\\Program Files\\Launch";
+
+struct FileSetup {
+  int nLine = 0;
+  std::string sPath;  // "C:\folder\name"
+  bool bHidden = false;
+  // A program file runs when started: "launch" (the agent) or "varno" (the stand-in
+  // main application); otherwise the file holds sText.
+  std::string sProgram;
+  // Program options as written: window-delay=5 refuse-close=2.
+  std::vector<std::pair<std::string, std::string>> options;
+  std::string sText;
+};
+
+struct ShareSetup {
+  int nLine = 0;
+  std::string sUNC;     // "\\host\share"
+  std::string sFolder;  // folder of the owning host it reaches
+  bool bReadable = true;
+};
+
+// A top-level window that belongs to no agent (another program's window).
+struct WindowSetup {
+  int nLine = 0;
+  std::string sClass;
+  std::string sTitle;
+  int nRefuseClose = 0;  // close requests it refuses; -1: all
+};
+
+struct NameEntry {
+  int nLine = 0;
+  std::string sName;
+  std::string sAddress;
+};
+
+struct DiskSetup {
+  int nLine = 0;
+  std::string sDrive;  // "C:"
+  std::int64_t lngCapacity = 0;
+};
+
+struct SocketsFaults {
+  std::optional<std::int32_t> lngStartupResult;  // non-zero: startup fails with it
+  std::optional<std::uint16_t> wVersion;         // negotiated version word (low byte major)
+  std::optional<std::int32_t> lngMaxSockets;
+  bool bCleanupFails = false;
+  bool bHostNameFails = false;
+  std::optional<std::int32_t> lngLastError;  // what LastError reports
+  bool bAllLookupsFail = false;
+  std::vector<std::string> lookupFailures;  // names whose look-up fails
+  std::optional<Nanos> lookupTime;          // how long a blocking look-up takes
+};
+
+struct HostSetup {
+  int nLine = 0;
+  std::string sName;          // Winsock host name
+  std::string sComputerName;  // operating system's computer name; "" = same as sName
+  std::string sAddress;       // dotted IPv4; "" = assigned by the world
+  Nanos clockOffset = 0;
+  double dClockSkewPpm = 0;  // the clock runs fast (+) or slow (-) by this rate
+  bool bComputerNameFails = false;
+  std::string sAgentFolder = kDefaultAgentFolder;
+  std::vector<std::string> folders;
+  std::vector<FileSetup> files;
+  std::vector<ShareSetup> shares;
+  std::vector<WindowSetup> windows;
+  std::vector<NameEntry> names;
+  // The share search's answer; unset = every readable share of the LAN, in host order.
+  std::optional<std::vector<std::string>> visibleShares;
+  std::optional<Nanos> shareSearchTime;
+  bool bShareSearchError = false;
+  bool bRegistryDenied = false;
+  SocketsFaults sockets;
+  bool bSystemFolderMissing = false;
+  std::string sSystemFolder;  // "" = the world's default
+  std::vector<DiskSetup> disks;
+};
+
+enum class ActionKind {
+  kStartAgent,      // sHost [sPath = folder override]
+  kStart,           // sHost sPath sParameters
+  kCloseApp,        // sHost: close request to the main application's windows
+  kKillApp,         // sHost: the main application ends at once
+  kKillAgent,       // sHost: the agent ends at once
+  kClockJump,       // sHost delta
+  kPartition,       // sHost -> sPeer (bBothWays), for delta when delta > 0
+  kHeal,            // sHost -> sPeer (bBothWays); sHost "*" heals everything
+  kCrash,           // sHost
+  kRestart,         // sHost: back up after a crash, Run values started
+  kSendBytes,       // sHost -> sPeer:nPort, bytes
+  kMergeNextSends,  // sHost -> sPeer: the next two sends arrive as one
+  kSplitNextSend,   // sHost -> sPeer: the next send arrives in two parts
+  kOpenSetup,       // sHost
+  kClick,           // sHost sForm sControl
+  kSelect,          // sHost sForm sControl indexes
+  kType,            // sHost sForm sControl sText
+  kCloseWindow,     // sHost sForm: the frame's close box
+};
+
+struct Action {
+  int nLine = 0;
+  std::string sSource;  // the action as written, without its time
+  Nanos at = 0;
+  ActionKind kind = ActionKind::kStartAgent;
+  std::string sHost;
+  std::string sPeer;
+  int nPort = 0;
+  bool bBothWays = false;
+  std::string sPath;
+  std::string sParameters;
+  Nanos delta = 0;
+  std::vector<std::uint8_t> bytes;
+  std::string sForm;
+  std::string sControl;
+  std::vector<int> indexes;
+  std::string sText;
+};
+
+// One step of the run, in file order: an action, or running the world up to a time.
+struct Step {
+  bool bRunUntil = false;
+  Nanos until = 0;  // for bRunUntil
+  Action action;    // otherwise
+};
+
+// A transcript kind: "log" (activity log), "window", "launch", "registry", "file",
+// "msgbox", "process", "net", "note"; "any" matches them all.
+struct Expectation {
+  int nLine = 0;
+  std::string sSource;  // the line as written, for reports
+  bool bNever = false;
+  std::string sHost;  // "*" for any host
+  std::string sKind;
+  bool bContains = false;  // else the whole text must be equal
+  std::string sText;
+  Nanos from = 0;
+  Nanos to = kEndOfRun;
+  std::optional<int> nTimes;  // exact number of matching lines
+};
+
+struct Scenario {
+  std::string sFileName;
+  std::uint64_t lngSeed = 1;
+  // Local date-time of every clock at the start (before the hosts' offsets).
+  int nYear = 2002, nMonth = 5, nDay = 3, nHour = 10, nMinute = 0, nSecond = 0;
+  bool bNetEvents = false;  // connections, refusals, closes and errors in the transcript
+  std::vector<HostSetup> hosts;
+  std::vector<Step> steps;
+  std::vector<Expectation> expectations;
+
+  const HostSetup* FindHost(const std::string& sName) const;
+  Nanos EndTime() const;  // the last "run until"
+};
+
+struct Diagnostic {
+  int nLine = 0;
+  std::string sMessage;
+};
+
+struct ParseResult {
+  Scenario scenario;
+  std::vector<Diagnostic> errors;
+  bool Ok() const { return errors.empty(); }
+};
+
+// Parses scenario text. Never throws; every problem becomes a diagnostic with its line.
+ParseResult ParseScenario(const std::string& sText, const std::string& sFileName);
+
+// Text forms shared by the parser, the runner and the transcript.
+// "HH:MM:SS" or "HH:MM:SS.fff" (hours may pass 24); "500ms", "5s", "2m", "1h"; a plain
+// number is seconds. nullopt when the text is none of these.
+std::optional<Nanos> ParseDuration(const std::string& s);
+// "+00:00:05", "-1h"; a duration without a sign is positive.
+std::optional<Nanos> ParseSignedDuration(const std::string& s);
+// "HH:MM:SS.mmm", hours at least two digits.
+std::string FormatTime(Nanos t);
+// Hex digits, blanks ignored ("0a 0B ff"); nullopt on an odd count or a non-hex digit.
+std::optional<std::vector<std::uint8_t>> ParseHex(const std::string& s);
+
+}  // namespace launchagent::scenario

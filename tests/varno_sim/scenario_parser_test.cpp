@@ -1,0 +1,347 @@
+// The scenario language: statements, payload lines, diagnostics with their lines.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/property_bag.h"
+#include "scenario.h"
+
+namespace launchagent::scenario {
+namespace {
+
+constexpr Nanos kS = kNanosPerSecond;
+
+ParseResult Parse(const std::string& s) { return ParseScenario(s, "t.scn"); }
+
+// Every error as "line: message", for readable failures.
+std::string Errors(const ParseResult& r) {
+  std::string s;
+  for (const Diagnostic& d : r.errors) s += std::to_string(d.nLine) + ": " + d.sMessage + "\n";
+  return s;
+}
+
+TEST(ScenarioParser, ReadsAWholeScenario) {
+  const ParseResult r = Parse(R"(# three desktops
+seed 42
+start 2002-05-03 09:30:00
+net-events on
+
+host pc07
+  computer-name PC07-DESK
+  address 192.168.0.7
+  clock-offset -00:00:05
+  clock-skew 50
+  agent-folder "C:\Program Files\Launch\"
+  folder C:\Data
+  file "C:\Program Files\Launch\Varno2.exe" program varno window-delay=5 refuse-close=2
+  hidden-file C:\Data\secret.txt text "a ""quoted"" word"
+  file C:\Data\notes.txt
+  | first line
+  |second line
+  share \\pc07\c -> C:\
+  share \\PC07\data -> C:\Data unreadable
+  visible-shares \\pc07\c bad-name \\pc12\data
+  share-search time=3s error
+  registry denied
+  sockets version=1.0 max-sockets=0 cleanup-fails lookup-fails=pc12,* lookup-time=250ms
+  system-folder missing
+  disk C: capacity=10MB
+  window ExploreWClass "Varno" refuse-close=all
+  name-entry printer 192.168.0.99
+
+host pc12
+
+at 00:00:01 start-agent pc07          # the first agent
+at 00:00:02 start-agent pc12 folder=C:\Agent
+at 00:00:03 start pc07 "C:\Program Files\Launch\Varno2.exe" -ReindexVarno anna
+at 0:01:00 partition pc07 <-> pc12 for 30s
+at 00:02:00 heal all
+at 00:02:00 send pc12 -> pc07:1231 hex 0a 0B ff
+at 00:02:01 send pc12 -> pc07 bag
+| MsgType=4
+| HostName=pc12 # not a comment
+at 00:03:00 click pc07 frmAgentSetup.cmdOk
+at 00:03:01 select pc07 frmAgentSetup.lstActive 0 2
+at 00:03:02 type pc07 frmAgentSetup.txtHostName "pc 12"
+at 00:03:03 merge-next pc07 -> pc12
+run until 00:05:00
+expect pc07 log "Launch Service for Varno" before 00:00:05
+expect never * log contains "ERROR"
+expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 times 3
+)");
+  ASSERT_TRUE(r.Ok()) << Errors(r);
+  const Scenario& s = r.scenario;
+  EXPECT_EQ(s.lngSeed, 42u);
+  EXPECT_EQ(s.nHour, 9);
+  EXPECT_EQ(s.nMinute, 30);
+  EXPECT_TRUE(s.bNetEvents);
+  ASSERT_EQ(s.hosts.size(), 2u);
+
+  const HostSetup& h = s.hosts[0];
+  EXPECT_EQ(h.sName, "pc07");
+  EXPECT_EQ(h.sComputerName, "PC07-DESK");
+  EXPECT_EQ(h.sAddress, "192.168.0.7");
+  EXPECT_EQ(h.clockOffset, -5 * kS);
+  EXPECT_DOUBLE_EQ(h.dClockSkewPpm, 50);
+  EXPECT_EQ(h.sAgentFolder, "C:\\Program Files\\Launch");
+  ASSERT_EQ(h.files.size(), 3u);
+  EXPECT_EQ(h.files[0].sProgram, "varno");
+  ASSERT_EQ(h.files[0].options.size(), 2u);
+  EXPECT_EQ(h.files[0].options[0], std::make_pair(std::string("window-delay"), std::string("5")));
+  EXPECT_EQ(h.files[0].options[1], std::make_pair(std::string("refuse-close"), std::string("2")));
+  EXPECT_TRUE(h.files[1].bHidden);
+  EXPECT_EQ(h.files[1].sText, "a \"quoted\" word");
+  EXPECT_EQ(h.files[2].sText, "first line\r\nsecond line\r\n");
+  ASSERT_EQ(h.shares.size(), 2u);
+  EXPECT_EQ(h.shares[0].sFolder, "C:\\");
+  EXPECT_FALSE(h.shares[1].bReadable);
+  ASSERT_TRUE(h.visibleShares);
+  EXPECT_EQ(*h.visibleShares,
+            (std::vector<std::string>{"\\\\pc07\\c", "bad-name", "\\\\pc12\\data"}));
+  EXPECT_EQ(h.shareSearchTime, 3 * kS);
+  EXPECT_TRUE(h.bShareSearchError);
+  EXPECT_TRUE(h.bRegistryDenied);
+  EXPECT_EQ(h.sockets.wVersion, 0x0001);
+  EXPECT_EQ(h.sockets.lngMaxSockets, 0);
+  EXPECT_TRUE(h.sockets.bCleanupFails);
+  EXPECT_TRUE(h.sockets.bAllLookupsFail);
+  EXPECT_EQ(h.sockets.lookupFailures, std::vector<std::string>{"pc12"});
+  EXPECT_EQ(h.sockets.lookupTime, kS / 4);
+  EXPECT_TRUE(h.bSystemFolderMissing);
+  ASSERT_EQ(h.disks.size(), 1u);
+  EXPECT_EQ(h.disks[0].lngCapacity, 10 * 1024 * 1024);
+  ASSERT_EQ(h.windows.size(), 1u);
+  EXPECT_EQ(h.windows[0].sTitle, "Varno");
+  EXPECT_EQ(h.windows[0].nRefuseClose, -1);
+  ASSERT_EQ(h.names.size(), 1u);
+  EXPECT_EQ(h.names[0].sAddress, "192.168.0.99");
+  EXPECT_EQ(s.hosts[1].sAgentFolder, kDefaultAgentFolder);
+
+  ASSERT_EQ(s.steps.size(), 12u);
+  const Action& start = s.steps[2].action;
+  EXPECT_EQ(start.kind, ActionKind::kStart);
+  EXPECT_EQ(start.sPath, "C:\\Program Files\\Launch\\Varno2.exe");
+  EXPECT_EQ(start.sParameters, "-ReindexVarno anna");
+  EXPECT_EQ(s.steps[1].action.sPath, "C:\\Agent");
+  const Action& part = s.steps[3].action;
+  EXPECT_EQ(part.kind, ActionKind::kPartition);
+  EXPECT_TRUE(part.bBothWays);
+  EXPECT_EQ(part.at, 60 * kS);
+  EXPECT_EQ(part.delta, 30 * kS);
+  EXPECT_EQ(s.steps[4].action.sHost, "*");
+  const Action& hex = s.steps[5].action;
+  EXPECT_EQ(hex.nPort, 1231);
+  EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
+
+  platform::PropertyBag bag;
+  ASSERT_TRUE(bag.SetContents(s.steps[6].action.bytes));
+  EXPECT_EQ(s.steps[6].action.nPort, 1230);
+  EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
+  EXPECT_EQ(bag.ReadProperty("HostName"), "pc12 # not a comment");
+
+  EXPECT_EQ(s.steps[7].action.sForm, "frmAgentSetup");
+  EXPECT_EQ(s.steps[7].action.sControl, "cmdOk");
+  EXPECT_EQ(s.steps[8].action.indexes, (std::vector<int>{0, 2}));
+  EXPECT_EQ(s.steps[9].action.sText, "pc 12");
+  EXPECT_EQ(s.steps[10].action.kind, ActionKind::kMergeNextSends);
+  EXPECT_EQ(s.steps[10].action.sPeer, "pc12");
+  EXPECT_TRUE(s.steps[11].bRunUntil);
+  EXPECT_EQ(s.EndTime(), 300 * kS);
+
+  ASSERT_EQ(s.expectations.size(), 3u);
+  EXPECT_EQ(s.expectations[0].to, 5 * kS);
+  EXPECT_FALSE(s.expectations[0].bContains);
+  EXPECT_TRUE(s.expectations[1].bNever);
+  EXPECT_EQ(s.expectations[1].sHost, "*");
+  EXPECT_EQ(s.expectations[2].nTimes, 3);
+  EXPECT_EQ(s.expectations[2].to, 65 * kS);
+  EXPECT_EQ(s.expectations[2].nLine, 47);
+  EXPECT_EQ(
+      s.expectations[2].sSource,
+      "expect pc07 log contains \"Verifying Agent CheckIn (\" between 00:00:00 00:01:05 times 3");
+}
+
+TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
+  struct Case {
+    std::string sText;
+    int nLine;
+    std::string sMessagePart;
+  };
+  const std::string kRun = "run until 00:01:00\n";
+  const std::vector<Case> cases = {
+      {"bogus 1\n" + kRun, 1, "unknown statement 'bogus'"},
+      {"seed x\n" + kRun, 1, "seed must be a whole number"},
+      {"start 2002-02-30 10:00:00\n" + kRun, 1, "bad start date-time"},
+      {"address 1.2.3.4\n" + kRun, 1, "belongs to a host"},
+      {"host a\nhost A\n" + kRun, 2, "declared twice"},
+      {"host a\n  address 1.2.3.256\n" + kRun, 2, "bad IPv4 address"},
+      {"host a\n  clock-offset soon\n" + kRun, 2, "bad clock offset"},
+      {"host a\n  file relative.txt\n" + kRun, 2, "full path"},
+      {"host a\n  file C:\\x.exe program word\n" + kRun, 2, "unknown program"},
+      {"host a\n  file C:\\x.exe program varno speed=2\n" + kRun, 2, "unknown option 'speed'"},
+      {"host a\n  share \\\\b\\c -> C:\\\n" + kRun, 2, "names host 'b'"},
+      {"host a\n  sockets version=one\n" + kRun, 2, "MAJOR.MINOR"},
+      {"host a\n  sockets explode\n" + kRun, 2, "unknown sockets fault"},
+      {"host a\n  registry open\n" + kRun, 2, "registry denied"},
+      {"host a\n  disk C: capacity=lots\n" + kRun, 2, "bad size"},
+      {"host a\n  file C:\\x.txt text \"open\n" + kRun, 2, "unterminated quoted text"},
+      {"host a\nat 00:00:01 start-agent b\n" + kRun, 2, "unknown host 'b'"},
+      {"host a\nat 1:99:00 crash a\n" + kRun, 2, "bad time"},
+      {"host a\nat 00:00:01 dance a\n" + kRun, 2, "unknown action 'dance'"},
+      {"host a\nat 00:00:01 send a -> a hex 0\n" + kRun, 2, "pairs of hex digits"},
+      {"host a\nat 00:00:01 send a -> a:99999 hex 00\n" + kRun, 2, "bad port"},
+      {"host a\nat 00:00:01 click a cmdOk\n" + kRun, 2, "FORM.CONTROL"},
+      {"host a\nat 00:00:01 select a f.l -1\n" + kRun, 2, "count from 0"},
+      {"host a\nat 00:00:01 partition a - a\n" + kRun, 2, "partition A -> B"},
+      {"host a\n" + kRun + "at 00:00:30 crash a\nrun until 00:02:00\n", 3, "lies before"},
+      {"host a\n" + kRun + "run until 00:00:30\n", 3, "not later"},
+      {"host a\n" + kRun + "at 00:02:00 crash a\n", 3, "never run"},
+      {"host a\n", 1, "no 'run until'"},
+      {"host a\n" + kRun + "expect a smoke \"x\"\n", 3, "unknown transcript kind"},
+      {"host a\n" + kRun + "expect b log \"x\"\n", 3, "unknown host 'b'"},
+      {"host a\n" + kRun + "expect a log \"x\" between 00:00:10 00:00:05\n", 3, "ends before"},
+      {"host a\n" + kRun + "expect never a log \"x\" times 2\n", 3, "do not go together"},
+      {"host a\n" + kRun + "expect a log \"x\" soon\n", 3, "expected: expect"},
+      {"| stray\n" + kRun, 1, "continues a 'file PATH' line"},
+      {"host a\nat 00:00:01 send a -> a bag\n| no-equals\n" + kRun, 3, "NAME=VALUE"},
+      {"host a\n  address 10.0.0.1\nhost b\n  address 10.0.0.1\n" + kRun, 3, "has the address"},
+  };
+  for (const Case& c : cases) {
+    const ParseResult r = Parse(c.sText);
+    ASSERT_FALSE(r.Ok()) << c.sText;
+    EXPECT_EQ(r.errors[0].nLine, c.nLine) << c.sText << Errors(r);
+    EXPECT_NE(r.errors[0].sMessage.find(c.sMessagePart), std::string::npos)
+        << c.sText << "got: " << Errors(r);
+  }
+}
+
+TEST(ScenarioParser, ReportsEveryErrorNotJustTheFirst) {
+  const ParseResult r = Parse("bogus\nhost a\n  address x\nrun until 00:00:01\nwhatever\n");
+  ASSERT_EQ(r.errors.size(), 3u) << Errors(r);
+  EXPECT_EQ(r.errors[0].nLine, 1);
+  EXPECT_EQ(r.errors[1].nLine, 3);
+  EXPECT_EQ(r.errors[2].nLine, 5);
+}
+
+TEST(ScenarioParser, CommentsBlankLinesAndLineEndings) {
+  const ParseResult r = Parse(
+      "# heading\r\n\r\n   # indented comment\r\nhost a # trailing\r\n  file C:\\x.txt text "
+      "\"#1\"\r\n"
+      "run until 00:00:10\r\n");
+  ASSERT_TRUE(r.Ok()) << Errors(r);
+  ASSERT_EQ(r.scenario.hosts.size(), 1u);
+  EXPECT_EQ(r.scenario.hosts[0].sName, "a");
+  EXPECT_EQ(r.scenario.hosts[0].files[0].sText, "#1");
+}
+
+TEST(ScenarioParser, HostNamesCompareWithoutCase) {
+  const ParseResult r = Parse(
+      "host PC07\nat 00:00:01 start-agent pc07\nrun until 00:00:10\n"
+      "expect Pc07 log \"x\"\n");
+  ASSERT_TRUE(r.Ok()) << Errors(r);
+  EXPECT_NE(r.scenario.FindHost("pc07"), nullptr);
+  EXPECT_EQ(r.scenario.FindHost("pc08"), nullptr);
+}
+
+TEST(ScenarioParser, EmptyFileTextAndEmptyBag) {
+  const ParseResult r = Parse(
+      "host a\n  file C:\\empty.txt\n  file C:\\blank.txt\n  |\n"
+      "at 00:00:01 send a -> a bag\nrun until 00:00:02\n");
+  ASSERT_TRUE(r.Ok()) << Errors(r);
+  EXPECT_EQ(r.scenario.hosts[0].files[0].sText, "");
+  EXPECT_EQ(r.scenario.hosts[0].files[1].sText, "\r\n");
+  platform::PropertyBag bag;
+  ASSERT_TRUE(bag.SetContents(r.scenario.steps[0].action.bytes));
+  EXPECT_EQ(bag.Count(), 0u);
+}
+
+TEST(ScenarioParser, DurationsInEveryForm) {
+  struct Case {
+    std::string sText;
+    std::optional<Nanos> expected;
+  };
+  const std::vector<Case> cases = {
+      {"00:01:30", 90 * kS},
+      {"1:02:03.5", (3723 * kS) + kS / 2},
+      {"100:00:00", 360000 * kS},
+      {"02:30", 150 * kS},
+      {"00:00:00.001", kS / 1000},
+      {"500ms", kS / 2},
+      {"5s", 5 * kS},
+      {"2m", 120 * kS},
+      {"1h", 3600 * kS},
+      {"1.25", kS + kS / 4},
+      {"7", 7 * kS},
+      {"", std::nullopt},
+      {"-1", std::nullopt},
+      {"1:60:00", std::nullopt},
+      {"1::2", std::nullopt},
+      {"1.5:00:00", std::nullopt},
+      {"abc", std::nullopt},
+      {"1.", std::nullopt},
+      {"5x", std::nullopt},
+      {"ms", std::nullopt},
+      {"1:2:3:4", std::nullopt},
+      {"99999999999999999999", std::nullopt},
+  };
+  for (const Case& c : cases) EXPECT_EQ(ParseDuration(c.sText), c.expected) << c.sText;
+  EXPECT_EQ(ParseSignedDuration("-01:00:00"), -3600 * kS);
+  EXPECT_EQ(ParseSignedDuration("+5s"), 5 * kS);
+  EXPECT_EQ(ParseSignedDuration("5s"), 5 * kS);
+  EXPECT_EQ(ParseSignedDuration("--5s"), std::nullopt);
+}
+
+TEST(ScenarioParser, TimesPrintAsTheTranscriptStampsThem) {
+  EXPECT_EQ(FormatTime(0), "00:00:00.000");
+  EXPECT_EQ(FormatTime(90 * kS + kS / 1000 * 5), "00:01:30.005");
+  EXPECT_EQ(FormatTime(100 * 3600 * kS), "100:00:00.000");
+  EXPECT_EQ(FormatTime(-kS), "-00:00:01.000");
+}
+
+TEST(ScenarioParser, HexBytes) {
+  EXPECT_EQ(ParseHex("00 ff 7A"), (std::vector<std::uint8_t>{0x00, 0xff, 0x7a}));
+  EXPECT_EQ(ParseHex(""), std::vector<std::uint8_t>{});
+  EXPECT_EQ(ParseHex("abc"), std::nullopt);
+  EXPECT_EQ(ParseHex("zz"), std::nullopt);
+}
+
+// Mangled scenario text never crashes the parser: every outcome is a result.
+TEST(ScenarioParser, SurvivesMangledText) {
+  const std::string kBase =
+      "seed 1\nhost a\n  file C:\\x.txt text \"hi\"\n  share \\\\a\\c -> C:\\\n"
+      "at 00:00:01 send a -> a bag\n| k=v\nat 00:00:02 click a f.c\nrun until 00:00:03\n"
+      "expect a log contains \"x\" between 1 2 times 1\n";
+  std::uint64_t state = 12345;
+  auto next = [&] {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<std::size_t>(state >> 33);
+  };
+  const std::string kAlphabet = " \t\n\r\"|#=:.\\-><*0a";
+  for (int i = 0; i < 2000; ++i) {
+    std::string s = kBase;
+    const int nEdits = 1 + static_cast<int>(next() % 6);
+    for (int k = 0; k < nEdits; ++k) {
+      const std::size_t pos = next() % (s.size() + 1);
+      switch (next() % 3) {
+        case 0:
+          s.insert(pos, 1, kAlphabet[next() % kAlphabet.size()]);
+          break;
+        case 1:
+          if (pos < s.size()) s.erase(pos, 1 + next() % 8);
+          break;
+        default:
+          if (pos < s.size()) s[pos] = static_cast<char>(next() % 256);
+      }
+    }
+    const ParseResult r = Parse(s);
+    for (const Diagnostic& d : r.errors) {
+      EXPECT_GE(d.nLine, 0);
+      EXPECT_FALSE(d.sMessage.empty());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace launchagent::scenario
