@@ -1,11 +1,38 @@
-// The Agent Setup window: the full layout and handlers are filled by the setup
-// capability. Loading already starts the internet-check timer and names the agent-info
-// file, since the window serves host names and addresses while hidden.
+// The Agent Setup window: its controls and layout, its initialisation from "agent.dat",
+// the local option check boxes, the Set and Ok buttons and the "Log" box. Loading the
+// window also starts the internet-check timer and reads the agent-info file, since the
+// window serves host names and addresses while hidden.
 #include "setup/frm_agent_setup.h"
 
 #include "agent/agent.h"
+#include "registry/local_option_changes.h"
 
 namespace launchagent {
+
+namespace {
+
+constexpr std::size_t kLogCutLength = 2048;
+constexpr Integer kLogModeCut = 5;
+
+// Places a control: coordinates are relative to its frame, or to the form when the
+// container is empty.
+template <class T>
+T* Place(T& control, const std::string& sContainer, int nLeft, int nTop, int nWidth, int nHeight) {
+  control.sContainer = sContainer;
+  control.nLeft = nLeft;
+  control.nTop = nTop;
+  control.nWidth = nWidth;
+  control.nHeight = nHeight;
+  return &control;
+}
+
+// The start of the UTF-8 character at or after i, so a cut never splits one.
+std::size_t CharBoundary(const std::string& s, std::size_t i) {
+  while (i < s.size() && (static_cast<unsigned char>(s[i]) & 0xC0) == 0x80) ++i;
+  return i;
+}
+
+}  // namespace
 
 FrmAgentSetup::FrmAgentSetup(Agent& agent) : agent_(agent), form_("frmAgentSetup", "Agent Setup") {
   CreateControls();
@@ -29,8 +56,175 @@ void FrmAgentSetup::Form_Unload() {
   SocketsCleanup();
 }
 
-void FrmAgentSetup::CreateControls() {}
-void FrmAgentSetup::Init() {}
-void FrmAgentSetup::txtAgentLog_Display(const std::string&, Integer) {}
+// Top to bottom: the neighbourhood (left) and active (right) frames with their buttons
+// below, the selected-host frame across the full width, the local frame, the log frame
+// and "Ok" centred at the bottom.
+void FrmAgentSetup::CreateControls() {
+  ui::Form& f = form_;
+  f.nWidth = 600;
+  f.nHeight = 700;
+
+  // Top row.
+  fraNeighborhood =
+      Place(f.Add<ui::Frame>("fraNeighborhood", "Neighborhood Computers "), "", 8, 8, 288, 160);
+  lstNeighborhood =
+      Place(f.Add<ui::ListBox>("lstNeighborhood"), "fraNeighborhood", 8, 20, 272, 132);
+  cmdRefresh = Place(f.Add<ui::CommandButton>("cmdRefresh", "Refresh"), "", 8, 172, 90, 26);
+
+  fraActive = Place(f.Add<ui::Frame>("fraActive", "Active Computers"), "", 304, 8, 288, 160);
+  lstActive = Place(f.Add<ui::ListBox>("lstActive", true), "fraActive", 8, 20, 272, 132);
+  cmdActiveAdd = Place(f.Add<ui::CommandButton>("cmdActiveAdd", "Add"), "", 304, 172, 90, 26);
+  cmdActiveDelete =
+      Place(f.Add<ui::CommandButton>("cmdActiveDelete", "Delete"), "", 400, 172, 90, 26);
+  cmdActiveClear = Place(f.Add<ui::CommandButton>("cmdActiveClear", "Clear"), "", 496, 172, 90, 26);
+
+  // The selected (remote) host.
+  const std::string sSel = "fraSelectedHost";
+  fraSelectedHost = Place(f.Add<ui::Frame>(sSel, "Selected (Remote) Host Agent Properties"), "", 8,
+                          206, 584, 230);
+  Place(f.Add<ui::Label>("lblHostUsers", "Select Host Users:"), sSel, 8, 20, 180, 18);
+  lstHostUsers = Place(f.Add<ui::ListBox>("lstHostUsers"), sSel, 8, 40, 180, 110);
+  Place(f.Add<ui::Label>("lblContexts", "Select Active Context:"), sSel, 196, 20, 180, 18);
+  lstContexts = Place(f.Add<ui::ListBox>("lstContexts", true), sSel, 196, 40, 180, 110);
+  chkRemoteWeb = Place(f.Add<ui::CheckBox>("chkRemoteWeb", "Web"), sSel, 388, 20, 188, 20);
+  chkRemoteNews = Place(f.Add<ui::CheckBox>("chkRemoteNews", "News"), sSel, 388, 42, 188, 20);
+  chkRemoteJobs = Place(f.Add<ui::CheckBox>("chkRemoteJobs", "Jobs"), sSel, 388, 64, 188, 20);
+  chkRemoteStocks = Place(f.Add<ui::CheckBox>("chkRemoteStocks", "Stocks"), sSel, 388, 86, 188, 20);
+  chkRemoteIntranet =
+      Place(f.Add<ui::CheckBox>("chkRemoteIntranet", "Intranet"), sSel, 388, 108, 188, 20);
+  chkActiveHost =
+      Place(f.Add<ui::CheckBox>("chkActiveHost", "Seek Host Services"), sSel, 388, 130, 188, 20);
+  Place(f.Add<ui::Label>("lblHostName", "HostName : "), sSel, 8, 160, 90, 20);
+  txtHostName = Place(f.Add<ui::TextBox>("txtHostName"), sSel, 100, 158, 180, 22);
+  Place(f.Add<ui::Label>("lblIPAddress", "IP Address : "), sSel, 8, 186, 90, 20);
+  txtIP1 = Place(f.Add<ui::TextBox>("txtIP1"), sSel, 100, 184, 40, 22);
+  txtIP2 = Place(f.Add<ui::TextBox>("txtIP2"), sSel, 146, 184, 40, 22);
+  txtIP3 = Place(f.Add<ui::TextBox>("txtIP3"), sSel, 192, 184, 40, 22);
+  txtIP4 = Place(f.Add<ui::TextBox>("txtIP4"), sSel, 238, 184, 40, 22);
+  Place(f.Add<ui::Label>("lblLocalPort", "Local Port # : "), sSel, 300, 160, 100, 20);
+  txtLocalPortNumber =
+      Place(f.Add<ui::TextBox>("txtLocalPortNumber", "1030"), sSel, 400, 158, 70, 22);
+  cmdSet = Place(f.Add<ui::CommandButton>("cmdSet", "Set"), sSel, 490, 184, 80, 26);
+
+  // The local host.
+  const std::string sLoc = "fraLocalHost";
+  fraLocalHost = Place(f.Add<ui::Frame>(sLoc, "Local Host Agent Properties"), "", 8, 444, 584, 76);
+  chkSeekWeb = Place(f.Add<ui::CheckBox>("chkSeekWeb", "Web"), sLoc, 8, 20, 100, 20);
+  chkSeekNews = Place(f.Add<ui::CheckBox>("chkSeekNews", "News"), sLoc, 112, 20, 100, 20);
+  chkSeekJobs = Place(f.Add<ui::CheckBox>("chkSeekJobs", "Jobs"), sLoc, 216, 20, 100, 20);
+  chkSeekStocks = Place(f.Add<ui::CheckBox>("chkSeekStocks", "Stocks"), sLoc, 320, 20, 100, 20);
+  chkSeekIntranet =
+      Place(f.Add<ui::CheckBox>("chkSeekIntranet", "Intranet"), sLoc, 424, 20, 100, 20);
+  chkActiveAgentServices =
+      Place(f.Add<ui::CheckBox>("chkActiveAgentServices", "Activate Agent Services for local Host"),
+            sLoc, 8, 46, 300, 20);
+
+  // The log and the closing button.
+  fraLog = Place(f.Add<ui::Frame>("fraLog", "Log"), "", 8, 528, 584, 130);
+  rtbAgentLog = Place(f.Add<ui::TextBox>("rtbAgentLog", "", true), "fraLog", 8, 20, 568, 102);
+  cmdOk = Place(f.Add<ui::CommandButton>("cmdOk", "Ok"), "", 255, 666, 90, 26);
+
+  cmdRefresh->OnClick = [this] { cmdRefresh_Click(); };
+  cmdActiveAdd->OnClick = [this] { cmdActiveAdd_Click(); };
+  cmdActiveDelete->OnClick = [this] { cmdActiveDelete_Click(); };
+  cmdActiveClear->OnClick = [this] { cmdActiveClear_Click(); };
+  lstNeighborhood->OnClick = [this] { lstNeighborhood_Click(); };
+  lstHostUsers->OnClick = [this] { lstHostUsers_Click(); };
+  lstContexts->OnClick = [this] { lstContexts_Click(); };
+  chkActiveAgentServices->OnClick = [this] { chkActiveAgentServices_Click(); };
+  chkSeekWeb->OnClick = [this] { chkSeekWeb_Click(); };
+  chkSeekNews->OnClick = [this] { chkSeekNews_Click(); };
+  chkSeekJobs->OnClick = [this] { chkSeekJobs_Click(); };
+  chkSeekStocks->OnClick = [this] { chkSeekStocks_Click(); };
+  chkSeekIntranet->OnClick = [this] { chkSeekIntranet_Click(); };
+  cmdSet->OnClick = [this] { cmdSet_Click(); };
+  cmdOk->OnClick = [this] { cmdOk_Click(); };
+}
+
+void FrmAgentSetup::Init() {
+  nInternetTicks = 0;
+  LoadOptions();
+  // A box whose value changes runs its click handler, so a restored option that differs
+  // from what the box showed is saved and passed to the registry once more.
+  chkActiveAgentServices->SetValue(agent_.bActiveAgentServices ? 1 : 0);
+  chkSeekIntranet->SetValue(bSeekIntranet ? 1 : 0);
+  chkSeekStocks->SetValue(bSeekStocks ? 1 : 0);
+  chkSeekWeb->SetValue(bSeekWeb ? 1 : 0);
+  chkSeekNews->SetValue(bSeekNews ? 1 : 0);
+  chkSeekJobs->SetValue(bSeekJobs ? 1 : 0);
+  bInternetAccess = false;
+  SocketsInitialize();
+  GetHostInfo();
+  form_.SetCaption("Agent setup for " + std::string(" (") + GetIPAddress() + ") " + GetHostName());
+}
+
+// Each local option: the field follows the box, "agent.dat" is written, then the
+// local registry entry. The other agents learn of it with the next periodic broadcast.
+void FrmAgentSetup::chkActiveAgentServices_Click() {
+  agent_.bActiveAgentServices = chkActiveAgentServices->Value() == 1;
+  SaveOptions();
+  agent_.localOptionChanges().SetLocalProvideHostServices(agent_.bActiveAgentServices);
+}
+
+void FrmAgentSetup::chkSeekWeb_Click() {
+  bSeekWeb = chkSeekWeb->Value() == 1;
+  SaveOptions();
+  agent_.localOptionChanges().SetLocalProvideWeb(bSeekWeb);
+}
+
+void FrmAgentSetup::chkSeekNews_Click() {
+  bSeekNews = chkSeekNews->Value() == 1;
+  SaveOptions();
+  agent_.localOptionChanges().SetLocalProvideNews(bSeekNews);
+}
+
+void FrmAgentSetup::chkSeekJobs_Click() {
+  bSeekJobs = chkSeekJobs->Value() == 1;
+  SaveOptions();
+  agent_.localOptionChanges().SetLocalProvideJobs(bSeekJobs);
+}
+
+void FrmAgentSetup::chkSeekStocks_Click() {
+  bSeekStocks = chkSeekStocks->Value() == 1;
+  SaveOptions();
+  agent_.localOptionChanges().SetLocalProvideStocks(bSeekStocks);
+}
+
+void FrmAgentSetup::chkSeekIntranet_Click() {
+  bSeekIntranet = chkSeekIntranet->Value() == 1;
+  SaveOptions();
+  agent_.localOptionChanges().SetLocalProvideIntranet(bSeekIntranet);
+}
+
+void FrmAgentSetup::cmdSet_Click() {
+  // The texts go as typed; the registry decides what a port that is no number means.
+  const std::string sAddress =
+      txtIP1->Text() + "." + txtIP2->Text() + "." + txtIP3->Text() + "." + txtIP4->Text();
+  agent_.localOptionChanges().SetAgentAddress(txtHostName->Text(), sAddress,
+                                              txtLocalPortNumber->Text());
+}
+
+void FrmAgentSetup::cmdOk_Click() {
+  SaveAgentInfo();
+  form_.Hide();
+}
+
+void FrmAgentSetup::txtAgentLog_Display(const std::string& sText, Integer nMode) {
+  std::string sLog = rtbAgentLog->Text();
+  if (nMode == kLogModeCut && sLog.size() > kLogCutLength)
+    sLog = sLog.substr(CharBoundary(sLog, sLog.size() / 2));
+  if (sLog.empty()) {
+    sLog = sText;
+  } else {
+    sLog += "\r\n";
+    sLog += sText;
+  }
+  const Long lngLength = static_cast<Long>(sLog.size());
+  const Long lngNew = static_cast<Long>(sText.size());
+  rtbAgentLog->SetText(std::move(sLog));
+  // Selecting the new text scrolls it into view.
+  rtbAgentLog->SetSelStart(lngLength - lngNew);
+  rtbAgentLog->SetSelLength(lngNew);
+}
 
 }  // namespace launchagent

@@ -68,8 +68,8 @@ class FrmAgentSetup {
   void PopulateNeighborhoodList();
   void AddHostToNeighborhood(std::string& sHostName);
   bool InActiveHostList(const std::string& sHostName);
-  static void SplitIPAddress(const std::string& sAddress, std::string& sPart1,
-                             std::string& sPart2, std::string& sPart3, std::string& sPart4);
+  static void SplitIPAddress(const std::string& sAddress, std::string& sPart1, std::string& sPart2,
+                             std::string& sPart3, std::string& sPart4);
   void ClearRemoteHostFields();
 
   // ---- The window (frm_agent_setup.cpp) ----
@@ -112,10 +112,36 @@ class FrmAgentSetup {
   ui::TextBox* txtLocalPortNumber = nullptr;
   ui::TextBox* rtbAgentLog = nullptr;
   ui::Timer* TimerCheckInternet = nullptr;
+  ui::Frame* fraNeighborhood = nullptr;
+  ui::Frame* fraActive = nullptr;
+  ui::Frame* fraSelectedHost = nullptr;
+  ui::Frame* fraLocalHost = nullptr;
+  ui::Frame* fraLog = nullptr;
+
+  // ---- Event handlers (wired to the controls by the constructor) ----
+  void cmdRefresh_Click();
+  void cmdActiveAdd_Click();
+  void cmdActiveDelete_Click();
+  void cmdActiveClear_Click();
+  void lstNeighborhood_Click();
+  void lstHostUsers_Click();
+  void lstContexts_Click();
+  void chkActiveAgentServices_Click();
+  void chkSeekWeb_Click();
+  void chkSeekNews_Click();
+  void chkSeekJobs_Click();
+  void chkSeekStocks_Click();
+  void chkSeekIntranet_Click();
+  void cmdSet_Click();
+  void cmdOk_Click();
 
  private:
   void TimerCheckInternet_Timer();
   void CreateControls();
+  // Host names compare after lower-casing; neighbourhood entries added by hand are
+  // upper case.
+  static std::string LCase(std::string s);
+  static std::string UCase(std::string s);
 };
 
 }  // namespace launchagent

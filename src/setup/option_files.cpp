@@ -1,10 +1,141 @@
-// The option files: filled by the setup capability.
+// The two option files of the Agent Setup window: "agent.dat" (the active computers,
+// the agent-services flag and the five seek flags) and the agent-info file (users and
+// contexts per neighbourhood computer). Both are record files that are never truncated
+// when written: the old content is read, the new records are laid over it, and the
+// whole file is replaced in one step so an interrupted save leaves the old file whole.
+#include <algorithm>
+#include <string>
+
+#include "agent/agent.h"
+#include "launcher/launcher.h"
+#include "messages/text_forms.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
-bool FrmAgentSetup::LoadOptions() { return false; }
-bool FrmAgentSetup::SaveOptions() { return false; }
-void FrmAgentSetup::SetAgentInfoFN(Long lngID) { sAgentInfoFN = "AgentInfo_" + std::to_string(lngID); }
-bool FrmAgentSetup::LoadAgentInfo() { return false; }
-bool FrmAgentSetup::SaveAgentInfo() { return false; }
+
+namespace {
+
+constexpr const char* kOptionsFileName = "agent.dat";
+constexpr Integer kMaxActiveHosts = 199;  // entry 200 is kept for the end marker
+
+// Runtime errors that the agent-info save reports in its message box.
+constexpr Long kErrPathFileAccess = 75;
+constexpr Long kErrPathNotFound = 76;
+constexpr const char* kErrSource = "Launch";
+
+std::string FilePath(Agent& agent, const std::string& sName) {
+  return agent.AppPath() + "\\" + sName;
+}
+
+// The file's bytes with `records` laid over them from byte 0. A file that does not
+// exist yet counts as empty; one that exists but cannot be read fails.
+bool OverlayAndReplace(Agent& agent, const std::string& sPath, const Bytes& records) {
+  platform::FileSystem& files = agent.Platform().files;
+  Bytes content;
+  if (agent.launcher().PathExists(sPath)) {
+    auto old = files.ReadFile(sPath);
+    if (!old) return false;
+    content = std::move(*old);
+  }
+  if (content.size() < records.size()) content.resize(records.size(), 0);
+  std::copy(records.begin(), records.end(), content.begin());
+  return files.ReplaceFile(sPath, content);
+}
+
+}  // namespace
+
+bool FrmAgentSetup::LoadOptions() {
+  const std::string sPath = FilePath(agent_, kOptionsFileName);
+  if (!agent_.launcher().PathExists(sPath)) return false;
+  const auto file = agent_.Platform().files.ReadFile(sPath);
+  if (!file) return false;
+  AgentOptions rec;
+  if (!DecodeAgentOptions(*file, rec)) return false;
+
+  agent_.bActiveAgentServices = rec.bActiveAgentServices;
+  bSeekIntranet = rec.bSeekIntranet;
+  bSeekWeb = rec.bSeekWeb;
+  bSeekNews = rec.bSeekNews;
+  bSeekJobs = rec.bSeekJobs;
+  bSeekStocks = rec.bSeekStocks;
+
+  // A blank entry ends the list; so does one that was never written (zero bytes),
+  // which only a file from elsewhere can hold before its end marker.
+  for (const FixedText64& entry : rec.sActiveHost) {
+    const std::uint8_t b = entry.bytes[0];
+    if (b == ' ' || b == 0) break;
+    lstActive->AddItem(entry.Trimmed());
+  }
+  return true;
+}
+
+bool FrmAgentSetup::SaveOptions() {
+  const Integer nCount = lstActive->ListCount();
+  if (nCount > kMaxActiveHosts) return false;
+
+  AgentOptions rec;
+  rec.bActiveAgentServices = agent_.bActiveAgentServices;
+  rec.bSeekIntranet = bSeekIntranet;
+  rec.bSeekWeb = bSeekWeb;
+  rec.bSeekNews = bSeekNews;
+  rec.bSeekJobs = bSeekJobs;
+  rec.bSeekStocks = bSeekStocks;
+  for (Integer i = 0; i < nCount; ++i)
+    rec.sActiveHost[static_cast<std::size_t>(i)].Assign(lstActive->List(i));
+  rec.sActiveHost[static_cast<std::size_t>(nCount)].Assign("");  // 64 blanks end the list
+
+  return OverlayAndReplace(agent_, FilePath(agent_, kOptionsFileName), EncodeAgentOptions(rec));
+}
+
+void FrmAgentSetup::SetAgentInfoFN(Long lngID) {
+  sAgentInfoFN = "AgentInfo_" + text_forms::BareForm(lngID);
+}
+
+bool FrmAgentSetup::LoadAgentInfo() {
+  const std::string sPath = FilePath(agent_, sAgentInfoFN);
+  if (!agent_.launcher().PathExists(sPath)) return false;
+  const auto file = agent_.Platform().files.ReadFile(sPath);
+  if (!file) return false;
+
+  // Whole records only: a trailing partial record is not loaded.
+  std::vector<AgentInfoRecord> table;
+  AgentInfoRecord rec;
+  for (std::size_t k = 1; DecodeAgentInfoRecord(*file, k, rec); ++k) table.push_back(rec);
+  AgentInfoTable = std::move(table);
+  return true;
+}
+
+bool FrmAgentSetup::SaveAgentInfo() {
+  const std::string sPath = FilePath(agent_, sAgentInfoFN);
+  Bytes records;
+  records.reserve(AgentInfoTable.size() * AgentInfoRecord::kRecordLength);
+  for (const AgentInfoRecord& rec : AgentInfoTable) {
+    const Bytes one = EncodeAgentInfoRecord(rec);
+    records.insert(records.end(), one.begin(), one.end());
+  }
+
+  platform::FileSystem& files = agent_.Platform().files;
+  Long lngErr = 0;
+  std::string sDescription;
+  if (sAgentInfoFN.empty() || files.FolderExists(sPath)) {
+    // Without a name the path is the application folder itself.
+    lngErr = kErrPathFileAccess;
+    sDescription = "Path/File access error";
+  } else if (!OverlayAndReplace(agent_, sPath, records)) {
+    if (files.FolderExists(agent_.AppPath())) {
+      lngErr = kErrPathFileAccess;
+      sDescription = "Path/File access error";
+    } else {
+      lngErr = kErrPathNotFound;
+      sDescription = "Path not found";
+    }
+  }
+  if (lngErr == 0) return true;
+
+  agent_.Platform().windows.MessageBox(
+      "Error", "Error # " + text_forms::SignedForm(static_cast<std::int64_t>(lngErr)) +
+                   " was generated by " + kErrSource + "\r" + sDescription);
+  return false;
+}
+
 }  // namespace launchagent
