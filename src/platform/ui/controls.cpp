@@ -166,6 +166,8 @@ void Timer::SetTimerEnabled(bool b) {
 }
 
 void Timer::AttachDriver(TimerDriver* driver) {
+  // The old driver forgets the timer, so it can never tick through a stale pointer.
+  if (driver_ && driver_ != driver) driver_->TimerGone(*this);
   driver_ = driver;
   if (driver_) driver_->TimerChanged(*this);
 }

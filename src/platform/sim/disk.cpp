@@ -1,0 +1,290 @@
+#include "platform/sim/disk.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace launchagent::sim {
+
+std::string ToLower(std::string s) {
+  for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return s;
+}
+
+bool EqualNoCase(const std::string& a, const std::string& b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (std::tolower(static_cast<unsigned char>(a[i])) !=
+        std::tolower(static_cast<unsigned char>(b[i])))
+      return false;
+  }
+  return true;
+}
+
+bool WildcardMatch(const std::string& sPattern, const std::string& sName) {
+  if (sPattern == "*.*" || sPattern == "*") return true;
+  const std::string p = ToLower(sPattern);
+  const std::string n = ToLower(sName);
+  // Iterative match with backtracking to the last star.
+  std::size_t pi = 0, ni = 0, star = std::string::npos, mark = 0;
+  while (ni < n.size()) {
+    if (pi < p.size() && (p[pi] == '?' || p[pi] == n[ni])) {
+      ++pi;
+      ++ni;
+    } else if (pi < p.size() && p[pi] == '*') {
+      star = pi++;
+      mark = ni;
+    } else if (star != std::string::npos) {
+      pi = star + 1;
+      ni = ++mark;
+    } else {
+      return false;
+    }
+  }
+  while (pi < p.size() && p[pi] == '*') ++pi;
+  return pi == p.size();
+}
+
+namespace {
+
+std::vector<std::string> SplitParts(const std::string& s) {
+  std::vector<std::string> parts;
+  std::string cur;
+  for (char c : s) {
+    if (c == '\\' || c == '/') {
+      if (!cur.empty()) parts.push_back(cur);
+      cur.clear();
+    } else {
+      cur += c;
+    }
+  }
+  if (!cur.empty()) parts.push_back(cur);
+  return parts;
+}
+
+// Resolves "." and ".."; false when ".." climbs above the root.
+bool Normalise(std::vector<std::string>& parts) {
+  std::vector<std::string> out;
+  for (auto& p : parts) {
+    if (p == ".") continue;
+    if (p == "..") {
+      if (out.empty()) return false;
+      out.pop_back();
+      continue;
+    }
+    out.push_back(std::move(p));
+  }
+  parts = std::move(out);
+  return true;
+}
+
+bool IsSep(char c) { return c == '\\' || c == '/'; }
+
+bool ValidName(const std::string& s) {
+  for (char c : s) {
+    const unsigned char u = static_cast<unsigned char>(c);
+    if (u < 32 || c == ':' || c == '*' || c == '?' || c == '"' || c == '<' || c == '>' || c == '|')
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+ParsedPath ParsePath(const std::string& sPath, const std::string& sBase) {
+  ParsedPath r;
+  if (sPath.size() >= 2 && IsSep(sPath[0]) && IsSep(sPath[1])) {
+    auto parts = SplitParts(sPath.substr(2));
+    if (parts.size() < 2) return r;
+    r.sHost = parts[0];
+    r.sShare = parts[1];
+    r.parts.assign(parts.begin() + 2, parts.end());
+    if (!Normalise(r.parts)) return ParsedPath{};
+    r.kind = ParsedPath::Kind::Unc;
+    return r;
+  }
+  if (sPath.size() >= 2 && sPath[1] == ':' && std::isalpha(static_cast<unsigned char>(sPath[0]))) {
+    r.cDrive = static_cast<char>(std::toupper(static_cast<unsigned char>(sPath[0])));
+    r.parts = SplitParts(sPath.substr(2));
+    if (!Normalise(r.parts)) return ParsedPath{};
+    r.kind = ParsedPath::Kind::Local;
+    return r;
+  }
+  if (sPath.empty() || sBase.empty() || IsSep(sPath[0])) {
+    // A rooted path without a drive takes the base's drive.
+    if (!sPath.empty() && IsSep(sPath[0]) && !sBase.empty()) {
+      ParsedPath base = ParsePath(sBase);
+      if (base.kind != ParsedPath::Kind::Local) return r;
+      return ParsePath(std::string(1, base.cDrive) + ":" + sPath);
+    }
+    return r;
+  }
+  return ParsePath(sBase + "\\" + sPath);
+}
+
+std::string JoinLocal(char cDrive, const std::vector<std::string>& parts) {
+  std::string s(1, cDrive);
+  s += ":";
+  if (parts.empty()) return s + "\\";
+  for (auto& p : parts) s += "\\" + p;
+  return s;
+}
+
+Disk::Node* Disk::Node::Child(const std::string& sChild) const {
+  for (auto& c : children)
+    if (EqualNoCase(c->sName, sChild)) return c.get();
+  return nullptr;
+}
+
+Disk::Disk() { AddDrive('C'); }
+
+bool Disk::HasDrive(char cDrive) const { return drives_.count(cDrive) != 0; }
+
+void Disk::AddDrive(char cDrive) {
+  auto& d = drives_[cDrive];
+  d.root.bFolder = true;
+}
+
+Disk::Node* Disk::Find(char cDrive, const std::vector<std::string>& parts) {
+  return const_cast<Node*>(static_cast<const Disk*>(this)->Find(cDrive, parts));
+}
+
+const Disk::Node* Disk::Find(char cDrive, const std::vector<std::string>& parts) const {
+  auto it = drives_.find(cDrive);
+  if (it == drives_.end()) return nullptr;
+  const Node* n = &it->second.root;
+  for (auto& p : parts) {
+    if (!n->bFolder) return nullptr;
+    n = n->Child(p);
+    if (!n) return nullptr;
+  }
+  return n;
+}
+
+Disk::Node* Disk::MakeFolders(char cDrive, const std::vector<std::string>& parts, bool bHidden) {
+  if (!HasDrive(cDrive)) AddDrive(cDrive);
+  Node* n = &drives_[cDrive].root;
+  for (auto& p : parts) {
+    if (!ValidName(p)) return nullptr;
+    Node* c = n->Child(p);
+    if (!c) {
+      auto node = std::make_unique<Node>();
+      node->sName = p;
+      node->bFolder = true;
+      node->bHidden = bHidden;
+      c = node.get();
+      n->children.push_back(std::move(node));
+    }
+    if (!c->bFolder) return nullptr;
+    n = c;
+  }
+  return n;
+}
+
+std::uint64_t Disk::SizeOf(const Node& node) {
+  if (!node.bFolder) return node.content.size();
+  std::uint64_t n = 0;
+  for (auto& c : node.children) n += SizeOf(*c);
+  return n;
+}
+
+Disk::WriteResult Disk::Write(char cDrive, const std::vector<std::string>& parts,
+                              const Bytes& content, bool bMakeFolders, bool bHidden,
+                              std::optional<Bytes>* pOld) {
+  if (pOld) pOld->reset();
+  if (parts.empty()) return WriteResult::IsFolder;
+  if (!HasDrive(cDrive)) {
+    if (!bMakeFolders) return WriteResult::NoDrive;
+    AddDrive(cDrive);
+  }
+  Drive& drive = drives_[cDrive];
+  const std::vector<std::string> folderParts(parts.begin(), parts.end() - 1);
+  Node* folder = bMakeFolders ? MakeFolders(cDrive, folderParts) : Find(cDrive, folderParts);
+  if (!folder || !folder->bFolder) return WriteResult::NoFolder;
+  if (!ValidName(parts.back())) return WriteResult::NoFolder;
+  Node* file = folder->Child(parts.back());
+  if (file && file->bFolder) return WriteResult::IsFolder;
+  // The new content is written beside the old before the rename.
+  if (drive.capacity && drive.used + content.size() > *drive.capacity) return WriteResult::Full;
+  if (!file) {
+    auto node = std::make_unique<Node>();
+    node->sName = parts.back();
+    node->bHidden = bHidden;
+    file = node.get();
+    folder->children.push_back(std::move(node));
+  } else if (pOld) {
+    *pOld = file->content;
+  }
+  drive.used = drive.used - file->content.size() + content.size();
+  file->content = content;
+  return WriteResult::Ok;
+}
+
+bool Disk::Remove(char cDrive, const std::vector<std::string>& parts) {
+  if (parts.empty()) return false;
+  const std::vector<std::string> folderParts(parts.begin(), parts.end() - 1);
+  Node* folder = Find(cDrive, folderParts);
+  if (!folder || !folder->bFolder) return false;
+  for (auto it = folder->children.begin(); it != folder->children.end(); ++it) {
+    if (EqualNoCase((*it)->sName, parts.back())) {
+      drives_[cDrive].used -= SizeOf(**it);
+      folder->children.erase(it);
+      return true;
+    }
+  }
+  return false;
+}
+
+std::optional<std::vector<platform::DirEntry>> Disk::List(char cDrive,
+                                                          const std::vector<std::string>& folder,
+                                                          const std::string& sPattern, bool bHidden,
+                                                          bool bFolders) const {
+  const Node* n = Find(cDrive, folder);
+  if (!n || !n->bFolder) return std::nullopt;
+  std::vector<platform::DirEntry> out;
+  const std::string pattern = sPattern.empty() ? "*" : sPattern;
+  for (auto& c : n->children) {
+    if (c->bHidden && !bHidden) continue;
+    if (c->bFolder && !bFolders) continue;
+    if (!WildcardMatch(pattern, c->sName)) continue;
+    out.push_back(platform::DirEntry{c->sName, c->bFolder, c->bHidden});
+  }
+  return out;
+}
+
+void Disk::SetCapacity(char cDrive, std::optional<std::uint64_t> bytes) {
+  if (!HasDrive(cDrive)) AddDrive(cDrive);
+  drives_[cDrive].capacity = bytes;
+}
+
+std::uint64_t Disk::Used(char cDrive) const {
+  auto it = drives_.find(cDrive);
+  return it == drives_.end() ? 0 : it->second.used;
+}
+
+std::string DescribeWrite(const std::optional<Bytes>& old, const Bytes& now) {
+  std::string s = "written " + std::to_string(now.size()) + " bytes, ";
+  if (!old) return s + "new";
+  std::vector<std::pair<std::size_t, std::size_t>> ranges;
+  const std::size_t n = std::max(old->size(), now.size());
+  for (std::size_t i = 0; i < n; ++i) {
+    const bool differ = i >= old->size() || i >= now.size() || (*old)[i] != now[i];
+    if (!differ) continue;
+    if (!ranges.empty() && ranges.back().second + 1 == i)
+      ranges.back().second = i;
+    else
+      ranges.emplace_back(i, i);
+  }
+  if (ranges.empty()) return s + "unchanged";
+  s += "changed ";
+  const std::size_t kShown = 8;
+  for (std::size_t i = 0; i < ranges.size() && i < kShown; ++i) {
+    if (i) s += ",";
+    s += std::to_string(ranges[i].first);
+    if (ranges[i].second != ranges[i].first) s += "-" + std::to_string(ranges[i].second);
+  }
+  if (ranges.size() > kShown) s += ",... (" + std::to_string(ranges.size()) + " ranges)";
+  if (now.size() < old->size()) s += ", was " + std::to_string(old->size()) + " bytes";
+  return s;
+}
+
+}  // namespace launchagent::sim

@@ -1,0 +1,490 @@
+// The scheduler: one heap of events keyed on (virtual time, sequence number); the
+// processes' fibers, their waits, their ends; the event loop each process sees.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/sim/impl.h"
+
+namespace launchagent::sim {
+
+namespace {
+
+// Handlers that pump events inside handlers nest; a program that nests this deep is
+// recursing without end.
+constexpr int kMaxDepth = 64;
+// ProcessPendingEvents calls without a single wait in between: a busy loop that would
+// never let virtual time move.
+constexpr std::uint64_t kMaxSpin = 50'000'000;
+
+bool Later(const World::Impl::Entry& a, const World::Impl::Entry& b) {
+  if (a.t != b.t) return a.t > b.t;
+  return a.seq > b.seq;
+}
+
+}  // namespace
+
+void Fatal(const std::string& sWhat) {
+  std::fprintf(stderr, "sim: %s\n", sWhat.c_str());
+  std::fflush(stderr);
+  std::abort();
+}
+
+// ---- Heap ---------------------------------------------------------------------------
+
+void World::Impl::Push(Entry e) {
+  if (e.t < now) e.t = now;
+  e.seq = nextSeq++;
+  heap.push_back(std::move(e));
+  std::push_heap(heap.begin(), heap.end(), Later);
+}
+
+void World::Impl::PostWorld(Nanos t, std::function<void()> fn) {
+  Entry e;
+  e.t = t;
+  e.type = Entry::Type::World;
+  e.fn = std::move(fn);
+  Push(std::move(e));
+}
+
+void World::Impl::PostProcess(ProcessState& p, Nanos t, std::function<void()> fn) {
+  if (!p.Alive() || p.bEnding) return;
+  if (t < now) t = now;
+  Entry e;
+  e.t = t;
+  e.pid = p.pid;
+  e.type = Entry::Type::Event;
+  Push(std::move(e));
+  p.events.emplace(std::make_pair(t, nextSeq - 1), std::move(fn));
+}
+
+void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t,
+                               std::function<void()> fn) {
+  if (ep->pid == 0) {
+    PostWorld(t, std::move(fn));
+    return;
+  }
+  if (ProcessState* p = Proc(ep->pid)) PostProcess(*p, t, std::move(fn));
+}
+
+bool World::Impl::Step() {
+  if (heap.empty()) {
+    CheckLostWakeups();
+    return false;
+  }
+  std::pop_heap(heap.begin(), heap.end(), Later);
+  Entry e = std::move(heap.back());
+  heap.pop_back();
+  if (e.t > now) now = e.t;
+  Dispatch(e);
+  return true;
+}
+
+void World::Impl::RunUntil(Nanos t) {
+  if (current) Fatal("RunUntil called from inside a process");
+  while (!heap.empty() && heap.front().t <= t) Step();
+  if (heap.empty()) CheckLostWakeups();
+  if (t > now) now = t;
+}
+
+void World::Impl::CheckLostWakeups() const {
+  for (auto& [pid, p] : processes) {
+    if (!p->Alive()) continue;
+    if ((p->state == ProcessState::State::WaitEvents && p->waitDeadline != kForever) ||
+        p->state == ProcessState::State::WaitBlocked) {
+      Fatal("no events left while process " + std::to_string(pid) + " (" + p->start.sKind +
+            ") waits for a wake-up");
+    }
+  }
+}
+
+bool World::Impl::Call(ProcessId pid, std::function<void()> fn) {
+  if (current) Fatal("World::Call from inside a process");
+  ProcessState* p = Proc(pid);
+  if (!p || !p->Alive() || p->bEnding) return false;
+  auto done = std::make_shared<bool>(false);
+  PostProcess(*p, now, [fn = std::move(fn), done] {
+    fn();
+    *done = true;
+  });
+  auto keep = processes[pid];
+  while (!*done && keep->Alive()) {
+    if (!Step()) break;
+  }
+  return *done;
+}
+
+void World::Impl::Dispatch(Entry& e) {
+  if (e.type == Entry::Type::World) {
+    if (e.fn) e.fn();
+    return;
+  }
+  ProcessState* p = Proc(e.pid);
+  if (!p || !p->Alive()) return;  // events of a dead process are dropped
+  switch (e.type) {
+    case Entry::Type::Start:
+      if (p->state == ProcessState::State::NotStarted) Resume(*p);
+      break;
+    case Entry::Type::Event:
+      if (p->state == ProcessState::State::WaitEvents && HasDue(*p)) Resume(*p);
+      break;
+    case Entry::Type::Wake:
+      if ((p->state == ProcessState::State::WaitEvents ||
+           p->state == ProcessState::State::WaitBlocked) &&
+          p->waitGen == e.token)
+        Resume(*p);
+      break;
+    case Entry::Type::World:
+      break;
+  }
+}
+
+void World::Impl::Resume(ProcessState& p) {
+  if (current) Fatal("a process resumed from inside another process");
+  auto keep = processes[p.pid];
+  if (!p.fiber) {
+    ProcessState* self = &p;
+    p.fiber = std::make_unique<Fiber>(
+        [this, self] {
+          self->state = ProcessState::State::Running;
+          try {
+            if (!self->bKillRequested) self->body(self->services->platform, self->start);
+          } catch (const platform::ProcessEnded&) {
+          } catch (const std::exception& ex) {
+            self->sFailure = ex.what();
+          } catch (...) {
+            self->sFailure = "unknown exception";
+          }
+          self->bEnding = true;
+        },
+        nStackBytes);
+  }
+  current = &p;
+  p.fiber->Resume();
+  current = nullptr;
+  if (p.fiber->Finished()) Finalize(p);
+}
+
+// ---- Waits (on the process's own fiber) ---------------------------------------------
+
+void World::Impl::RequireFiber(ProcessState& p, const char* sWhat) const {
+  if (current != &p)
+    Fatal(std::string(sWhat) + " called outside its own process " + std::to_string(p.pid));
+}
+
+void World::Impl::EndNow(ProcessState& p) {
+  p.bEnding = true;
+  throw platform::ProcessEnded{};
+}
+
+void World::Impl::CheckKill(ProcessState& p) {
+  if (p.bKillRequested && !p.bEnding) EndNow(p);
+}
+
+bool World::Impl::HasDue(const ProcessState& p) const {
+  return !p.events.empty() && p.events.begin()->first.first <= now;
+}
+
+void World::Impl::Drain(ProcessState& p) {
+  struct Depth {
+    ProcessState& p;
+    explicit Depth(ProcessState& q) : p(q) {
+      if (++p.nDepth > kMaxDepth)
+        Fatal("process " + std::to_string(p.pid) + " nests event processing too deep");
+    }
+    ~Depth() { --p.nDepth; }
+  } depth(p);
+  while (true) {
+    CheckKill(p);
+    if (p.bEnding || !HasDue(p)) break;
+    auto it = p.events.begin();
+    auto fn = std::move(it->second);
+    p.events.erase(it);
+    fn();
+  }
+}
+
+void World::Impl::WaitEvents(ProcessState& p, Nanos d) {
+  if (p.bEnding) return;
+  RequireFiber(p, "WaitForEvents");
+  CheckKill(p);
+  if (HasDue(p)) {
+    Drain(p);
+    return;
+  }
+  if (d <= 0) return;
+  const std::uint64_t gen = ++p.waitGen;
+  p.waitDeadline = d == kForever || now > kForever - d ? kForever : now + d;
+  if (p.waitDeadline != kForever) Wake(p.pid, gen, p.waitDeadline);
+  p.state = ProcessState::State::WaitEvents;
+  p.nSpin = 0;
+  p.fiber->Yield();
+  p.state = ProcessState::State::Running;
+  p.waitDeadline = kForever;
+  CheckKill(p);
+  Drain(p);
+}
+
+void World::Impl::WaitBlocked(ProcessState& p, std::uint64_t gen, Nanos until) {
+  if (p.bEnding) return;
+  RequireFiber(p, "a blocking call");
+  CheckKill(p);
+  if (until != kForever) Wake(p.pid, gen, until);
+  p.state = ProcessState::State::WaitBlocked;
+  p.nSpin = 0;
+  p.fiber->Yield();
+  p.state = ProcessState::State::Running;
+  CheckKill(p);
+}
+
+void World::Impl::Sleep(ProcessState& p, Nanos d) {
+  if (p.bEnding || d <= 0) return;
+  const std::uint64_t gen = ++p.waitGen;
+  WaitBlocked(p, gen, now + d);
+}
+
+void World::Impl::Wake(ProcessId pid, std::uint64_t gen, Nanos t) {
+  Entry e;
+  e.t = t;
+  e.pid = pid;
+  e.type = Entry::Type::Wake;
+  e.token = gen;
+  Push(std::move(e));
+}
+
+// ---- Processes ----------------------------------------------------------------------
+
+ProcessState* World::Impl::Proc(ProcessId pid) {
+  auto it = processes.find(pid);
+  return it == processes.end() ? nullptr : it->second.get();
+}
+
+const ProcessState* World::Impl::Proc(ProcessId pid) const {
+  auto it = processes.find(pid);
+  return it == processes.end() ? nullptr : it->second.get();
+}
+
+ProcessServices::ProcessServices(World::Impl& w, ProcessState& p)
+    : clock(w, p.host),
+      loop(w, p),
+      windows(w, p),
+      shell(w, p),
+      registry(w, p),
+      kernel(w, p.host),
+      sockets(w, p),
+      network(w, p),
+      files(w, p),
+      shares(w, p),
+      trace(w, p.host),
+      platform{clock,   loop,    windows, shell,  registry, kernel,
+               sockets, network, files,   shares, trace} {}
+
+ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
+  if (host >= hosts.size() || !hosts[host]->bUp || bTearingDown) return 0;
+  auto prog = programs.find(start.sKind);
+  if (prog == programs.end()) return 0;
+  auto p = std::make_shared<ProcessState>();
+  p->pid = ++nextPid;
+  p->host = host;
+  start.pid = p->pid;
+  start.host = host;
+  p->start = std::move(start);
+  p->body = prog->second;
+  p->started = now;
+  p->services = std::make_unique<ProcessServices>(*this, *p);
+  processes[p->pid] = p;
+  hosts[host]->processes.push_back(p->pid);
+  Record(host, TranscriptKind::Process,
+         "#" + std::to_string(p->pid) + " started " + p->start.sKind + " \"" + p->start.sPath +
+             "\" \"" + p->start.sParameters + "\"");
+  Entry e;
+  e.t = now;
+  e.pid = p->pid;
+  e.type = Entry::Type::Start;
+  Push(std::move(e));
+  return p->pid;
+}
+
+bool World::Impl::Kill(ProcessId pid, bool bQuiet) {
+  ProcessState* p = Proc(pid);
+  if (!p || !p->Alive()) return false;
+  if (!p->bKillRequested) p->bKilled = !bQuiet;
+  p->bKillRequested = true;
+  if (current == p) EndNow(*p);
+  auto unwind = [this, pid] {
+    ProcessState* q = Proc(pid);
+    if (!q || !q->Alive()) return;
+    if (q->state == ProcessState::State::NotStarted)
+      Finalize(*q);
+    else if (q->state == ProcessState::State::WaitEvents ||
+             q->state == ProcessState::State::WaitBlocked)
+      Resume(*q);
+  };
+  if (current)
+    PostWorld(now, unwind);  // another fiber asked: the scheduler's stack does it
+  else
+    unwind();
+  return true;
+}
+
+void World::Impl::Finalize(ProcessState& p) {
+  if (!p.Alive()) return;
+  p.state = ProcessState::State::Finished;
+  p.bEnding = true;
+  p.ended = now;
+  p.fiber.reset();
+  p.events.clear();
+  // Timers are not touched: one detached with AttachDriver(nullptr) may be gone already.
+  p.timers.clear();
+  HostState& h = *hosts[p.host];
+  // What the program left behind: windows, listeners, connections.
+  std::vector<platform::WindowHandle> gone;
+  for (auto& w : h.windows)
+    if (w->owner == p.pid) gone.push_back(w->hWnd);
+  for (auto hWnd : gone) RemoveWindow(h, hWnd);
+  for (auto it = h.listeners.begin(); it != h.listeners.end();) {
+    if (it->second.pid == p.pid)
+      it = h.listeners.erase(it);
+    else
+      ++it;
+  }
+  std::vector<std::shared_ptr<Endpoint>> eps;
+  for (auto& [id, weak] : h.endpoints)
+    if (auto ep = weak.lock(); ep && ep->pid == p.pid) eps.push_back(ep);
+  for (auto& ep : eps) CloseEndpoint(ep, !h.bCrashing);
+  for (auto& wt : p.waiters) Wake(wt.pid, wt.gen, std::max(now, wt.sent + 10 * kMillisecond));
+  p.waiters.clear();
+  h.processes.erase(std::remove(h.processes.begin(), h.processes.end(), p.pid), h.processes.end());
+  std::string sText =
+      "#" + std::to_string(p.pid) + (p.bKilled ? " killed " : " ended ") + p.start.sKind;
+  if (!p.sFailure.empty()) sText += " after an uncaught exception: " + p.sFailure;
+  Record(p.host, TranscriptKind::Process, sText);
+}
+
+void World::Impl::KillAll() {
+  std::vector<ProcessId> alive;
+  for (auto& [pid, p] : processes)
+    if (p->Alive()) alive.push_back(pid);
+  for (auto pid : alive) Kill(pid, true);
+}
+
+ProcessInfo World::Impl::Info(const ProcessState& p) const {
+  ProcessInfo i;
+  i.pid = p.pid;
+  i.host = p.host;
+  i.sKind = p.start.sKind;
+  i.sPath = p.start.sPath;
+  i.sParameters = p.start.sParameters;
+  i.bAlive = p.Alive();
+  i.bKilled = p.bKilled;
+  i.started = p.started;
+  i.ended = p.ended;
+  return i;
+}
+
+// ---- Event loop ---------------------------------------------------------------------
+
+void SimEventLoop::ProcessPendingEvents() {
+  if (p_.bEnding) return;
+  w_.RequireFiber(p_, "ProcessPendingEvents");
+  if (++p_.nSpin > kMaxSpin)
+    Fatal("process " + std::to_string(p_.pid) +
+          " pumps events in a loop without ever waiting; virtual time cannot move");
+  w_.CheckKill(p_);
+  w_.Drain(p_);
+}
+
+void SimEventLoop::WaitForEvents(double dSeconds) {
+  Nanos d = 0;
+  if (dSeconds > 1e9)
+    d = kForever;
+  else if (dSeconds > 0)
+    d = FromSeconds(dSeconds);
+  w_.WaitEvents(p_, d);
+}
+
+void SimEventLoop::Run() {
+  while (true) {
+    w_.WaitEvents(p_, kForever);
+    if (p_.bEnding) throw platform::ProcessEnded{};
+  }
+}
+
+void SimEventLoop::EndProcess() { w_.EndNow(p_); }
+
+void SimEventLoop::TimerChanged(ui::Timer& timer) {
+  if (!p_.Alive() || p_.bEnding) return;
+  auto& rec = p_.timers[&timer];
+  rec.gen = ++p_.timerGen;
+  if (timer.TimerEnabled() && timer.Interval() > 0)
+    Arm(&timer, rec.gen, w_.now + timer.Interval() * kMillisecond);
+}
+
+void SimEventLoop::TimerGone(ui::Timer& timer) { p_.timers.erase(&timer); }
+
+void SimEventLoop::Arm(ui::Timer* timer, std::uint64_t gen, Nanos due) {
+  w_.PostProcess(p_, due, [this, timer, gen, due] { Tick(timer, gen, due); });
+}
+
+void SimEventLoop::Tick(ui::Timer* timer, std::uint64_t gen, Nanos due) {
+  auto it = p_.timers.find(timer);
+  if (it == p_.timers.end() || it->second.gen != gen) return;
+  timer->Fire();
+  // Re-armed, disabled or gone inside the handler: that decided the next tick.
+  it = p_.timers.find(timer);
+  if (it == p_.timers.end() || it->second.gen != gen || p_.bEnding) return;
+  if (!timer->TimerEnabled() || timer->Interval() <= 0) return;
+  Arm(timer, gen, std::max(w_.now, due + timer->Interval() * kMillisecond));
+}
+
+// ---- Transcript ---------------------------------------------------------------------
+
+const char* TranscriptKindName(TranscriptKind kind) {
+  switch (kind) {
+    case TranscriptKind::Log:
+      return "log";
+    case TranscriptKind::Window:
+      return "window";
+    case TranscriptKind::Registry:
+      return "registry";
+    case TranscriptKind::Process:
+      return "process";
+    case TranscriptKind::Launch:
+      return "launch";
+    case TranscriptKind::File:
+      return "file";
+    case TranscriptKind::MsgBox:
+      return "msgbox";
+    case TranscriptKind::Net:
+      return "net";
+    case TranscriptKind::Note:
+      return "note";
+  }
+  return "note";
+}
+
+std::string FormatElapsed(Nanos t) {
+  if (t < 0) t = 0;
+  const std::int64_t ms = t / kMillisecond;
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%02lld:%02lld:%02lld.%03lld",
+                static_cast<long long>(ms / 3600000), static_cast<long long>(ms / 60000 % 60),
+                static_cast<long long>(ms / 1000 % 60), static_cast<long long>(ms % 1000));
+  return buf;
+}
+
+void World::Impl::Record(std::optional<HostId> host, TranscriptKind kind,
+                         const std::string& sText) {
+  if (bTearingDown) return;
+  std::string line = FormatElapsed(now);
+  line += ' ';
+  line += host && *host < hosts.size() ? hosts[*host]->sName : std::string("-");
+  line += ' ';
+  line += TranscriptKindName(kind);
+  line += ' ';
+  line += sText;
+  transcript.push_back(line);
+  if (sink) sink(transcript.back());
+}
+
+}  // namespace launchagent::sim

@@ -1,0 +1,625 @@
+// The platform services one process sees: clock, windows, shell, registry, kernel,
+// sockets library, files, share search, trace.
+#include <algorithm>
+#include <cstring>
+
+#include "platform/sim/impl.h"
+
+namespace launchagent::sim {
+
+namespace {
+
+std::string Escape(const std::string& s) {
+  std::string out;
+  for (char c : s) {
+    if (c == '\r')
+      out += "\\r";
+    else if (c == '\n')
+      out += "\\n";
+    else if (c == '\t')
+      out += "\\t";
+    else
+      out += c;
+  }
+  return out;
+}
+
+std::string Quote(const std::string& s) { return "\"" + Escape(s) + "\""; }
+
+constexpr Nanos kSendCloseCost = 10 * kMillisecond;
+
+}  // namespace
+
+// ---- Clock ------------------------------------------------------------------------------
+
+DateTime SimClock::Now() const {
+  const Nanos local = w_.LocalNanos(*w_.hosts[host_]);
+  Nanos secs = local / kSecond;
+  if (local % kSecond < 0) --secs;
+  return DateTime{w_.startDate.lngSeconds + secs};
+}
+
+double SimClock::SecondsSinceMidnight() const {
+  constexpr Nanos kDay = 86400 * kSecond;
+  const Nanos local = w_.LocalNanos(*w_.hosts[host_]);
+  const Nanos startOfDay = static_cast<Nanos>(w_.startDate.SecondsSinceMidnight()) * kSecond;
+  Nanos t = (startOfDay + local % kDay) % kDay;
+  if (t < 0) t += kDay;
+  return static_cast<double>(t) / 1e9;
+}
+
+// ---- Trace ------------------------------------------------------------------------------
+
+void SimTrace::ActivityLine(const std::string& sText) {
+  w_.Record(host_, TranscriptKind::Log, sText);
+}
+
+// ---- Windows ----------------------------------------------------------------------------
+
+std::shared_ptr<WindowRec> World::Impl::FindWindow(HostId host, platform::WindowHandle hWnd) const {
+  if (host >= hosts.size() || hWnd == 0) return nullptr;
+  for (auto& r : hosts[host]->windows)
+    if (r->hWnd == hWnd) return r;
+  return nullptr;
+}
+
+void World::Impl::OpenWindow(HostState& h, std::shared_ptr<WindowRec> rec) {
+  rec->hWnd = ++nextWindow;
+  rec->host = h.id;
+  std::string sText =
+      "#" + std::to_string(rec->hWnd) + " opened " + rec->sClass + " " + Quote(rec->sTitle);
+  if (!rec->sFormName.empty()) sText += " form " + rec->sFormName;
+  if (rec->owner) sText += " process #" + std::to_string(rec->owner);
+  if (!rec->bVisible) sText += " hidden";
+  h.windows.insert(h.windows.begin(), std::move(rec));
+  Record(h.id, TranscriptKind::Window, sText);
+}
+
+void World::Impl::RemoveWindow(HostState& h, platform::WindowHandle hWnd) {
+  for (auto it = h.windows.begin(); it != h.windows.end(); ++it) {
+    if ((*it)->hWnd != hWnd) continue;
+    auto rec = *it;
+    h.windows.erase(it);
+    rec->form = nullptr;
+    if (!h.bCrashing)
+      Record(h.id, TranscriptKind::Window,
+             "#" + std::to_string(hWnd) + " closed " + Quote(rec->sTitle));
+    return;
+  }
+}
+
+void World::Impl::FormChanged(WindowRec& rec) {
+  if (!rec.form) return;
+  const std::string sCaption = rec.form->Caption();
+  const bool bVisible = rec.form->Visible();
+  if (sCaption != rec.sTitle) {
+    rec.sTitle = sCaption;
+    Record(rec.host, TranscriptKind::Window,
+           "#" + std::to_string(rec.hWnd) + " retitled " + Quote(sCaption));
+  }
+  if (bVisible != rec.bVisible) {
+    rec.bVisible = bVisible;
+    Record(rec.host, TranscriptKind::Window,
+           "#" + std::to_string(rec.hWnd) + (bVisible ? " shown" : " hidden"));
+  }
+}
+
+void World::Impl::DeliverClose(HostId host, platform::WindowHandle hWnd) {
+  auto rec = FindWindow(host, hWnd);
+  if (!rec) return;
+  if (rec->form) {
+    rec->form->UserClose();
+    return;
+  }
+  if (rec->owner != 0) return;
+  if (rec->nRefuseClose != 0) {
+    if (rec->nRefuseClose > 0) --rec->nRefuseClose;
+    Record(host, TranscriptKind::Window,
+           "#" + std::to_string(hWnd) + " refused to close " + Quote(rec->sTitle));
+    return;
+  }
+  RemoveWindow(*hosts[host], hWnd);
+}
+
+platform::WindowHandle SimWindows::FindWindowByTitle(const std::string& sTitle) {
+  for (auto& r : w_.HostOf(p_).windows)
+    if (r->sTitle == sTitle) return r->hWnd;
+  return 0;
+}
+
+platform::WindowHandle SimWindows::NextWindow(platform::WindowHandle hWnd) {
+  auto& ws = w_.HostOf(p_).windows;
+  for (std::size_t i = 0; i < ws.size(); ++i)
+    if (ws[i]->hWnd == hWnd) return i + 1 < ws.size() ? ws[i + 1]->hWnd : 0;
+  return 0;
+}
+
+namespace {
+std::optional<std::string> Cut(const std::string& s, int nBufferLen) {
+  if (nBufferLen <= 0) return std::nullopt;
+  return s.substr(0, static_cast<std::size_t>(nBufferLen - 1));
+}
+}  // namespace
+
+std::optional<std::string> SimWindows::ClassName(platform::WindowHandle hWnd, int nBufferLen) {
+  auto rec = w_.FindWindow(p_.host, hWnd);
+  if (!rec) return std::nullopt;
+  return Cut(rec->sClass, nBufferLen);
+}
+
+std::optional<std::string> SimWindows::WindowText(platform::WindowHandle hWnd, int nBufferLen) {
+  auto rec = w_.FindWindow(p_.host, hWnd);
+  if (!rec) return std::nullopt;
+  return Cut(rec->sTitle, nBufferLen);
+}
+
+bool SimWindows::SendClose(platform::WindowHandle hWnd) {
+  if (p_.bEnding) return false;
+  w_.RequireFiber(p_, "SendClose");
+  auto rec = w_.FindWindow(p_.host, hWnd);
+  if (!rec) return false;
+  const Nanos sent = w_.now;
+  ProcessState* owner = rec->owner ? w_.Proc(rec->owner) : nullptr;
+  if (!owner || owner == &p_ || !owner->Alive()) {
+    // Our own window, or one without a running owner: handled right here.
+    if (!rec->owner || owner == &p_) w_.DeliverClose(p_.host, hWnd);
+    w_.Sleep(p_, kSendCloseCost);
+    return true;
+  }
+  const std::uint64_t gen = ++p_.waitGen;
+  owner->waiters.push_back(ProcessState::Waiter{p_.pid, gen, sent});
+  World::Impl& w = w_;
+  const HostId host = p_.host;
+  const ProcessId sender = p_.pid;
+  const ProcessId ownerPid = owner->pid;
+  w_.PostProcess(*owner, w_.now, [&w, host, hWnd, sender, gen, sent, ownerPid] {
+    w.DeliverClose(host, hWnd);
+    ProcessState* o = w.Proc(ownerPid);
+    if (!o) return;
+    auto& ws = o->waiters;
+    for (auto it = ws.begin(); it != ws.end(); ++it) {
+      if (it->pid == sender && it->gen == gen) {
+        ws.erase(it);
+        w.Wake(sender, gen, std::max(w.now, sent + kSendCloseCost));
+        break;
+      }
+    }
+  });
+  w_.WaitBlocked(p_, gen, kForever);
+  return true;
+}
+
+void SimWindows::AttachForm(ui::Form& form) {
+  if (!p_.Alive() || p_.bEnding) return;
+  HostState& h = w_.HostOf(p_);
+  for (auto& r : h.windows)
+    if (r->form == &form) return;
+  auto rec = std::make_shared<WindowRec>();
+  rec->sClass = "ThunderRT6FormDC";
+  rec->sTitle = form.Caption();
+  rec->bVisible = form.Visible();
+  rec->owner = p_.pid;
+  rec->form = &form;
+  rec->sFormName = form.Name();
+  std::weak_ptr<WindowRec> weak = rec;
+  w_.OpenWindow(h, rec);
+  // The guard lives in the form's observer list, so it dies with the form: a form
+  // destroyed without DetachForm takes its window with it.
+  struct Guard {
+    Guard(World::Impl* pw, std::weak_ptr<WindowRec> r) : w(pw), rec(std::move(r)) {}
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    World::Impl* w;
+    std::weak_ptr<WindowRec> rec;
+    ~Guard() {
+      if (auto r = rec.lock(); r && r->form) w->RemoveWindow(*w->hosts[r->host], r->hWnd);
+    }
+  };
+  auto guard = std::make_shared<Guard>(&w_, weak);
+  World::Impl* w = &w_;
+  form.AddObserver([w, weak, guard] {
+    if (auto r = weak.lock()) w->FormChanged(*r);
+  });
+}
+
+void SimWindows::DetachForm(ui::Form& form) {
+  HostState& h = w_.HostOf(p_);
+  for (auto& r : h.windows) {
+    if (r->form == &form) {
+      w_.RemoveWindow(h, r->hWnd);
+      return;
+    }
+  }
+}
+
+void SimWindows::MessageBox(const std::string& sTitle, const std::string& sText) {
+  // The simulated user reads it and presses OK at once.
+  w_.Record(p_.host, TranscriptKind::MsgBox, Quote(sTitle) + " " + Quote(sText));
+}
+
+// ---- Shell ------------------------------------------------------------------------------
+
+bool World::Impl::ParseProgramFile(const Bytes& content, std::string& sKind,
+                                   std::vector<std::pair<std::string, std::string>>& options) {
+  std::string s(content.begin(), content.end());
+  const auto eol = s.find_first_of("\r\n");
+  if (eol != std::string::npos) s.resize(eol);
+  const std::string kMark = "SIMPROGRAM ";
+  if (s.compare(0, kMark.size(), kMark) != 0) return false;
+  std::vector<std::string> words;
+  std::string cur;
+  for (char c : s.substr(kMark.size())) {
+    if (c == ' ' || c == '\t') {
+      if (!cur.empty()) words.push_back(cur);
+      cur.clear();
+    } else {
+      cur += c;
+    }
+  }
+  if (!cur.empty()) words.push_back(cur);
+  if (words.empty()) return false;
+  sKind = words[0];
+  options.clear();
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    const auto eq = words[i].find('=');
+    if (eq == std::string::npos)
+      options.emplace_back(words[i], "");
+    else
+      options.emplace_back(words[i].substr(0, eq), words[i].substr(eq + 1));
+  }
+  return true;
+}
+
+StartResult World::Impl::Execute(HostId host, const std::string& sFile,
+                                 const std::string& sParameters, const std::string& sFolder,
+                                 Long lngShowCmd, const std::string& sBase) {
+  StartResult r;
+  Resolved res = Resolve(host, sFile, sBase);
+  const Disk::Node* node = nullptr;
+  if (res.nError) {
+    r.lngResult = res.nError;
+  } else if (!(node = res.host->disk.Find(res.cDrive, res.parts))) {
+    std::vector<std::string> folder(res.parts.begin(),
+                                    res.parts.empty() ? res.parts.end() : res.parts.end() - 1);
+    const Disk::Node* f = res.host->disk.Find(res.cDrive, folder);
+    r.lngResult = f && f->bFolder ? 2 : 3;
+  } else if (node->bFolder) {
+    r.lngResult = 2;
+  } else {
+    ProgramStart start;
+    if (!ParseProgramFile(node->content, start.sKind, start.options) ||
+        !programs.count(start.sKind)) {
+      r.lngResult = 31;
+    } else {
+      ParsedPath pp = ParsePath(sFile, sBase);
+      start.sPath = sFile;
+      if (pp.kind == ParsedPath::Kind::Local)
+        start.sPath = JoinLocal(pp.cDrive, pp.parts);
+      else if (pp.kind == ParsedPath::Kind::Unc) {
+        start.sPath = "\\\\" + pp.sHost + "\\" + pp.sShare;
+        for (auto& part : pp.parts) start.sPath += "\\" + part;
+      }
+      start.sParameters = sParameters;
+      start.sFolder = sFolder;
+      start.lngShowCmd = lngShowCmd;
+      r.pid = Spawn(host, std::move(start));
+      r.lngResult = r.pid ? 42 : 0;
+    }
+  }
+  return r;
+}
+
+Long SimShell::Execute(const std::string& sVerb, const std::string& sFile,
+                       const std::string& sParameters, const std::string& sFolder,
+                       Long lngShowCmd) {
+  StartResult r;
+  if (!sVerb.empty() && !EqualNoCase(sVerb, "open"))
+    r.lngResult = 31;
+  else
+    r = w_.Execute(p_.host, sFile, sParameters, sFolder, lngShowCmd,
+                   p_.services->files.AgentFolder());
+  w_.Record(
+      p_.host, TranscriptKind::Launch,
+      Quote(sFile) + " params " + Quote(sParameters) + " result " + std::to_string(r.lngResult));
+  return r.lngResult;
+}
+
+// ---- Registry ---------------------------------------------------------------------------
+
+std::optional<platform::RegistryKey> SimRegistry::CreateKey(platform::RegistryRoot root,
+                                                            const std::string& sSubKey) {
+  HostState& h = w_.HostOf(p_);
+  if (root == platform::RegistryRoot::LocalMachine && h.bDenyLocalMachine) return std::nullopt;
+  if (sSubKey.empty()) return std::nullopt;
+  const std::string sPath =
+      (root == platform::RegistryRoot::LocalMachine ? "HKLM\\" : "HKCU\\") + sSubKey;
+  auto& key = h.registry[ToLower(sPath)];
+  if (key.sPath.empty()) key.sPath = sPath;
+  const platform::RegistryKey handle = nextKey_++;
+  open_[handle] = {root, sPath};
+  return handle;
+}
+
+bool SimRegistry::SetStringValue(platform::RegistryKey key, const std::string& sName,
+                                 const std::string& sData) {
+  auto it = open_.find(key);
+  if (it == open_.end()) return false;
+  HostState& h = w_.HostOf(p_);
+  auto& k = h.registry[ToLower(it->second.second)];
+  if (k.sPath.empty()) k.sPath = it->second.second;
+  k.values[ToLower(sName)] = {sName, sData};
+  w_.Record(p_.host, TranscriptKind::Registry, k.sPath + " " + sName + " = " + Escape(sData));
+  return true;
+}
+
+bool SimRegistry::CloseKey(platform::RegistryKey key) { return open_.erase(key) != 0; }
+
+// ---- Kernel -----------------------------------------------------------------------------
+
+std::optional<std::string> SimKernel::ComputerName() {
+  const HostState& h = *w_.hosts[host_];
+  if (h.bComputerNameFails) return std::nullopt;
+  return h.sComputerName;
+}
+
+// ---- Sockets library --------------------------------------------------------------------
+
+namespace {
+constexpr Long kWsaNotInitialised = 10093;
+constexpr Long kWsaNetDown = 10050;
+constexpr Long kWsaHostNotFound = 11001;
+}  // namespace
+
+Long SimSocketsLibrary::Startup(std::uint16_t wVersionRequested,
+                                platform::SocketsStartupData& data) {
+  const SocketsLibrarySettings& s = w_.HostOf(p_).sockets;
+  if (s.lngStartupResult != 0) {
+    lngLastError_ = s.lngStartupResult;
+    return s.lngStartupResult;
+  }
+  ++nStarts_;
+  data.wVersion = s.wVersion ? *s.wVersion : wVersionRequested;
+  data.wHighVersion = s.wHighVersion;
+  data.lngMaxSockets = s.lngMaxSockets;
+  return 0;
+}
+
+Long SimSocketsLibrary::Cleanup() {
+  const SocketsLibrarySettings& s = w_.HostOf(p_).sockets;
+  if (s.lngCleanupResult) return *s.lngCleanupResult;
+  if (nStarts_ <= 0) {
+    lngLastError_ = kWsaNotInitialised;
+    return -1;
+  }
+  --nStarts_;
+  return 0;
+}
+
+Long SimSocketsLibrary::LastError() {
+  const SocketsLibrarySettings& s = w_.HostOf(p_).sockets;
+  return s.lngLastError ? *s.lngLastError : lngLastError_;
+}
+
+std::optional<std::string> SimSocketsLibrary::HostName() {
+  const HostState& h = w_.HostOf(p_);
+  if (h.sockets.bHostNameFails) {
+    lngLastError_ = kWsaNetDown;
+    return std::nullopt;
+  }
+  return h.sName;
+}
+
+std::optional<platform::HostEntry> SimSocketsLibrary::HostByName(const std::string& sName) {
+  HostState& h = w_.HostOf(p_);
+  if (h.sockets.lookupTime > 0) w_.Sleep(p_, h.sockets.lookupTime);
+  auto a = w_.Lookup(h, sName, &lngLastError_);
+  if (!a) return std::nullopt;
+  platform::HostEntry e;
+  e.nAddressLength = 4;
+  e.addresses.push_back(*a);
+  return e;
+}
+
+std::optional<Address> World::Impl::Lookup(HostState& h, const std::string& sName, Long* pError) {
+  const auto fail = [pError]() -> std::optional<Address> {
+    if (pError) *pError = kWsaHostNotFound;
+    return std::nullopt;
+  };
+  if (sName.empty() || h.sockets.bAllLookupsFail) return fail();
+  const std::string lower = ToLower(sName);
+  if (h.failedLookups.count(lower)) return fail();
+  if (auto a = ParseAddress(sName)) return a;
+  if (auto it = h.nameEntries.find(lower); it != h.nameEntries.end()) return it->second;
+  if (lower == "localhost") return Address{127, 0, 0, 1};
+  if (auto it = hostByName.find(lower); it != hostByName.end()) return hosts[it->second]->address;
+  return fail();
+}
+
+// ---- Files ------------------------------------------------------------------------------
+
+World::Impl::Resolved World::Impl::Resolve(HostId from, const std::string& sPath,
+                                           const std::string& sBase) {
+  Resolved r;
+  ParsedPath pp = ParsePath(sPath, sBase);
+  if (pp.kind == ParsedPath::Kind::Invalid) {
+    r.nError = 3;
+    return r;
+  }
+  if (pp.kind == ParsedPath::Kind::Local) {
+    r.host = hosts[from].get();
+    if (!r.host->disk.HasDrive(pp.cDrive)) {
+      r.nError = 3;
+      return r;
+    }
+    r.cDrive = pp.cDrive;
+    r.parts = std::move(pp.parts);
+    return r;
+  }
+  // \\host\share\rest through that host's share.
+  HostState* target = nullptr;
+  if (auto it = hostByName.find(ToLower(pp.sHost)); it != hostByName.end()) {
+    target = hosts[it->second].get();
+  } else if (auto a = ParseAddress(pp.sHost)) {
+    target = HostByAddress(*hosts[from], *a);
+  }
+  if (!target || !target->bUp || Partitioned(from, target->id, now) ||
+      Partitioned(target->id, from, now)) {
+    r.nError = 3;
+    return r;
+  }
+  const Share* share = nullptr;
+  for (auto& s : target->shares)
+    if (EqualNoCase(s.sName, pp.sShare)) share = &s;
+  if (!share) {
+    r.nError = 3;
+    return r;
+  }
+  if (!share->bReadable) {
+    r.nError = 5;
+    return r;
+  }
+  r.host = target;
+  r.cDrive = share->cDrive;
+  r.parts = share->folder;
+  r.parts.insert(r.parts.end(), pp.parts.begin(), pp.parts.end());
+  return r;
+}
+
+std::string SimFileSystem::AgentFolder() {
+  const std::string& s = p_.start.sPath;
+  const auto slash = s.find_last_of('\\');
+  if (slash == std::string::npos) return "C:\\";
+  if (slash == 2 && s.size() > 1 && s[1] == ':') return s.substr(0, 3);
+  return s.substr(0, slash);
+}
+
+std::optional<std::vector<platform::DirEntry>> SimFileSystem::List(const std::string& sPattern,
+                                                                   bool bHidden, bool bFolders) {
+  const auto slash = sPattern.find_last_of("\\/");
+  std::string sFolder, sName;
+  if (slash == std::string::npos) {
+    if (sPattern.size() >= 2 && sPattern[1] == ':') {
+      sFolder = sPattern.substr(0, 2) + "\\";
+      sName = sPattern.substr(2);
+    } else {
+      sFolder = AgentFolder();
+      sName = sPattern;
+    }
+  } else {
+    sFolder = sPattern.substr(0, slash + 1);
+    sName = sPattern.substr(slash + 1);
+  }
+  auto r = w_.Resolve(p_.host, sFolder, AgentFolder());
+  if (r.nError) return std::nullopt;
+  return r.host->disk.List(r.cDrive, r.parts, sName, bHidden, bFolders);
+}
+
+bool SimFileSystem::FolderExists(const std::string& sPath) {
+  auto r = w_.Resolve(p_.host, sPath, AgentFolder());
+  if (r.nError) return false;
+  const Disk::Node* n = r.host->disk.Find(r.cDrive, r.parts);
+  return n && n->bFolder;
+}
+
+bool SimFileSystem::CanOpenForReading(const std::string& sPath) {
+  auto r = w_.Resolve(p_.host, sPath, AgentFolder());
+  if (r.nError) return false;
+  const Disk::Node* n = r.host->disk.Find(r.cDrive, r.parts);
+  return n && !n->bFolder;
+}
+
+std::optional<Bytes> SimFileSystem::ReadFile(const std::string& sPath) {
+  auto r = w_.Resolve(p_.host, sPath, AgentFolder());
+  if (r.nError) return std::nullopt;
+  const Disk::Node* n = r.host->disk.Find(r.cDrive, r.parts);
+  if (!n || n->bFolder) return std::nullopt;
+  return n->content;
+}
+
+bool SimFileSystem::ReplaceFile(const std::string& sPath, const Bytes& content) {
+  auto r = w_.Resolve(p_.host, sPath, AgentFolder());
+  if (r.nError) return false;
+  std::optional<Bytes> old;
+  if (r.host->disk.Write(r.cDrive, r.parts, content, false, false, &old) != Disk::WriteResult::Ok) {
+    w_.Record(p_.host, TranscriptKind::File, sPath + " write failed");
+    return false;
+  }
+  w_.Record(p_.host, TranscriptKind::File, sPath + " " + DescribeWrite(old, content));
+  return true;
+}
+
+std::optional<std::string> SimFileSystem::SystemFolder() {
+  const HostState& h = w_.HostOf(p_);
+  if (!h.systemFolder) return std::nullopt;
+  if (!FolderExists(*h.systemFolder)) return std::nullopt;
+  return h.systemFolder;
+}
+
+Integer SimFileSystem::CopyFile(const std::string& sSource, const std::string& sDestination) {
+  const std::string base = AgentFolder();
+  auto src = w_.Resolve(p_.host, sSource, base);
+  if (src.nError) return static_cast<Integer>(src.nError == 5 ? 5 : 2);
+  const Disk::Node* from = src.host->disk.Find(src.cDrive, src.parts);
+  if (!from || from->bFolder) return 2;
+  auto dst = w_.Resolve(p_.host, sDestination, base);
+  if (dst.nError) return static_cast<Integer>(dst.nError);
+  const Disk::Node* to = dst.host->disk.Find(dst.cDrive, dst.parts);
+  if (to == from) return 0;  // one file: nothing to do
+  const Bytes content = from->content;
+  std::optional<Bytes> old;
+  switch (dst.host->disk.Write(dst.cDrive, dst.parts, content, false, from->bHidden, &old)) {
+    case Disk::WriteResult::Ok:
+      break;
+    case Disk::WriteResult::NoDrive:
+    case Disk::WriteResult::NoFolder:
+      return 3;
+    case Disk::WriteResult::IsFolder:
+      return 5;
+    case Disk::WriteResult::Full:
+      w_.Record(p_.host, TranscriptKind::File, sDestination + " write failed");
+      return 112;
+  }
+  w_.Record(p_.host, TranscriptKind::File,
+            sDestination + " " + DescribeWrite(old, content) + ", copied from " + sSource);
+  return 0;
+}
+
+// ---- Share search -----------------------------------------------------------------------
+
+void SimShareSearch::FindResources() {
+  HostState& h = w_.HostOf(p_);
+  results_ = h.visibleShares ? *h.visibleShares : w_.DefaultVisibleShares();
+  bError_ = h.bSearchError;
+  const Nanos t = h.searchTime ? *h.searchTime : h.shareRng.UniformInt(1 * kSecond, 3 * kSecond);
+  doneAt_ = w_.now + std::max<Nanos>(0, t);
+  next_ = 0;
+  bHave_ = true;
+}
+
+Long SimShareSearch::StillProcessing() { return bHave_ && w_.now < doneAt_ ? 1 : 0; }
+
+Long SimShareSearch::ErrorOccurred() { return bHave_ && bError_ ? 1 : 0; }
+
+void SimShareSearch::GetNResources(Long& lngCount) {
+  lngCount = bHave_ && !bError_ ? static_cast<Long>(results_.size()) : 0;
+}
+
+void SimShareSearch::GetResource(std::array<char, 257>& buffer) {
+  if (!bHave_ || bError_ || next_ >= results_.size()) {
+    buffer[0] = '\0';
+    return;
+  }
+  const std::string& s = results_[next_++];
+  const std::size_t n = std::min<std::size_t>(s.size(), 255);
+  std::memcpy(buffer.data(), s.data(), n);
+  buffer[n] = '\0';
+}
+
+void SimShareSearch::FreeResources() {
+  results_.clear();
+  next_ = 0;
+  bHave_ = false;
+  bError_ = false;
+}
+
+}  // namespace launchagent::sim

@@ -1,0 +1,694 @@
+// The World's public face: hosts, clocks, programs, windows, registry, names, disks
+// and shares as a scenario sets them up.
+#include "platform/sim/world.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "platform/sim/impl.h"
+
+namespace launchagent::sim {
+
+Nanos FromSeconds(double dSeconds) {
+  if (!(dSeconds == dSeconds)) return 0;  // NaN
+  const double ns = dSeconds * 1e9;
+  if (ns >= 9.2e18) return kForever;
+  if (ns <= -9.2e18) return -kForever;
+  return static_cast<Nanos>(std::llround(ns));
+}
+
+std::optional<Address> ParseAddress(const std::string& sText) {
+  Address a{};
+  std::size_t i = 0;
+  for (int part = 0; part < 4; ++part) {
+    if (part > 0) {
+      if (i >= sText.size() || sText[i] != '.') return std::nullopt;
+      ++i;
+    }
+    int value = 0, digits = 0;
+    while (i < sText.size() && sText[i] >= '0' && sText[i] <= '9' && digits < 4) {
+      value = value * 10 + (sText[i] - '0');
+      ++i;
+      ++digits;
+    }
+    if (digits == 0 || digits > 3 || value > 255) return std::nullopt;
+    a[static_cast<std::size_t>(part)] = static_cast<std::uint8_t>(value);
+  }
+  if (i != sText.size()) return std::nullopt;
+  return a;
+}
+
+std::string FormatAddress(const Address& a) {
+  return std::to_string(a[0]) + "." + std::to_string(a[1]) + "." + std::to_string(a[2]) + "." +
+         std::to_string(a[3]);
+}
+
+namespace {
+
+std::uint32_t AddressKey(const Address& a) {
+  return (static_cast<std::uint32_t>(a[0]) << 24) | (static_cast<std::uint32_t>(a[1]) << 16) |
+         (static_cast<std::uint32_t>(a[2]) << 8) | a[3];
+}
+
+std::string RootPrefix(platform::RegistryRoot root) {
+  return root == platform::RegistryRoot::LocalMachine ? "HKLM" : "HKCU";
+}
+
+std::string Trim(const std::string& s) {
+  std::size_t a = 0, b = s.size();
+  while (a < b && s[a] == ' ') ++a;
+  while (b > a && s[b - 1] == ' ') --b;
+  return s.substr(a, b - a);
+}
+
+}  // namespace
+
+std::string ProgramStart::Option(const std::string& sKey, const std::string& sDefault) const {
+  for (auto& [k, v] : options)
+    if (EqualNoCase(k, sKey)) return v;
+  return sDefault;
+}
+
+// ---- Impl life ------------------------------------------------------------------------
+
+World::Impl::Impl(std::uint64_t s) : seed(s) {
+  programs["varno"] = [this](platform::Platform& p, const ProgramStart& start) {
+    VarnoProgram(*this, p, start);
+  };
+}
+
+World::Impl::~Impl() {
+  // Programs unwind first, while everything they touch still exists; nothing they do
+  // now reaches the transcript or a sink that may already be gone.
+  bTearingDown = true;
+  sink = nullptr;
+  KillAll();
+  heap.clear();
+  rawEndpoints.clear();
+  processes.clear();
+  hosts.clear();
+}
+
+World::World(std::uint64_t seed) : impl_(std::make_unique<Impl>(seed)) {}
+World::~World() = default;
+
+std::uint64_t World::Seed() const { return impl_->seed; }
+std::uint64_t World::SubSeed(const std::string& sPurpose) const {
+  return DeriveSeed(impl_->seed, sPurpose);
+}
+
+// ---- Time -----------------------------------------------------------------------------
+
+void World::SetStartDateTime(DateTime start) {
+  if (impl_->hosts.empty() && impl_->now == 0) impl_->startDate = start;
+}
+DateTime World::StartDateTime() const { return impl_->startDate; }
+Nanos World::Now() const { return impl_->now; }
+void World::RunUntil(Nanos t) { impl_->RunUntil(t); }
+void World::RunFor(Nanos d) {
+  impl_->RunUntil(d >= kForever - impl_->now ? kForever : impl_->now + d);
+}
+bool World::Step() {
+  if (impl_->current) Fatal("World::Step from inside a process");
+  return impl_->Step();
+}
+Nanos World::NextEventTime() const {
+  return impl_->heap.empty() ? kForever : impl_->heap.front().t;
+}
+void World::At(Nanos t, std::function<void()> fn) { impl_->PostWorld(t, std::move(fn)); }
+bool World::Call(ProcessId pid, std::function<void()> fn) {
+  return impl_->Call(pid, std::move(fn));
+}
+
+// ---- Hosts ----------------------------------------------------------------------------
+
+std::optional<HostId> World::AddHost(const HostSpec& setup) {
+  Impl& w = *impl_;
+  const std::string sName = Trim(setup.sWinsockName);
+  if (sName.empty() || sName.find_first_of(" \\/") != std::string::npos) return std::nullopt;
+  if (w.hostByName.count(ToLower(sName))) return std::nullopt;
+  const HostId id = static_cast<HostId>(w.hosts.size());
+  Address a{};
+  if (setup.sAddress.empty()) {
+    const std::uint32_t n = id + 1;
+    a = {10, static_cast<std::uint8_t>(n >> 16), static_cast<std::uint8_t>(n >> 8),
+         static_cast<std::uint8_t>(n)};
+  } else {
+    auto parsed = ParseAddress(setup.sAddress);
+    if (!parsed || (*parsed)[0] == 127) return std::nullopt;
+    a = *parsed;
+  }
+  if (w.hostByAddress.count(AddressKey(a))) return std::nullopt;
+  auto h = std::make_unique<HostState>();
+  h->id = id;
+  h->sName = sName;
+  h->sComputerName = setup.sComputerName.empty() ? sName : setup.sComputerName;
+  h->address = a;
+  h->dSkewPpm = setup.dClockSkewPpm;
+  h->offset = FromSeconds(setup.dClockOffsetSeconds);
+  h->netRng = Rng(DeriveSeed(w.seed, "net", id));
+  h->shareRng = Rng(DeriveSeed(w.seed, "shares", id));
+  h->disk.MakeFolders('C', {"Windows", "System32"});
+  w.hostByName[ToLower(sName)] = id;
+  w.hostByAddress[AddressKey(a)] = id;
+  w.hosts.push_back(std::move(h));
+  ++w.sharesGen;
+  return id;
+}
+
+std::optional<HostId> World::AddHost(const std::string& sWinsockName, const std::string& sAddress) {
+  HostSpec setup;
+  setup.sWinsockName = sWinsockName;
+  setup.sAddress = sAddress;
+  return AddHost(setup);
+}
+
+std::size_t World::HostCount() const { return impl_->hosts.size(); }
+
+std::optional<HostId> World::FindHost(const std::string& sNameOrAddress) const {
+  auto it = impl_->hostByName.find(ToLower(sNameOrAddress));
+  if (it != impl_->hostByName.end()) return it->second;
+  if (auto a = ParseAddress(sNameOrAddress)) {
+    auto jt = impl_->hostByAddress.find(AddressKey(*a));
+    if (jt != impl_->hostByAddress.end()) return jt->second;
+  }
+  return std::nullopt;
+}
+
+const std::string& World::HostName(HostId host) const {
+  static const std::string kNone;  // immutable: safe to share
+  return host < impl_->hosts.size() ? impl_->hosts[host]->sName : kNone;
+}
+
+std::string World::HostAddress(HostId host) const {
+  return host < impl_->hosts.size() ? FormatAddress(impl_->hosts[host]->address) : "";
+}
+
+bool World::HostUp(HostId host) const {
+  return host < impl_->hosts.size() && impl_->hosts[host]->bUp;
+}
+
+void World::CrashHost(HostId host) {
+  Impl& w = *impl_;
+  if (host >= w.hosts.size() || !w.hosts[host]->bUp) return;
+  if (w.current) {
+    w.PostWorld(w.now, [this, host] { CrashHost(host); });
+    return;
+  }
+  HostState& h = *w.hosts[host];
+  w.Record(host, TranscriptKind::Note, "host crashed");
+  h.bUp = false;
+  h.bCrashing = true;
+  ++w.sharesGen;
+  std::vector<std::shared_ptr<Endpoint>> eps;
+  for (auto& [id, weak] : h.endpoints)
+    if (auto ep = weak.lock()) eps.push_back(ep);
+  for (auto& ep : eps) w.CloseEndpoint(ep, false);
+  h.listeners.clear();
+  const std::vector<ProcessId> pids = h.processes;
+  for (auto pid : pids) w.Kill(pid);
+  std::vector<platform::WindowHandle> left;
+  for (auto& rec : h.windows) left.push_back(rec->hWnd);
+  for (auto hWnd : left) w.RemoveWindow(h, hWnd);
+  h.bCrashing = false;
+}
+
+void World::RestartHost(HostId host, bool bAutostart) {
+  Impl& w = *impl_;
+  if (host >= w.hosts.size() || w.hosts[host]->bUp) return;
+  if (w.current) {
+    w.PostWorld(w.now, [this, host, bAutostart] { RestartHost(host, bAutostart); });
+    return;
+  }
+  HostState& h = *w.hosts[host];
+  h.bUp = true;
+  ++w.sharesGen;
+  w.Record(host, TranscriptKind::Note, "host restarted");
+  if (!bAutostart) return;
+  const std::string sRun = "software\\microsoft\\windows\\currentversion\\run";
+  std::vector<std::string> commands;
+  for (const char* root : {"hklm\\", "hkcu\\"}) {
+    auto it = h.registry.find(root + sRun);
+    if (it == h.registry.end()) continue;
+    for (auto& [lower, value] : it->second.values) commands.push_back(value.second);
+  }
+  for (auto& c : commands) {
+    std::string sPath = c, sParams;
+    if (!c.empty() && c[0] == '"') {
+      const auto q = c.find('"', 1);
+      sPath = c.substr(1, q == std::string::npos ? std::string::npos : q - 1);
+      if (q != std::string::npos) sParams = Trim(c.substr(q + 1));
+    }
+    StartProgram(host, sPath, sParams);
+  }
+}
+
+// ---- Clocks ---------------------------------------------------------------------------
+
+Nanos World::Impl::LocalNanos(const HostState& h) const {
+  const double skew = static_cast<double>(now) * h.dSkewPpm * 1e-6;
+  return now + static_cast<Nanos>(std::llround(skew)) + h.offset;
+}
+
+DateTime World::HostTime(HostId host) const {
+  if (host >= impl_->hosts.size()) return impl_->startDate;
+  const Nanos local = impl_->LocalNanos(*impl_->hosts[host]);
+  Nanos secs = local / kSecond;
+  if (local % kSecond < 0) --secs;
+  return DateTime{impl_->startDate.lngSeconds + secs};
+}
+
+void World::SetClockSkew(HostId host, double dPpm) {
+  Impl& w = *impl_;
+  if (host >= w.hosts.size()) return;
+  HostState& h = *w.hosts[host];
+  // The clock keeps its reading; only its rate changes.
+  const Nanos before = w.LocalNanos(h);
+  h.dSkewPpm = dPpm;
+  h.offset += before - w.LocalNanos(h);
+}
+
+void World::JumpClock(HostId host, Nanos at, double dSeconds) {
+  Impl& w = *impl_;
+  if (host >= w.hosts.size()) return;
+  w.PostWorld(at, [&w, host, dSeconds] {
+    w.hosts[host]->offset += FromSeconds(dSeconds);
+    w.Record(
+        host, TranscriptKind::Note,
+        "clock set to " +
+            DateTime{w.startDate.lngSeconds + w.LocalNanos(*w.hosts[host]) / kSecond}.ToText());
+  });
+}
+
+void World::SetClock(HostId host, Nanos at, DateTime local) {
+  Impl& w = *impl_;
+  if (host >= w.hosts.size()) return;
+  w.PostWorld(at, [&w, host, local] {
+    HostState& h = *w.hosts[host];
+    const Nanos want = (local.lngSeconds - w.startDate.lngSeconds) * kSecond;
+    h.offset += want - w.LocalNanos(h);
+    w.Record(host, TranscriptKind::Note, "clock set to " + local.ToText());
+  });
+}
+
+// ---- Programs -------------------------------------------------------------------------
+
+void World::RegisterProgram(const std::string& sKind, ProgramBody body) {
+  impl_->programs[sKind] = std::move(body);
+}
+
+bool World::HasProgram(const std::string& sKind) const { return impl_->programs.count(sKind) != 0; }
+
+bool World::WriteProgramFile(HostId host, const std::string& sPath, const std::string& sKind,
+                             const std::string& sOptions) {
+  std::string s = "SIMPROGRAM " + sKind;
+  if (!sOptions.empty()) s += " " + sOptions;
+  return WriteFile(host, sPath, s + "\r\n");
+}
+
+StartResult World::StartProgram(HostId host, const std::string& sPath,
+                                const std::string& sParameters) {
+  if (host >= impl_->hosts.size() || !impl_->hosts[host]->bUp) return StartResult{};
+  return impl_->Execute(host, sPath, sParameters, "", 1, "C:\\");
+}
+
+ProcessId World::StartProcess(HostId host, const std::string& sKind, const std::string& sPath,
+                              const std::string& sParameters,
+                              std::vector<std::pair<std::string, std::string>> options) {
+  ProgramStart start;
+  start.sKind = sKind;
+  start.sPath = sPath.empty() ? "C:\\" + sKind + ".exe" : sPath;
+  start.sParameters = sParameters;
+  start.options = std::move(options);
+  // The program is installed: its folder exists.
+  ParsedPath pp = ParsePath(start.sPath, "C:\\");
+  if (host < impl_->hosts.size() && pp.kind == ParsedPath::Kind::Local && !pp.parts.empty()) {
+    pp.parts.pop_back();
+    impl_->hosts[host]->disk.MakeFolders(pp.cDrive, pp.parts);
+  }
+  return impl_->Spawn(host, std::move(start));
+}
+
+bool World::Kill(ProcessId pid) { return impl_->Kill(pid); }
+
+bool World::Alive(ProcessId pid) const {
+  const ProcessState* p = impl_->Proc(pid);
+  return p && p->Alive();
+}
+
+std::optional<ProcessInfo> World::Process(ProcessId pid) const {
+  const ProcessState* p = impl_->Proc(pid);
+  if (!p) return std::nullopt;
+  return impl_->Info(*p);
+}
+
+std::vector<ProcessInfo> World::Processes(HostId host) const {
+  std::vector<ProcessInfo> out;
+  if (host >= impl_->hosts.size()) return out;
+  for (auto pid : impl_->hosts[host]->processes)
+    if (const ProcessState* p = impl_->Proc(pid)) out.push_back(impl_->Info(*p));
+  return out;
+}
+
+platform::Platform* World::PlatformOf(ProcessId pid) {
+  ProcessState* p = impl_->Proc(pid);
+  if (!p || !p->Alive()) return nullptr;
+  return &p->services->platform;
+}
+
+ProcessId World::CurrentProcess() const { return impl_->current ? impl_->current->pid : 0; }
+
+// ---- Windows --------------------------------------------------------------------------
+
+namespace {
+WindowInfo ToInfo(const WindowRec& r) {
+  WindowInfo i;
+  i.hWnd = r.hWnd;
+  i.sClass = r.sClass;
+  i.sTitle = r.sTitle;
+  i.bVisible = r.bVisible;
+  i.owner = r.owner;
+  i.form = r.form;
+  i.sFormName = r.sFormName;
+  return i;
+}
+}  // namespace
+
+std::vector<WindowInfo> World::Windows(HostId host) const {
+  std::vector<WindowInfo> out;
+  if (host >= impl_->hosts.size()) return out;
+  for (auto& r : impl_->hosts[host]->windows) out.push_back(ToInfo(*r));
+  return out;
+}
+
+std::optional<WindowInfo> World::FindForm(HostId host, const std::string& sFormName) const {
+  if (host >= impl_->hosts.size()) return std::nullopt;
+  for (auto& r : impl_->hosts[host]->windows)
+    if (r->form && r->sFormName == sFormName) return ToInfo(*r);
+  return std::nullopt;
+}
+
+platform::WindowHandle World::AddWindow(HostId host, const std::string& sClass,
+                                        const std::string& sTitle, int nRefuseClose) {
+  Impl& w = *impl_;
+  if (host >= w.hosts.size() || !w.hosts[host]->bUp) return 0;
+  auto rec = std::make_shared<WindowRec>();
+  rec->host = host;
+  rec->sClass = sClass;
+  rec->sTitle = sTitle;
+  rec->bVisible = true;
+  rec->nRefuseClose = nRefuseClose;
+  w.OpenWindow(*w.hosts[host], rec);
+  return rec->hWnd;
+}
+
+bool World::CloseWindow(HostId host, platform::WindowHandle hWnd) {
+  Impl& w = *impl_;
+  auto rec = w.FindWindow(host, hWnd);
+  if (!rec) return false;
+  if (rec->owner == 0) {
+    w.DeliverClose(host, hWnd);
+    return true;
+  }
+  ProcessState* p = w.Proc(rec->owner);
+  if (!p || !p->Alive()) return false;
+  w.PostProcess(*p, w.now, [&w, host, hWnd] { w.DeliverClose(host, hWnd); });
+  return true;
+}
+
+// ---- Registry and kernel --------------------------------------------------------------
+
+void World::DenyLocalMachine(HostId host, bool bDenied) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->bDenyLocalMachine = bDenied;
+}
+
+std::optional<std::string> World::RegistryValue(HostId host, platform::RegistryRoot root,
+                                                const std::string& sSubKey,
+                                                const std::string& sName) const {
+  if (host >= impl_->hosts.size()) return std::nullopt;
+  auto& reg = impl_->hosts[host]->registry;
+  auto it = reg.find(ToLower(RootPrefix(root) + "\\" + sSubKey));
+  if (it == reg.end()) return std::nullopt;
+  auto jt = it->second.values.find(ToLower(sName));
+  if (jt == it->second.values.end()) return std::nullopt;
+  return jt->second.second;
+}
+
+void World::SetRegistryValue(HostId host, platform::RegistryRoot root, const std::string& sSubKey,
+                             const std::string& sName, const std::string& sData) {
+  if (host >= impl_->hosts.size()) return;
+  const std::string sPath = RootPrefix(root) + "\\" + sSubKey;
+  auto& key = impl_->hosts[host]->registry[ToLower(sPath)];
+  if (key.sPath.empty()) key.sPath = sPath;
+  key.values[ToLower(sName)] = {sName, sData};
+}
+
+void World::SetComputerName(HostId host, const std::string& sName) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->sComputerName = sName;
+}
+
+void World::SetComputerNameFails(HostId host, bool bFails) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->bComputerNameFails = bFails;
+}
+
+// ---- Names ----------------------------------------------------------------------------
+
+SocketsLibrarySettings& World::SocketsLibrary(HostId host) {
+  if (host >= impl_->hosts.size()) Fatal("SocketsLibrary of an unknown host");
+  return impl_->hosts[host]->sockets;
+}
+
+void World::AddNameEntry(HostId host, const std::string& sName, const std::string& sAddress) {
+  if (host >= impl_->hosts.size()) return;
+  if (auto a = ParseAddress(sAddress)) impl_->hosts[host]->nameEntries[ToLower(sName)] = *a;
+}
+
+void World::FailLookup(HostId host, const std::string& sName, bool bFails) {
+  if (host >= impl_->hosts.size()) return;
+  auto& set = impl_->hosts[host]->failedLookups;
+  if (bFails)
+    set.insert(ToLower(sName));
+  else
+    set.erase(ToLower(sName));
+}
+
+// ---- Network ----------------------------------------------------------------------------
+
+NetworkSettings& World::Network() { return impl_->net; }
+
+void World::SetLatency(HostId a, HostId b, Nanos min, Nanos max) {
+  if (max < min) max = min;
+  if (min < 0) min = 0;
+  impl_->latencies[{std::min(a, b), std::max(a, b)}] = {min, max};
+}
+
+void World::Partition(HostId from, HostId to, Nanos start, Nanos end) {
+  impl_->partitions.push_back(PartitionRec{from, to, start, end});
+  const auto name = [this](HostId h) { return h == kAnyHost ? std::string("*") : HostName(h); };
+  std::string sText =
+      "partition " + name(from) + " -> " + name(to) + " from " + FormatElapsed(start);
+  if (end != kForever) sText += " until " + FormatElapsed(end);
+  impl_->Record(std::nullopt, TranscriptKind::Note, sText);
+}
+
+void World::Heal(HostId from, HostId to) {
+  for (auto& p : impl_->partitions) {
+    if (p.from == from && p.to == to && p.end > impl_->now) {
+      p.end = impl_->now;
+      if (p.start > p.end) p.start = p.end;
+    }
+  }
+}
+
+void World::MergeNextSends(HostId from, HostId to) { ++impl_->merges[{from, to}]; }
+void World::SplitNextSend(HostId from, HostId to) { ++impl_->splits[{from, to}]; }
+void World::SetNetTrace(bool bOn) { impl_->bNetTrace = bOn; }
+
+void World::RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
+                    bool bCloseAfter) {
+  Impl& w = *impl_;
+  if (from >= w.hosts.size() || !w.hosts[from]->bUp) return;
+  auto ep = w.NewEndpoint(from, 0);
+  ep->localPort = w.EphemeralPort(*w.hosts[from]);
+  std::weak_ptr<Endpoint> weak = ep;
+  ep->onConnected = [&w, weak, data = std::move(data), bCloseAfter] {
+    auto e = weak.lock();
+    if (!e) return;
+    w.Send(e, data);
+    if (bCloseAfter) w.CloseEndpoint(e, true);
+  };
+  w.rawEndpoints.push_back(ep);
+  w.StartConnect(ep, sTarget, lngPort);
+}
+
+// ---- Disks and shares -------------------------------------------------------------------
+
+namespace {
+
+// Scenario-side paths are local to the host: "C:\..." (or relative to C:\).
+bool LocalParts(const std::string& sPath, char& cDrive, std::vector<std::string>& parts) {
+  ParsedPath pp = ParsePath(sPath, "C:\\");
+  if (pp.kind != ParsedPath::Kind::Local) return false;
+  cDrive = pp.cDrive;
+  parts = std::move(pp.parts);
+  return true;
+}
+
+}  // namespace
+
+bool World::WriteFile(HostId host, const std::string& sPath, const Bytes& content, bool bHidden) {
+  if (host >= impl_->hosts.size()) return false;
+  char d;
+  std::vector<std::string> parts;
+  if (!LocalParts(sPath, d, parts)) return false;
+  return impl_->hosts[host]->disk.Write(d, parts, content, true, bHidden) == Disk::WriteResult::Ok;
+}
+
+bool World::WriteFile(HostId host, const std::string& sPath, const std::string& sText,
+                      bool bHidden) {
+  return WriteFile(host, sPath, Bytes(sText.begin(), sText.end()), bHidden);
+}
+
+bool World::MakeFolder(HostId host, const std::string& sPath, bool bHidden) {
+  if (host >= impl_->hosts.size()) return false;
+  char d;
+  std::vector<std::string> parts;
+  if (!LocalParts(sPath, d, parts)) return false;
+  return impl_->hosts[host]->disk.MakeFolders(d, parts, bHidden) != nullptr;
+}
+
+bool World::RemovePath(HostId host, const std::string& sPath) {
+  if (host >= impl_->hosts.size()) return false;
+  char d;
+  std::vector<std::string> parts;
+  if (!LocalParts(sPath, d, parts)) return false;
+  return impl_->hosts[host]->disk.Remove(d, parts);
+}
+
+bool World::SetHidden(HostId host, const std::string& sPath, bool bHidden) {
+  if (host >= impl_->hosts.size()) return false;
+  char d;
+  std::vector<std::string> parts;
+  if (!LocalParts(sPath, d, parts) || parts.empty()) return false;
+  Disk::Node* n = impl_->hosts[host]->disk.Find(d, parts);
+  if (!n) return false;
+  n->bHidden = bHidden;
+  return true;
+}
+
+std::optional<Bytes> World::ReadFile(HostId host, const std::string& sPath) const {
+  if (host >= impl_->hosts.size()) return std::nullopt;
+  char d;
+  std::vector<std::string> parts;
+  if (!LocalParts(sPath, d, parts)) return std::nullopt;
+  const Disk::Node* n = impl_->hosts[host]->disk.Find(d, parts);
+  if (!n || n->bFolder) return std::nullopt;
+  return n->content;
+}
+
+bool World::FolderExists(HostId host, const std::string& sPath) const {
+  if (host >= impl_->hosts.size()) return false;
+  char d;
+  std::vector<std::string> parts;
+  if (!LocalParts(sPath, d, parts)) return false;
+  const Disk::Node* n = impl_->hosts[host]->disk.Find(d, parts);
+  return n && n->bFolder;
+}
+
+void World::SetDiskCapacity(HostId host, char cDrive, std::optional<std::uint64_t> bytes) {
+  if (host >= impl_->hosts.size()) return;
+  impl_->hosts[host]->disk.SetCapacity(
+      static_cast<char>(std::toupper(static_cast<unsigned char>(cDrive))), bytes);
+}
+
+void World::SetSystemFolder(HostId host, std::optional<std::string> sPath) {
+  if (host >= impl_->hosts.size()) return;
+  if (sPath) MakeFolder(host, *sPath);
+  impl_->hosts[host]->systemFolder = std::move(sPath);
+}
+
+bool World::AddShare(HostId host, const std::string& sShare, const std::string& sFolder,
+                     bool bReadable) {
+  if (host >= impl_->hosts.size() || sShare.empty()) return false;
+  HostState& h = *impl_->hosts[host];
+  for (auto& s : h.shares)
+    if (EqualNoCase(s.sName, sShare)) return false;
+  Share s;
+  s.sName = sShare;
+  if (!LocalParts(sFolder, s.cDrive, s.folder)) return false;
+  if (!h.disk.MakeFolders(s.cDrive, s.folder)) return false;
+  s.bReadable = bReadable;
+  h.shares.push_back(std::move(s));
+  ++impl_->sharesGen;
+  return true;
+}
+
+bool World::SetShareReadable(HostId host, const std::string& sShare, bool bReadable) {
+  if (host >= impl_->hosts.size()) return false;
+  for (auto& s : impl_->hosts[host]->shares) {
+    if (EqualNoCase(s.sName, sShare)) {
+      s.bReadable = bReadable;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool World::RemoveShare(HostId host, const std::string& sShare) {
+  if (host >= impl_->hosts.size()) return false;
+  auto& shares = impl_->hosts[host]->shares;
+  for (auto it = shares.begin(); it != shares.end(); ++it) {
+    if (EqualNoCase(it->sName, sShare)) {
+      shares.erase(it);
+      ++impl_->sharesGen;
+      return true;
+    }
+  }
+  return false;
+}
+
+void World::SetVisibleShares(HostId host, std::vector<std::string> names) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->visibleShares = std::move(names);
+}
+
+void World::ClearVisibleShares(HostId host) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->visibleShares.reset();
+}
+
+void World::SetShareSearchTime(HostId host, std::optional<Nanos> time) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->searchTime = time;
+}
+
+void World::SetShareSearchError(HostId host, bool bError) {
+  if (host < impl_->hosts.size()) impl_->hosts[host]->bSearchError = bError;
+}
+
+std::vector<std::string> World::Impl::DefaultVisibleShares() {
+  if (sharesCacheGen != sharesGen) {
+    sharesCache.clear();
+    for (auto& h : hosts) {
+      if (!h->bUp) continue;
+      for (auto& s : h->shares) sharesCache.push_back("\\\\" + h->sName + "\\" + s.sName);
+    }
+    sharesCacheGen = sharesGen;
+  }
+  return sharesCache;
+}
+
+// ---- Transcript -------------------------------------------------------------------------
+
+const std::vector<std::string>& World::Transcript() const { return impl_->transcript; }
+
+void World::SetTranscriptSink(std::function<void(const std::string&)> sink) {
+  impl_->sink = std::move(sink);
+}
+
+void World::Record(std::optional<HostId> host, TranscriptKind kind, const std::string& sText) {
+  impl_->Record(host, kind, sText);
+}
+
+void World::Note(std::optional<HostId> host, const std::string& sText) {
+  impl_->Record(host, TranscriptKind::Note, sText);
+}
+
+}  // namespace launchagent::sim
