@@ -1,16 +1,168 @@
-// Launching the main application: filled by the launching capability.
+// Launching the main application: from the agent's own folder, or from the launch site
+// that another computer's agent announced.
+#include <algorithm>
+#include <cctype>
+#include <memory>
+
 #include "agent/agent.h"
 #include "launcher/launcher.h"
+#include "messages/cls_msg_host_info.h"
+#include "registry/agent_host_info.h"
 
 namespace launchagent {
-std::string Launcher::FindMainAppFile() { return ""; }
-bool Launcher::LaunchMainApp(std::string&) { return false; }
-void Launcher::LaunchFromLaunchSite() {}
-bool Launcher::IsMainAppFileName(const std::string&) { return false; }
-bool Launcher::HasExtension(const std::string&, const std::string&) { return false; }
-std::vector<std::string> Launcher::GetLibraryFiles(const std::string&) { return {}; }
-std::string Launcher::GetSystemFolder() { return ""; }
-bool Launcher::CopyAppFile(std::string&, std::string&) { return false; }
-std::string Launcher::GetFileName(const std::string& sPath) { return sPath; }
-std::string Launcher::GetFolderName(const std::string& sPath) { return sPath; }
+
+namespace {
+
+constexpr Integer kLogLevel = 1;
+constexpr const char* kMainAppName = "Varno";
+constexpr const char* kExeExtension = ".exe";
+constexpr const char* kLibraryExtension = ".dll";
+// The show command for a normal window.
+constexpr Long kShowNormal = 1;
+// Start results above this are successes.
+constexpr Long kShellSuccessFloor = 32;
+
+std::string LowerCase(std::string s) {
+  std::transform(s.begin(), s.end(), s.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return s;
+}
+
+// Reads a number the way the runtime's numeric-text reader does: leading blanks skipped,
+// then sign, digits and a point up to the first character that cannot continue it; no
+// digits read as 0. Only whole-number parts matter for the main application's names.
+double ReadLeadingNumber(const std::string& sText) {
+  std::size_t i = 0;
+  while (i < sText.size() && (sText[i] == ' ' || sText[i] == '\t' || sText[i] == '\n')) ++i;
+  bool bNegative = false;
+  if (i < sText.size() && (sText[i] == '+' || sText[i] == '-')) {
+    bNegative = sText[i] == '-';
+    ++i;
+  }
+  double dValue = 0;
+  while (i < sText.size() && std::isdigit(static_cast<unsigned char>(sText[i]))) {
+    dValue = dValue * 10 + (sText[i] - '0');
+    ++i;
+  }
+  if (i < sText.size() && sText[i] == '.') {
+    ++i;
+    double dScale = 0.1;
+    while (i < sText.size() && std::isdigit(static_cast<unsigned char>(sText[i]))) {
+      dValue += (sText[i] - '0') * dScale;
+      dScale /= 10;
+      ++i;
+    }
+  }
+  return bNegative ? -dValue : dValue;
+}
+
+}  // namespace
+
+bool Launcher::HasExtension(const std::string& sFileName, const std::string& sExtension) {
+  if (sFileName.size() <= sExtension.size()) return false;
+  return LowerCase(sFileName.substr(sFileName.size() - sExtension.size())) == LowerCase(sExtension);
+}
+
+bool Launcher::IsMainAppFileName(const std::string& sFileName) {
+  const std::string sName = kMainAppName;
+  if (LowerCase(sFileName.substr(0, sName.size())) != LowerCase(sName)) return false;
+  // The two characters after the name hold the version; Varno1 was never a release.
+  const std::string sVersion =
+      sFileName.size() > sName.size() ? sFileName.substr(sName.size(), 2) : std::string();
+  return ReadLeadingNumber(sVersion) > 1;
+}
+
+std::string Launcher::FindMainAppFile() {
+  const std::string sFolder = agent_.AppPath();
+  const auto entries = agent_.Platform().files.List(sFolder + "\\*", true, false);
+  if (!entries) return "";
+  for (const platform::DirEntry& entry : *entries) {
+    if (entry.bFolder) continue;
+    if (HasExtension(entry.sName, kExeExtension) && IsMainAppFileName(entry.sName))
+      return entry.sName;
+  }
+  return "";
+}
+
+std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
+  std::vector<std::string> sFiles;
+  const auto entries = agent_.Platform().files.List(sFolder + "\\*", true, false);
+  if (!entries) return sFiles;
+  for (const platform::DirEntry& entry : *entries) {
+    if (entry.bFolder) continue;
+    if (HasExtension(entry.sName, kLibraryExtension)) sFiles.push_back(entry.sName);
+  }
+  return sFiles;
+}
+
+std::string Launcher::GetSystemFolder() {
+  auto sFolder = agent_.Platform().files.SystemFolder();
+  // Without a system folder the libraries go beside the agent.
+  if (!sFolder) return agent_.AppPath();
+  return *sFolder;
+}
+
+bool Launcher::CopyAppFile(std::string& sSource, std::string& sDestination) {
+  return agent_.Platform().files.CopyFile(sSource, sDestination) == 0;
+}
+
+std::string Launcher::GetFileName(const std::string& sPath) {
+  const std::size_t nPos = sPath.rfind('\\');
+  if (nPos == std::string::npos) return sPath;
+  return sPath.substr(nPos + 1);
+}
+
+std::string Launcher::GetFolderName(const std::string& sPath) {
+  const std::size_t nPos = sPath.rfind('\\');
+  if (nPos == std::string::npos) return sPath;
+  return sPath.substr(0, nPos);
+}
+
+bool Launcher::LaunchMainApp(std::string& sPath) {
+  const std::string sFolder = GetFolderName(sPath);
+  LogActivity("*** Launching Varno now ... ***", kLogLevel);
+  LogActivity("*** Launching From: " + sPath, kLogLevel);
+
+  // The application needs its libraries in the system folder; one that cannot be copied
+  // (in use, say) does not stop the launch.
+  for (const std::string& sLibrary : GetLibraryFiles(sFolder)) {
+    std::string sSource = sFolder + "\\" + sLibrary;
+    std::string sDestination = GetSystemFolder() + "\\" + sLibrary;
+    CopyAppFile(sSource, sDestination);
+  }
+
+  platform::Shell& shell = agent_.Platform().shell;
+  Long lngResult = 0;
+  if (agent_.bLaunchIndexing) {
+    LogActivity("*** User=" + agent_.sLaunchUserName + " ***", kLogLevel);
+    lngResult =
+        shell.Execute("open", sPath, "-ReindexVarno " + agent_.sLaunchUserName, "", kShowNormal);
+  } else {
+    lngResult = shell.Execute("open", sPath, "-default", "", kShowNormal);
+  }
+
+  if (lngResult > kShellSuccessFloor) {
+    LogActivity("*** Launch Successful ***", kLogLevel);
+    return true;
+  }
+  LogActivity("*** ERROR ***", kLogLevel);
+  return false;
+}
+
+void Launcher::LaunchFromLaunchSite() {
+  AgentHostInfo& registry = agent_.agentHostInfo();
+  const Long lngCount = registry.GetAgentCount();
+  for (Long i = 1; i <= lngCount; ++i) {
+    std::shared_ptr<clsMsgHostInfo> objHostInfo;
+    if (!registry.GetAgentHostInfo(i, objHostInfo) || !objHostInfo) continue;
+    std::string sAppPath = objHostInfo->GetAppPath();
+    if (sAppPath.empty()) continue;
+    // A copy under the executable's own name lets the next search find it locally; this
+    // launch still runs from the other computer.
+    std::string sLocalCopy = agent_.AppPath() + "\\" + GetFileName(sAppPath);
+    CopyAppFile(sAppPath, sLocalCopy);
+    if (LaunchMainApp(sAppPath)) break;
+  }
+}
+
 }  // namespace launchagent

@@ -1,8 +1,49 @@
-// Watching the main application's window: filled by the window-watch capability.
+// Watching the main application's window: a missing window is the only reason to launch.
+#include <cstdint>
+#include <limits>
+
 #include "agent/agent.h"
 #include "launcher/launcher.h"
 
 namespace launchagent {
-Integer Launcher::CountMainAppWindows() { return 0; }
-void Launcher::MonitorMainApp() {}
+
+namespace {
+constexpr const char* kMainAppClass = "ThunderRT6FormDC";
+constexpr const char* kMainAppTitle = "Varno";
+constexpr int kNameBufferLen = 50;
+// What the watch assumes when it cannot look: the application runs, nothing is launched.
+constexpr Integer kCountOnFailure = 1;
+}  // namespace
+
+Integer Launcher::CountMainAppWindows() {
+  platform::WindowSystem& windows = agent_.Platform().windows;
+  std::int32_t nCount = 0;
+  platform::WindowHandle hWnd = windows.FindWindowByTitle(kMainAppTitle);
+  while (hWnd != 0) {
+    const auto sClass = windows.ClassName(hWnd, kNameBufferLen);
+    if (!sClass) return kCountOnFailure;
+    if (*sClass == kMainAppClass) {
+      const auto sTitle = windows.WindowText(hWnd, kNameBufferLen);
+      if (!sTitle) return kCountOnFailure;
+      if (*sTitle == kMainAppTitle) {
+        ++nCount;
+        if (nCount > std::numeric_limits<Integer>::max()) return kCountOnFailure;
+      }
+    }
+    hWnd = windows.NextWindow(hWnd);
+  }
+  return static_cast<Integer>(nCount);
+}
+
+void Launcher::MonitorMainApp() {
+  if (CountMainAppWindows() != 0) return;
+  const std::string sName = FindMainAppFile();
+  if (!sName.empty()) {
+    std::string sPath = agent_.AppPath() + "\\" + sName;
+    LaunchMainApp(sPath);
+  } else {
+    LaunchFromLaunchSite();
+  }
+}
+
 }  // namespace launchagent
