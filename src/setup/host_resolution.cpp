@@ -2,6 +2,7 @@
 
 #include "agent/agent.h"
 #include "launcher/launcher.h"
+#include "messages/text_forms.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
@@ -12,13 +13,11 @@ constexpr std::uint16_t kRequestedVersion = 257;  // 1.1
 constexpr Long kMinSockets = 1;
 constexpr std::size_t kHostNameBufferLen = 256;
 
-std::string SignedForm(Long n) { return (n >= 0 ? " " : "") + std::to_string(n); }
-
 std::string DottedAddress(const platform::HostEntry& entry) {
   if (entry.addresses.empty()) return "";
   const auto& bytes = entry.addresses.front();
-  const std::size_t n = std::min<std::size_t>(bytes.size(), static_cast<std::size_t>(
-                                                                std::max<Integer>(0, entry.nAddressLength)));
+  const std::size_t n = std::min<std::size_t>(
+      bytes.size(), static_cast<std::size_t>(std::max<Integer>(0, entry.nAddressLength)));
   std::string s;
   for (std::size_t i = 0; i < n; ++i) s += std::to_string(bytes[i]) + ".";
   if (!s.empty()) s.pop_back();
@@ -42,8 +41,8 @@ void FrmAgentSetup::SocketsInitialize() {
   const Long lo = lobyte(wVersion);
   const Long hi = hibyte(wVersion);
   if (lo < 1 || (lo == 1 && hi < 1)) {
-    agent_.LogActivity("Windows Sockets version " + std::to_string(lo) + "." +
-                           std::to_string(hi) + " is not supported by winsock.dll ",
+    agent_.LogActivity("Windows Sockets version " + std::to_string(lo) + "." + std::to_string(hi) +
+                           " is not supported by winsock.dll ",
                        1);
     p.loop.EndProcess();
   }
@@ -68,7 +67,7 @@ void FrmAgentSetup::GetHostInfo() {
   platform::Platform& p = agent_.Platform();
   const auto name = p.sockets.HostName();
   if (!name) {
-    agent_.LogActivity("Windows Sockets error " + SignedForm(p.sockets.LastError()), 1);
+    agent_.LogActivity("Windows Sockets error " + text_forms::SignedForm(p.sockets.LastError()), 1);
     return;
   }
   // The name and its terminating NUL go to the front of the buffer; the rest keeps
