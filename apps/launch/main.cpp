@@ -1,0 +1,58 @@
+// The real agent: the native platform of this desktop, one Agent, the Qt loop.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "agent/agent.h"
+#include "platform/native/native_platform.h"
+#include "platform/native/settings.h"
+#include "platform/native/tray.h"
+#include "platform/native/window_system.h"
+
+namespace native = launchagent::native;
+
+int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + 1, argv + argc);
+  native::NativeSettings settings;
+  std::string sError;
+  if (!native::ParseNativeSettings(args, native::ProcessEnv, settings, sError)) {
+    std::fprintf(stderr, "%s\n%s", sError.c_str(), native::NativeSettingsHelp(argv[0]).c_str());
+    return 2;
+  }
+  if (settings.bHelp) {
+    std::fputs(native::NativeSettingsHelp(argv[0]).c_str(), stdout);
+    return 0;
+  }
+  // Programs the agent starts share its session: its window table and its display.
+  ::setenv("LA_WINDOW_TABLE", settings.sWindowTable.c_str(), 1);
+  if (settings.bOffscreen) ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+
+  int nQtArgc = 1;
+  QApplication app(nQtArgc, argv);
+  QCoreApplication::setApplicationName(native::kFormClass);
+  QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setWindowIcon(native::AgentIcon());
+
+  native::NativePlatform platform(settings);
+  ::mkdir(platform.SystemFolderLocal().c_str(), 0755);  // may exist or be out of reach
+
+  launchagent::Agent agent(platform.Get());
+  std::unique_ptr<native::AgentTray> tray;
+  try {
+    agent.Main();
+    if (!settings.bOffscreen)
+      tray = std::make_unique<native::AgentTray>(
+          platform.Loop(), [&agent] { agent.LaunchForm().Show(); },
+          [&agent] { agent.OpenAgentSetup(); });
+    if (settings.bShowSetup) platform.Loop().Deliver([&agent] { agent.OpenAgentSetup(); });
+    platform.Get().loop.Run();
+  } catch (const launchagent::platform::ProcessEnded&) {
+  }
+  // The process ends here, without clean-up, as the system's own agent does.
+  std::fflush(stdout);
+  std::_Exit(0);
+}

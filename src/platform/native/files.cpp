@@ -1,0 +1,213 @@
+#include "platform/native/files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+namespace launchagent::native {
+namespace {
+
+// Files the agent reads are records of a few kilobytes; anything far bigger is not one
+// of them and is not read into memory.
+constexpr off_t kMaxReadBytes = 64 * 1024 * 1024;
+
+std::string ParentOf(const std::string& s) {
+  const auto n = s.find_last_of('/');
+  if (n == std::string::npos) return ".";
+  if (n == 0) return "/";
+  return s.substr(0, n);
+}
+
+bool WriteAll(int fd, const char* p, size_t n) {
+  while (n > 0) {
+    const ssize_t w = ::write(fd, p, n);
+    if (w < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    p += w;
+    n -= static_cast<size_t>(w);
+  }
+  return true;
+}
+
+bool ReplaceWith(const std::string& sLocalPath, const char* data, size_t n, mode_t mode) {
+  const std::string sTemp = sLocalPath + ".new-" + std::to_string(::getpid());
+  const int fd = ::open(sTemp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+  if (fd < 0) return false;
+  bool bOk = WriteAll(fd, data, n) && ::fsync(fd) == 0;
+  bOk = ::close(fd) == 0 && bOk;
+  if (bOk) bOk = ::rename(sTemp.c_str(), sLocalPath.c_str()) == 0;
+  if (!bOk) {
+    ::unlink(sTemp.c_str());
+    return false;
+  }
+  // The rename itself must survive a crash too.
+  const int dfd = ::open(ParentOf(sLocalPath).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dfd >= 0) {
+    ::fsync(dfd);
+    ::close(dfd);
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string ExecutableFolder() {
+  char buf[PATH_MAX + 1] = {};
+  const ssize_t n = ::readlink("/proc/self/exe", buf, PATH_MAX);
+  if (n <= 0) return ".";
+  return ParentOf(std::string(buf, static_cast<size_t>(n)));
+}
+
+bool ReplaceLocalFile(const std::string& sLocalPath, const std::string& sContent) {
+  return ReplaceWith(sLocalPath, sContent.data(), sContent.size(), 0644);
+}
+
+std::string NativeFileSystem::AgentFolder() {
+  if (auto s = paths_.ToSystem(sAgentFolder_)) return *s;
+  return sAgentFolder_;
+}
+
+std::optional<std::vector<platform::DirEntry>> NativeFileSystem::List(const std::string& sPattern,
+                                                                      bool bHidden, bool bFolders) {
+  // Split "folder\pattern"; a trailing separator lists the folder itself.
+  const auto nSep = sPattern.find_last_of("\\/");
+  std::string sFolder, sMask;
+  if (nSep == std::string::npos) {
+    if (sPattern.size() == 2 && sPattern[1] == ':') {
+      sFolder = sPattern + "\\";
+    } else {
+      sFolder = ".";
+      sMask = sPattern;
+    }
+  } else {
+    sFolder = sPattern.substr(0, nSep + 1);
+    sMask = sPattern.substr(nSep + 1);
+  }
+  if (sMask.empty()) sMask = "*";
+  auto local = paths_.ToLocal(sFolder);
+  if (!local) return std::nullopt;
+  DIR* dir = ::opendir(local->c_str());
+  if (!dir) return std::nullopt;
+  std::vector<platform::DirEntry> out;
+  while (dirent* e = ::readdir(dir)) {
+    const std::string sName = e->d_name;
+    const bool bDots = sName == "." || sName == "..";
+    if (bDots && *local == "/") continue;  // a drive's root has none
+    if (!MatchesPattern(sName, sMask)) continue;
+    struct stat st {};
+    if (::stat((*local + "/" + sName).c_str(), &st) != 0) continue;
+    platform::DirEntry entry;
+    entry.sName = sName;
+    entry.bFolder = S_ISDIR(st.st_mode);
+    entry.bHidden = !bDots && sName[0] == '.';
+    if (entry.bFolder && !bFolders) continue;
+    if (entry.bHidden && !bHidden) continue;
+    if (!entry.bFolder && !S_ISREG(st.st_mode)) continue;
+    out.push_back(std::move(entry));
+  }
+  ::closedir(dir);
+  return out;
+}
+
+bool NativeFileSystem::FolderExists(const std::string& sPath) {
+  auto local = paths_.ToLocal(sPath);
+  struct stat st {};
+  return local && ::stat(local->c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool NativeFileSystem::CanOpenForReading(const std::string& sPath) {
+  auto local = paths_.ToLocal(sPath);
+  if (!local) return false;
+  const int fd = ::open(local->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return false;
+  struct stat st {};
+  const bool bFile = ::fstat(fd, &st) == 0 && !S_ISDIR(st.st_mode);
+  ::close(fd);
+  return bFile;
+}
+
+std::optional<Bytes> NativeFileSystem::ReadFile(const std::string& sPath) {
+  auto local = paths_.ToLocal(sPath);
+  if (!local) return std::nullopt;
+  const int fd = ::open(local->c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size > kMaxReadBytes) {
+    ::close(fd);
+    return std::nullopt;
+  }
+  Bytes data;
+  unsigned char buf[65536];
+  while (true) {
+    const ssize_t n = ::read(fd, buf, sizeof buf);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      ::close(fd);
+      return std::nullopt;
+    }
+    if (n == 0) break;
+    data.insert(data.end(), buf, buf + n);
+    if (data.size() > static_cast<size_t>(kMaxReadBytes)) break;
+  }
+  ::close(fd);
+  return data;
+}
+
+bool NativeFileSystem::ReplaceFile(const std::string& sPath, const Bytes& content) {
+  auto local = paths_.ToLocal(sPath);
+  if (!local) return false;
+  struct stat st {};
+  const mode_t mode = ::stat(local->c_str(), &st) == 0 ? (st.st_mode & 07777) : 0644;
+  return ReplaceWith(*local, reinterpret_cast<const char*>(content.data()), content.size(), mode);
+}
+
+std::optional<std::string> NativeFileSystem::SystemFolder() {
+  struct stat st {};
+  if (sSystemFolder_.empty() || ::stat(sSystemFolder_.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+    return std::nullopt;
+  return paths_.ToSystem(sSystemFolder_);
+}
+
+Integer NativeFileSystem::CopyFile(const std::string& sSource, const std::string& sDestination) {
+  auto src = paths_.ToLocal(sSource);
+  auto dst = paths_.ToLocal(sDestination);
+  if (!src) return 3;
+  if (!dst) return 4;
+  const int in = ::open(src->c_str(), O_RDONLY | O_CLOEXEC);
+  if (in < 0) return 2;
+  struct stat sst {};
+  if (::fstat(in, &sst) != 0 || !S_ISREG(sst.st_mode)) {
+    ::close(in);
+    return 2;
+  }
+  // The same file needs no copy (the system folder may be the agent's own folder).
+  struct stat dst_st {};
+  if (::stat(dst->c_str(), &dst_st) == 0 && dst_st.st_dev == sst.st_dev &&
+      dst_st.st_ino == sst.st_ino) {
+    ::close(in);
+    return 0;
+  }
+  std::string sData;
+  char buf[65536];
+  bool bOk = true;
+  while (true) {
+    const ssize_t n = ::read(in, buf, sizeof buf);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) bOk = false;
+    if (n <= 0) break;
+    sData.append(buf, static_cast<size_t>(n));
+  }
+  ::close(in);
+  if (!bOk) return 5;
+  // Programs copied from another computer must stay runnable here.
+  return ReplaceWith(*dst, sData.data(), sData.size(), sst.st_mode & 0777) ? 0 : 6;
+}
+
+}  // namespace launchagent::native

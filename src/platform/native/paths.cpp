@@ -1,0 +1,188 @@
+#include "platform/native/paths.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace launchagent::native {
+namespace {
+
+std::string Lower(std::string s) {
+  for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return s;
+}
+
+std::vector<std::string> SplitParts(const std::string& s) {
+  std::vector<std::string> parts;
+  std::string sCur;
+  for (char c : s) {
+    if (c == '\\' || c == '/') {
+      if (!sCur.empty()) parts.push_back(sCur);
+      sCur.clear();
+    } else {
+      sCur += c;
+    }
+  }
+  if (!sCur.empty()) parts.push_back(sCur);
+  return parts;
+}
+
+bool Exists(const std::string& sPath) {
+  struct stat st {};
+  return ::lstat(sPath.c_str(), &st) == 0;
+}
+
+bool SameChar(char a, char b) {
+  return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+}
+
+// Greedy match with one backtrack point per star: linear in practice, never exponential.
+bool MatchWild(const std::string& n, const std::string& p) {
+  size_t i = 0, j = 0, nStar = std::string::npos, nMark = 0;
+  while (i < n.size()) {
+    if (j < p.size() && (p[j] == '?' || (p[j] != '*' && SameChar(p[j], n[i])))) {
+      ++i;
+      ++j;
+    } else if (j < p.size() && p[j] == '*') {
+      nStar = j++;
+      nMark = i;
+    } else if (nStar != std::string::npos) {
+      j = nStar + 1;
+      i = ++nMark;
+    } else {
+      return false;
+    }
+  }
+  while (j < p.size() && p[j] == '*') ++j;
+  return j == p.size();
+}
+
+}  // namespace
+
+PathMapper::PathMapper(std::map<char, std::string> drives, std::string sMountRoot)
+    : sMountRoot_(std::move(sMountRoot)) {
+  for (auto& [c, sDir] : drives)
+    drives_[static_cast<char>(std::toupper(static_cast<unsigned char>(c)))] = sDir;
+  while (sMountRoot_.size() > 1 && sMountRoot_.back() == '/') sMountRoot_.pop_back();
+}
+
+std::string ResolveCase(const std::string& sBase, const std::vector<std::string>& parts) {
+  std::string sPath = sBase;
+  bool bSearch = true;  // once a part is missing, the rest cannot exist either
+  for (const auto& sPart : parts) {
+    if (sPart == ".") continue;
+    std::string sNext = sPath == "/" ? "/" + sPart : sPath + "/" + sPart;
+    if (bSearch && sPart != ".." && !Exists(sNext)) {
+      bool bFound = false;
+      if (DIR* dir = ::opendir(sPath.c_str())) {
+        const std::string sWanted = Lower(sPart);
+        while (dirent* e = ::readdir(dir)) {
+          if (Lower(e->d_name) == sWanted) {
+            sNext = sPath == "/" ? std::string("/") + e->d_name : sPath + "/" + e->d_name;
+            bFound = true;
+            break;
+          }
+        }
+        ::closedir(dir);
+      }
+      bSearch = bFound;
+    }
+    sPath = sNext;
+  }
+  return sPath;
+}
+
+std::optional<std::string> PathMapper::ToLocal(const std::string& sPath) const {
+  if (sPath.size() >= 2 && (sPath[0] == '\\' || sPath[0] == '/') &&
+      (sPath[1] == '\\' || sPath[1] == '/')) {
+    auto parts = SplitParts(sPath.substr(2));
+    if (parts.size() < 2) return std::nullopt;
+    return ResolveCase(sMountRoot_, parts);
+  }
+  if (sPath.size() >= 2 && sPath[1] == ':' && std::isalpha(static_cast<unsigned char>(sPath[0]))) {
+    auto it = drives_.find(static_cast<char>(std::toupper(static_cast<unsigned char>(sPath[0]))));
+    if (it == drives_.end()) return std::nullopt;
+    return ResolveCase(it->second, SplitParts(sPath.substr(2)));
+  }
+  // A path without a drive: relative to the current folder, or already local.
+  if (!sPath.empty() && sPath[0] == '/') return ResolveCase("/", SplitParts(sPath));
+  return ResolveCase(".", SplitParts(sPath));
+}
+
+std::optional<std::string> PathMapper::ToSystem(const std::string& sLocal) const {
+  if (sLocal.empty() || sLocal[0] != '/') return std::nullopt;
+  const char* best = nullptr;
+  size_t nBest = 0;
+  for (auto& [c, sDir] : drives_) {
+    const bool bRoot = sDir == "/";
+    const bool bMatch = bRoot || sLocal == sDir || (sLocal.rfind(sDir + "/", 0) == 0);
+    const size_t nLen = bRoot ? 1 : sDir.size() + 1;
+    if (bMatch && (!best || nLen > nBest)) {
+      best = &c;
+      nBest = nLen;
+    }
+  }
+  if (!best) return std::nullopt;
+  const std::string sRest = sLocal.size() > nBest - 1 ? sLocal.substr(nBest - 1) : "";
+  std::string sOut = std::string(1, *best) + ":";
+  for (const auto& sPart : SplitParts(sRest)) sOut += "\\" + sPart;
+  if (sOut.size() == 2) sOut += "\\";
+  return sOut;
+}
+
+bool MatchesPattern(const std::string& sName, const std::string& sPattern) {
+  if (sPattern == "*.*" || sPattern == "*") return true;
+  return MatchWild(sName, sPattern);
+}
+
+std::vector<std::string> SplitWindowsArgs(const std::string& s) {
+  std::vector<std::string> args;
+  size_t i = 0;
+  const size_t n = s.size();
+  while (true) {
+    while (i < n && (s[i] == ' ' || s[i] == '\t')) ++i;
+    if (i >= n) break;
+    std::string sArg;
+    bool bQuoted = false;
+    while (i < n) {
+      const char c = s[i];
+      if (!bQuoted && (c == ' ' || c == '\t')) break;
+      if (c == '\\') {
+        size_t nSlashes = 0;
+        while (i < n && s[i] == '\\') {
+          ++nSlashes;
+          ++i;
+        }
+        if (i < n && s[i] == '"') {
+          sArg.append(nSlashes / 2, '\\');
+          if (nSlashes % 2) {
+            sArg += '"';
+            ++i;
+          }
+        } else {
+          sArg.append(nSlashes, '\\');
+        }
+        continue;
+      }
+      if (c == '"') {
+        // "" inside quotes is a literal quote.
+        if (bQuoted && i + 1 < n && s[i + 1] == '"') {
+          sArg += '"';
+          i += 2;
+          continue;
+        }
+        bQuoted = !bQuoted;
+        ++i;
+        continue;
+      }
+      sArg += c;
+      ++i;
+    }
+    args.push_back(sArg);
+  }
+  return args;
+}
+
+}  // namespace launchagent::native

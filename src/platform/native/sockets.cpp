@@ -1,0 +1,408 @@
+#include "platform/native/sockets.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <strings.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <QHostAddress>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+#include <cstring>
+
+namespace launchagent::native {
+namespace {
+
+constexpr Long kMaxIndex = 32767;
+// Windows Sockets error numbers the agent may read back.
+constexpr Long kWsaNotInitialised = 10093;
+constexpr Long kWsaVersionNotSupported = 10092;
+constexpr Long kWsaHostNotFound = 11001;
+constexpr Long kWsaFault = 10014;
+
+Integer StateOf(const QTcpSocket& socket) {
+  switch (socket.state()) {
+    case QAbstractSocket::HostLookupState:
+      return platform::kSckResolvingHost;
+    case QAbstractSocket::ConnectingState:
+      return platform::kSckConnecting;
+    case QAbstractSocket::ConnectedState:
+      return platform::kSckConnected;
+    case QAbstractSocket::ClosingState:
+      return platform::kSckClosing;
+    case QAbstractSocket::BoundState:
+      return platform::kSckOpen;
+    default:
+      return platform::kSckClosed;
+  }
+}
+
+QHostAddress BindAddress(const std::string& s) {
+  if (s.empty()) return QHostAddress(QHostAddress::AnyIPv4);
+  return QHostAddress(QString::fromStdString(s));
+}
+
+std::string Trim(const std::string& s) {
+  const auto b = s.find_first_not_of(" \t\r\n");
+  if (b == std::string::npos) return "";
+  return s.substr(b, s.find_last_not_of(" \t\r\n") - b + 1);
+}
+
+}  // namespace
+
+NativeSocketArray::NativeSocketArray(NativeEventLoop& loop, HostsFile& hosts,
+                                     std::string sBindAddress)
+    : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)), ctx_(new QObject) {
+  slots_[0] = Slot{};
+}
+
+NativeSocketArray::~NativeSocketArray() {
+  alive_.reset();
+  ctx_.reset();  // no signal reaches this object any more
+  for (auto& [i, slot] : slots_) Release(slot);
+  for (auto& [id, socket] : pending_) {
+    socket->abort();
+    socket->deleteLater();
+  }
+}
+
+NativeSocketArray::Slot* NativeSocketArray::Find(Long lngIndex) {
+  auto it = slots_.find(lngIndex);
+  return it == slots_.end() ? nullptr : &it->second;
+}
+
+const NativeSocketArray::Slot* NativeSocketArray::Find(Long lngIndex) const {
+  auto it = slots_.find(lngIndex);
+  return it == slots_.end() ? nullptr : &it->second;
+}
+
+void NativeSocketArray::Release(Slot& slot) {
+  // Objects are only ever deleted later: the release may run inside their own signal.
+  if (slot.socket) {
+    if (ctx_) QObject::disconnect(slot.socket, nullptr, ctx_.get(), nullptr);
+    slot.socket->abort();
+    slot.socket->deleteLater();
+    slot.socket = nullptr;
+  }
+  if (slot.server) {
+    if (ctx_) QObject::disconnect(slot.server, nullptr, ctx_.get(), nullptr);
+    slot.server->close();
+    slot.server->deleteLater();
+    slot.server = nullptr;
+  }
+}
+
+bool NativeSocketArray::Load(Long lngIndex) {
+  if (lngIndex <= 0 || lngIndex > kMaxIndex || slots_.count(lngIndex)) return false;
+  slots_[lngIndex] = Slot{};
+  return true;
+}
+
+bool NativeSocketArray::Exists(Long lngIndex) const { return Find(lngIndex) != nullptr; }
+
+Long NativeSocketArray::UBound() const { return slots_.rbegin()->first; }
+
+bool NativeSocketArray::SetLocalPort(Long lngIndex, Long lngPort) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || lngPort < 0 || lngPort > 65535) return false;
+  slot->lngLocalPort = lngPort;
+  return true;
+}
+
+bool NativeSocketArray::SetRemoteHost(Long lngIndex, const std::string& sHost) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return false;
+  slot->sRemoteHost = sHost;
+  return true;
+}
+
+bool NativeSocketArray::SetRemotePort(Long lngIndex, Long lngPort) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || lngPort < 0 || lngPort > 65535) return false;
+  slot->lngRemotePort = lngPort;
+  return true;
+}
+
+bool NativeSocketArray::SetTag(Long lngIndex, const std::string& sTag) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return false;
+  slot->sTag = sTag;
+  return true;
+}
+
+std::optional<std::string> NativeSocketArray::Tag(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot) return std::nullopt;
+  return slot->sTag;
+}
+
+std::optional<Integer> NativeSocketArray::State(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot) return std::nullopt;
+  return slot->nState;
+}
+
+Long NativeSocketArray::BoundPort(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot) return 0;
+  if (slot->server) return slot->server->serverPort();
+  if (slot->socket) return slot->socket->localPort();
+  return 0;
+}
+
+bool NativeSocketArray::Listen(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->nState != platform::kSckClosed) return false;
+  auto* server = new QTcpServer();
+  if (!server->listen(BindAddress(sBindAddress_), static_cast<quint16>(slot->lngLocalPort))) {
+    delete server;
+    return false;
+  }
+  slot->server = server;
+  slot->nState = platform::kSckListening;
+  QObject::connect(server, &QTcpServer::newConnection, ctx_.get(),
+                   [this, lngIndex] { OnNewConnections(lngIndex); });
+  return true;
+}
+
+void NativeSocketArray::OnNewConnections(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || !slot->server) return;
+  QTcpServer* server = slot->server;
+  const std::weak_ptr<bool> alive = alive_;
+  while (QTcpSocket* socket = server->nextPendingConnection()) {
+    socket->setParent(nullptr);
+    socket->setReadBufferSize(kMaxArrivalBytes);
+    const Long lngId = lngNextRequest_;
+    lngNextRequest_ = lngNextRequest_ >= 0x7ffffffe ? 1 : lngNextRequest_ + 1;
+    pending_[lngId] = socket;
+    loop_.Deliver([this, lngIndex, lngId] {
+      if (OnConnectionRequest) OnConnectionRequest(lngIndex, lngId);
+    });
+    if (!alive.lock()) return;  // the table went with its form; it refused the rest
+    // A request nobody accepted is refused.
+    auto it = pending_.find(lngId);
+    if (it != pending_.end()) {
+      it->second->abort();
+      it->second->deleteLater();
+      pending_.erase(it);
+    }
+    if (!ctx_ || !Find(lngIndex) || Find(lngIndex)->server != server) return;
+  }
+}
+
+bool NativeSocketArray::Accept(Long lngIndex, Long lngRequestId) {
+  Slot* slot = Find(lngIndex);
+  auto it = pending_.find(lngRequestId);
+  if (!slot || it == pending_.end() || slot->nState != platform::kSckClosed) return false;
+  QTcpSocket* socket = it->second;
+  pending_.erase(it);
+  slot->leftover.clear();
+  slot->socket = socket;
+  slot->nState = StateOf(*socket);
+  if (slot->nState != platform::kSckConnected) {
+    // The peer gave up before we took it.
+    slot->nState = platform::kSckClosing;
+    slot->leftover.clear();
+    Release(*slot);
+    return true;
+  }
+  Wire(lngIndex, socket);
+  // Bytes that came with the request arrive as soon as the loop runs.
+  if (socket->bytesAvailable() > 0)
+    QTimer::singleShot(0, ctx_.get(), [this, lngIndex, socket] { OnReadyRead(lngIndex, socket); });
+  return true;
+}
+
+void NativeSocketArray::Wire(Long lngIndex, QTcpSocket* socket) {
+  QObject::connect(socket, &QTcpSocket::readyRead, ctx_.get(),
+                   [this, lngIndex, socket] { OnReadyRead(lngIndex, socket); });
+  QObject::connect(
+      socket, &QTcpSocket::stateChanged, ctx_.get(),
+      [this, lngIndex, socket](QAbstractSocket::SocketState) {
+        Slot* slot = Find(lngIndex);
+        if (slot && slot->socket == socket && socket->state() != QAbstractSocket::UnconnectedState)
+          slot->nState = StateOf(*socket);
+      });
+  QObject::connect(socket, &QTcpSocket::disconnected, ctx_.get(),
+                   [this, lngIndex, socket] { OnGone(lngIndex, socket, false); });
+  QObject::connect(socket, &QTcpSocket::errorOccurred, ctx_.get(),
+                   [this, lngIndex, socket](QAbstractSocket::SocketError e) {
+                     OnGone(lngIndex, socket, e != QAbstractSocket::RemoteHostClosedError);
+                   });
+}
+
+void NativeSocketArray::OnReadyRead(Long lngIndex, QTcpSocket* socket) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket != socket) return;
+  const qint64 lngWaiting = socket->bytesAvailable();
+  if (lngWaiting <= 0) return;
+  loop_.Deliver([this, lngIndex, lngWaiting] {
+    if (OnDataArrival)
+      OnDataArrival(lngIndex, static_cast<Long>(std::min<qint64>(lngWaiting, 0x7fffffff)));
+  });
+}
+
+void NativeSocketArray::OnGone(Long lngIndex, QTcpSocket* socket, bool bError) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket != socket) return;
+  const bool bWasConnected = slot->nState == platform::kSckConnected;
+  // Keep what the peer sent last so a read still finds it; give the descriptor back.
+  if (socket->bytesAvailable() > 0) {
+    const QByteArray rest = socket->read(kMaxArrivalBytes);
+    slot->leftover.assign(rest.begin(), rest.end());
+  }
+  slot->nState = bWasConnected && !bError ? platform::kSckClosing : platform::kSckError;
+  Release(*slot);
+}
+
+bool NativeSocketArray::Connect(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->nState != platform::kSckClosed) return false;
+  const std::string sHost = Trim(slot->sRemoteHost);
+  if (sHost.empty() || slot->lngRemotePort <= 0) return false;
+  auto* socket = new QTcpSocket();
+  socket->setReadBufferSize(kMaxArrivalBytes);
+  if (!sBindAddress_.empty() || slot->lngLocalPort != 0) {
+    if (!socket->bind(BindAddress(sBindAddress_), static_cast<quint16>(slot->lngLocalPort))) {
+      delete socket;
+      return false;
+    }
+  }
+  slot->leftover.clear();
+  slot->socket = socket;
+  Wire(lngIndex, socket);
+  const auto port = static_cast<quint16>(slot->lngRemotePort);
+  std::optional<Ipv4> address = ParseIpv4(sHost);
+  if (!address) address = hosts_.Lookup(sHost);
+  if (address)
+    socket->connectToHost(QHostAddress(QString::fromStdString(Ipv4Text(*address))), port);
+  else
+    socket->connectToHost(QString::fromStdString(sHost), port, QIODevice::ReadWrite,
+                          QAbstractSocket::IPv4Protocol);
+  // A failure found at once (no address at all) is reported later, as Winsock does.
+  if (Slot* again = Find(lngIndex); again && again->socket == socket)
+    again->nState = socket->state() == QAbstractSocket::UnconnectedState
+                        ? static_cast<Integer>(platform::kSckConnecting)
+                        : StateOf(*socket);
+  return true;
+}
+
+bool NativeSocketArray::SendData(Long lngIndex, const Bytes& data) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || !slot->socket || slot->nState != platform::kSckConnected) return false;
+  if (data.empty()) return true;
+  const qint64 n = slot->socket->write(reinterpret_cast<const char*>(data.data()),
+                                       static_cast<qint64>(data.size()));
+  slot->socket->flush();
+  return n == static_cast<qint64>(data.size());
+}
+
+std::optional<Bytes> NativeSocketArray::GetData(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return std::nullopt;
+  Bytes out = std::move(slot->leftover);
+  slot->leftover.clear();
+  if (slot->socket && out.size() < static_cast<size_t>(kMaxArrivalBytes)) {
+    const QByteArray data = slot->socket->read(kMaxArrivalBytes - static_cast<qint64>(out.size()));
+    out.insert(out.end(), data.begin(), data.end());
+  }
+  return out;
+}
+
+bool NativeSocketArray::Close(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return false;
+  Release(*slot);
+  slot->leftover.clear();
+  slot->nState = platform::kSckClosed;
+  return true;
+}
+
+std::unique_ptr<platform::SocketArray> NativeNetwork::CreateSocketArray(const std::string&) {
+  return std::make_unique<NativeSocketArray>(loop_, hosts_, sBindAddress_);
+}
+
+Long NativeSocketsLibrary::Startup(std::uint16_t wVersionRequested,
+                                   platform::SocketsStartupData& data) {
+  const int nMajor = wVersionRequested & 0xff;
+  data.wHighVersion = 0x0202;
+  if (nMajor < 1) {
+    lngLastError_ = kWsaVersionNotSupported;
+    return kWsaVersionNotSupported;
+  }
+  // Up to 2.2 the requested version is granted as asked.
+  data.wVersion = nMajor > 2 || (nMajor == 2 && ((wVersionRequested >> 8) & 0xff) > 2)
+                      ? 0x0202
+                      : wVersionRequested;
+  data.lngMaxSockets = 32767;
+  ++nStarts_;
+  return 0;
+}
+
+Long NativeSocketsLibrary::Cleanup() {
+  if (nStarts_ <= 0) {
+    lngLastError_ = kWsaNotInitialised;
+    return -1;
+  }
+  --nStarts_;
+  return 0;
+}
+
+std::optional<std::string> NativeSocketsLibrary::HostName() {
+  if (!sHostName_.empty()) return sHostName_;
+  char buf[256] = {};
+  if (::gethostname(buf, sizeof buf - 1) != 0) {
+    lngLastError_ = kWsaFault;
+    return std::nullopt;
+  }
+  return std::string(buf);
+}
+
+std::optional<platform::HostEntry> NativeSocketsLibrary::HostByName(const std::string& sNameIn) {
+  const std::string sName = Trim(sNameIn);
+  auto Entry = [](const Ipv4& a) {
+    platform::HostEntry e;
+    e.nAddressLength = 4;
+    e.addresses.push_back(a);
+    return e;
+  };
+  if (sName.empty() || sName.size() > 255) {
+    lngLastError_ = kWsaHostNotFound;
+    return std::nullopt;
+  }
+  if (auto a = ParseIpv4(sName)) return Entry(*a);
+  if (auto a = hosts_.Lookup(sName)) return Entry(*a);
+  // Our own overridden name stands for the address we bind to.
+  if (!sHostName_.empty() && !sBindAddress_.empty() &&
+      strcasecmp(sName.c_str(), sHostName_.c_str()) == 0)
+    if (auto a = ParseIpv4(sBindAddress_)) return Entry(*a);
+  addrinfo hints{};
+  hints.ai_family = AF_INET;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* result = nullptr;
+  if (::getaddrinfo(sName.c_str(), nullptr, &hints, &result) != 0 || !result) {
+    lngLastError_ = kWsaHostNotFound;
+    return std::nullopt;
+  }
+  platform::HostEntry e;
+  for (addrinfo* p = result; p; p = p->ai_next) {
+    if (p->ai_family != AF_INET || !p->ai_addr) continue;
+    const auto* sin = reinterpret_cast<const sockaddr_in*>(p->ai_addr);
+    Ipv4 a{};
+    std::memcpy(a.data(), &sin->sin_addr, 4);
+    bool bSeen = false;
+    for (auto& b : e.addresses) bSeen = bSeen || b == a;
+    if (!bSeen) e.addresses.push_back(a);
+  }
+  ::freeaddrinfo(result);
+  if (e.addresses.empty()) {
+    lngLastError_ = kWsaHostNotFound;
+    return std::nullopt;
+  }
+  return e;
+}
+
+}  // namespace launchagent::native

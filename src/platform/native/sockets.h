@@ -1,0 +1,109 @@
+#pragma once
+// TCP socket arrays over QTcpServer/QTcpSocket, and the sockets library's name and
+// address services over gethostname/getaddrinfo with an optional hosts file.
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/native/event_loop.h"
+#include "platform/native/hosts_file.h"
+#include "platform/services.h"
+
+class QObject;
+class QTcpServer;
+class QTcpSocket;
+
+namespace launchagent::native {
+
+// The most bytes one data arrival hands over. A message image is a few hundred bytes;
+// anything beyond this is not an image, and reading it whole would let a peer fill
+// our memory.
+constexpr long long kMaxArrivalBytes = 64 * 1024;
+
+class NativeSocketArray : public platform::SocketArray {
+ public:
+  NativeSocketArray(NativeEventLoop& loop, HostsFile& hosts, std::string sBindAddress);
+  ~NativeSocketArray() override;
+
+  bool Load(Long lngIndex) override;
+  bool Exists(Long lngIndex) const override;
+  Long UBound() const override;
+  bool SetLocalPort(Long lngIndex, Long lngPort) override;
+  bool SetRemoteHost(Long lngIndex, const std::string& sHost) override;
+  bool SetRemotePort(Long lngIndex, Long lngPort) override;
+  bool SetTag(Long lngIndex, const std::string& sTag) override;
+  std::optional<std::string> Tag(Long lngIndex) const override;
+  std::optional<Integer> State(Long lngIndex) const override;
+  bool Listen(Long lngIndex) override;
+  bool Accept(Long lngIndex, Long lngRequestId) override;
+  bool Connect(Long lngIndex) override;
+  bool SendData(Long lngIndex, const Bytes& data) override;
+  std::optional<Bytes> GetData(Long lngIndex) override;
+  bool Close(Long lngIndex) override;
+
+  // The local port a position listens or is connected on (0 when none); for tests.
+  Long BoundPort(Long lngIndex) const;
+
+ private:
+  struct Slot {
+    Long lngLocalPort = 0;
+    std::string sRemoteHost;
+    Long lngRemotePort = 0;
+    std::string sTag;
+    Integer nState = platform::kSckClosed;
+    QTcpServer* server = nullptr;
+    QTcpSocket* socket = nullptr;
+    Bytes leftover;  // what the peer sent before it closed, not read yet
+  };
+  Slot* Find(Long lngIndex);
+  const Slot* Find(Long lngIndex) const;
+  void Release(Slot& slot);
+  void Wire(Long lngIndex, QTcpSocket* socket);
+  void OnNewConnections(Long lngIndex);
+  void OnReadyRead(Long lngIndex, QTcpSocket* socket);
+  void OnGone(Long lngIndex, QTcpSocket* socket, bool bError);
+
+  NativeEventLoop& loop_;
+  HostsFile& hosts_;
+  std::string sBindAddress_;
+  std::map<Long, Slot> slots_;
+  std::map<Long, QTcpSocket*> pending_;  // connection requests by request id
+  Long lngNextRequest_ = 1;
+  std::unique_ptr<QObject> ctx_;  // every signal connection hangs on it
+  // A handler may unload the form that owns this table; code after a handler checks it.
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+class NativeNetwork : public platform::Network {
+ public:
+  NativeNetwork(NativeEventLoop& loop, HostsFile& hosts, std::string sBindAddress)
+      : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)) {}
+  std::unique_ptr<platform::SocketArray> CreateSocketArray(const std::string& sName) override;
+
+ private:
+  NativeEventLoop& loop_;
+  HostsFile& hosts_;
+  std::string sBindAddress_;
+};
+
+class NativeSocketsLibrary : public platform::SocketsLibrary {
+ public:
+  NativeSocketsLibrary(HostsFile& hosts, std::string sHostNameOverride, std::string sBindAddress)
+      : hosts_(hosts),
+        sHostName_(std::move(sHostNameOverride)),
+        sBindAddress_(std::move(sBindAddress)) {}
+  Long Startup(std::uint16_t wVersionRequested, platform::SocketsStartupData& data) override;
+  Long Cleanup() override;
+  Long LastError() override { return lngLastError_; }
+  std::optional<std::string> HostName() override;
+  std::optional<platform::HostEntry> HostByName(const std::string& sName) override;
+
+ private:
+  HostsFile& hosts_;
+  std::string sHostName_;
+  std::string sBindAddress_;
+  int nStarts_ = 0;
+  Long lngLastError_ = 0;
+};
+
+}  // namespace launchagent::native
