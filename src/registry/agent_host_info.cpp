@@ -1,26 +1,238 @@
-// The agent registry: filled by the registry capability.
+// The agent registry: colAgents kept in ascending order of the lower-cased host name,
+// found by binary search, one record per host, records never removed.
 #include "registry/agent_host_info.h"
 
+#include <algorithm>
+#include <string_view>
+
+#include "agent/agent.h"
+#include "launcher/launcher.h"
+#include "messages/cls_msg_host_info.h"
 #include "transport/cls_agent_info.h"
+#include "transport/frm_client.h"
 
 namespace launchagent {
+
+namespace {
+
+char LowerChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+
+std::string LowerCase(std::string_view s) {
+  std::string sOut(s);
+  for (char& c : sOut) c = LowerChar(c);
+  return sOut;
+}
+
+// Ordinal order of a lower-cased query against a stored name, lower-cased on the fly:
+// character code by character code, the shorter name first when one starts the other.
+int CompareOrdinal(std::string_view sQuery, std::string_view sStored) {
+  const std::size_t n = std::min(sQuery.size(), sStored.size());
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto a = static_cast<unsigned char>(sQuery[i]);
+    const auto b = static_cast<unsigned char>(LowerChar(sStored[i]));
+    if (a != b) return a < b ? -1 : 1;
+  }
+  if (sQuery.size() == sStored.size()) return 0;
+  return sQuery.size() < sStored.size() ? -1 : 1;
+}
+
+// (low + high) / 2 rounded to the nearest whole number, a half to the even neighbour.
+Long Middle(Long lngLow, Long lngHigh) {
+  const std::int64_t nSum = static_cast<std::int64_t>(lngLow) + lngHigh;
+  std::int64_t nMid = nSum / 2;  // truncates toward zero
+  if (nSum % 2 != 0) {
+    // nSum / 2 lies halfway between nMid and its neighbour away from zero.
+    const std::int64_t nOther = nSum > 0 ? nMid + 1 : nMid - 1;
+    if (nMid % 2 != 0) nMid = nOther;
+  }
+  return static_cast<Long>(nMid);
+}
+
+}  // namespace
+
 AgentHostInfo::AgentHostInfo(Agent& agent) : agent_(agent) {}
 AgentHostInfo::~AgentHostInfo() = default;
-Long AgentHostInfo::SearchAgent(const std::shared_ptr<clsMsgHostInfo>&, Long&, Long&) { return -1; }
-Long AgentHostInfo::SearchAgentByName(const std::string&, Long&, Long&) { return -1; }
-Long AgentHostInfo::FindAgentIndex(const std::string&) { return -1; }
-Long AgentHostInfo::InsertAgent(const std::shared_ptr<clsMsgHostInfo>&, Long, Long) { return -1; }
-Long AgentHostInfo::RegisterAgent(const std::shared_ptr<clsMsgHostInfo>&) { return -1; }
-Long AgentHostInfo::UpdateAgent(const std::shared_ptr<clsMsgHostInfo>&) { return -1; }
-Long AgentHostInfo::GetAgentCount() const { return 0; }
-bool AgentHostInfo::GetAgentHostInfo(Long, std::shared_ptr<clsMsgHostInfo>&) { return false; }
-bool AgentHostInfo::GetAgentHostInfoByName(const std::string&, std::shared_ptr<clsMsgHostInfo>&) { return false; }
-bool AgentHostInfo::GetAgentPort(const std::string&, Integer&, Long&) { return false; }
-bool AgentHostInfo::SetAgentPort(const std::string&, Integer) { return false; }
-bool AgentHostInfo::GetAgentSocketIndex(const std::string&, Long&, Long&) { return false; }
-bool AgentHostInfo::SetAgentSocketIndex(const std::string&, Long) { return false; }
-bool AgentHostInfo::GetAgentConnectTrials(const std::string&, Integer&) { return false; }
-bool AgentHostInfo::SetAgentConnectTrials(const std::string&, Long) { return false; }
-void AgentHostInfo::LogAgentSites() {}
-std::shared_ptr<clsAgentInfo> AgentHostInfo::GetAgentRecord(Long) const { return nullptr; }
+
+Long AgentHostInfo::SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long& lngLow,
+                                Long& lngHigh) {
+  // A missing message ends the search before it starts: 0, which callers take as not found.
+  if (!objMsg) return 0;
+  return SearchName(LowerCase(objMsg->GetHostName()), lngLow, lngHigh);
+}
+
+Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh) {
+  lngLow = 1;
+  lngHigh = GetAgentCount();
+  while (lngLow <= lngHigh) {
+    const Long lngMiddle = Middle(lngLow, lngHigh);
+    const std::shared_ptr<clsAgentInfo>& objRecord = colAgents_[lngMiddle - 1];
+    const std::shared_ptr<clsMsgHostInfo>& objStored = objRecord->Message();
+    if (!objStored) return 0;  // a record without a message: the search cannot go on
+    const int nOrder = CompareOrdinal(sQuery, objStored->GetHostName());
+    if (nOrder == 0) return lngMiddle;
+    if (nOrder < 0) {
+      lngHigh = lngMiddle - 1;
+    } else {
+      lngLow = lngMiddle + 1;
+    }
+  }
+  return -1;
+}
+
+Long AgentHostInfo::SearchAgentByName(const std::string& sHostName, Long& lngLow, Long& lngHigh) {
+  // Only the host name of a query message is ever compared, so the name is searched
+  // directly rather than through a message built for it.
+  return SearchName(LowerCase(sHostName), lngLow, lngHigh);
+}
+
+Long AgentHostInfo::FindAgentIndex(const std::string& sHostName) {
+  Long lngLow = 0;
+  Long lngHigh = 0;
+  return SearchAgentByName(sHostName, lngLow, lngHigh);
+}
+
+Long AgentHostInfo::InsertAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long lngLow,
+                                Long lngHigh) {
+  (void)lngLow;  // the place follows from the high bound alone
+  // A record must always carry a message: the search reads it. Nothing else to do.
+  if (!objMsg) return 0;
+  auto objRecord = std::make_shared<clsAgentInfo>();
+  objRecord->Init(objMsg);
+  objMsg->SetDateReceived(agent_.Platform().clock.Now());
+
+  const Long lngCount = GetAgentCount();
+  if (lngCount == 0) {
+    colAgents_.push_back(objRecord);
+    return -1;
+  }
+  if (lngHigh == 0) {
+    colAgents_.insert(colAgents_.begin(), objRecord);
+    return -1;
+  }
+  // After position lngHigh; a bound outside the registry makes the insertion fail, and the
+  // result is given all the same.
+  if (lngHigh > 0 && lngHigh <= lngCount) {
+    colAgents_.insert(colAgents_.begin() + lngHigh, objRecord);
+  }
+  return -(lngHigh + 1);
+}
+
+Long AgentHostInfo::RegisterAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg) {
+  if (!objMsg) return 0;
+  Long lngLow = 0;
+  Long lngHigh = 0;
+  const Long lngIndex = SearchAgent(objMsg, lngLow, lngHigh);
+  if (lngIndex < 1) InsertAgent(objMsg, lngLow, lngHigh);
+  return lngIndex;
+}
+
+Long AgentHostInfo::UpdateAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg) {
+  if (!objMsg) return 0;
+  Long lngLow = 0;
+  Long lngHigh = 0;
+  const Long lngIndex = SearchAgent(objMsg, lngLow, lngHigh);
+  if (lngIndex < 1) {
+    InsertAgent(objMsg, lngLow, lngHigh);
+    return -1;
+  }
+  clsAgentInfo& objRecord = *colAgents_[lngIndex - 1];
+  const std::shared_ptr<clsMsgHostInfo>& objStored = objRecord.Message();
+  // The receive time counts as a field, so a newer arrival always replaces the stored one.
+  if (objStored->ChangeHostInfo(objMsg)) objRecord.SetMessage(objMsg);
+  return lngIndex;
+}
+
+Long AgentHostInfo::GetAgentCount() const { return static_cast<Long>(colAgents_.size()); }
+
+bool AgentHostInfo::GetAgentHostInfo(Long lngIndex, std::shared_ptr<clsMsgHostInfo>& objOut) {
+  if (lngIndex < 1 || lngIndex > GetAgentCount()) return false;
+  colAgents_[lngIndex - 1]->GetMessage(objOut);
+  return true;
+}
+
+bool AgentHostInfo::GetAgentHostInfoByName(const std::string& sHostName,
+                                           std::shared_ptr<clsMsgHostInfo>& objOut) {
+  const Long lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) return false;
+  colAgents_[lngIndex - 1]->GetMessage(objOut);
+  return true;
+}
+
+bool AgentHostInfo::GetAgentPort(const std::string& sHostName, Integer& nPort, Long& lngIndex) {
+  lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) {
+    nPort = Launcher::GetDefaultAgentPort();
+    // A host asked for is a host known from now on, with only its name.
+    auto objMsg = std::make_shared<clsMsgHostInfo>(agent_);
+    objMsg->SetHostName(sHostName);
+    RegisterAgent(objMsg);
+    return false;
+  }
+  clsAgentInfo& objRecord = *colAgents_[lngIndex - 1];
+  nPort = objRecord.GetPort();
+  if (nPort < Launcher::GetFirstAgentPort() || nPort > Launcher::GetLastAgentPort()) {
+    nPort = Launcher::GetDefaultAgentPort();
+    objRecord.SetPort(nPort);
+  }
+  return true;
+}
+
+bool AgentHostInfo::SetAgentPort(const std::string& sHostName, Integer nPort) {
+  const Long lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) return false;
+  colAgents_[lngIndex - 1]->SetPort(nPort);
+  return true;
+}
+
+bool AgentHostInfo::GetAgentSocketIndex(const std::string& sHostName, Long& lngSocketIndex,
+                                        Long& lngIndex) {
+  lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) {
+    lngIndex = -1;
+    return false;
+  }
+  lngSocketIndex = colAgents_[lngIndex - 1]->GetSocketIndex();
+  return true;
+}
+
+bool AgentHostInfo::SetAgentSocketIndex(const std::string& sHostName, Long lngSocketIndex) {
+  const Long lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) return false;
+  colAgents_[lngIndex - 1]->SetSocketIndex(lngSocketIndex);
+  // The socket's tag names the registry position it serves.
+  agent_.frmClient().SetAgentIndex(lngSocketIndex, lngIndex);
+  return true;
+}
+
+bool AgentHostInfo::GetAgentConnectTrials(const std::string& sHostName, Integer& nTrials) {
+  const Long lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) return false;
+  nTrials = colAgents_[lngIndex - 1]->GetConnectTrials();
+  return true;
+}
+
+bool AgentHostInfo::SetAgentConnectTrials(const std::string& sHostName, Long lngTrials) {
+  const Long lngIndex = FindAgentIndex(sHostName);
+  if (lngIndex < 1) return false;
+  colAgents_[lngIndex - 1]->SetConnectTrials(lngTrials);
+  return true;
+}
+
+void AgentHostInfo::LogAgentSites() {
+  // The count is taken once: a record inserted while the log is written shifts the later
+  // ones, and a position past the end is skipped.
+  const Long lngCount = GetAgentCount();
+  for (Long i = 1; i <= lngCount; ++i) {
+    if (i > GetAgentCount()) continue;
+    const std::shared_ptr<clsMsgHostInfo> objMsg = colAgents_[i - 1]->Message();
+    if (!objMsg) continue;
+    agent_.LogActivity("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 1);
+  }
+}
+
+std::shared_ptr<clsAgentInfo> AgentHostInfo::GetAgentRecord(Long lngIndex) const {
+  if (lngIndex < 1 || lngIndex > GetAgentCount()) return nullptr;
+  return colAgents_[lngIndex - 1];
+}
+
 }  // namespace launchagent

@@ -41,6 +41,9 @@ class AgentHostInfo {
   std::shared_ptr<clsAgentInfo> GetAgentRecord(Long lngIndex) const;
 
  private:
+  // The binary search on an already lower-cased name.
+  Long SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh);
+
   Agent& agent_;
   std::vector<std::shared_ptr<clsAgentInfo>> colAgents_;  // colAgents, position i at [i - 1]
 };

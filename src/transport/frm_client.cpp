@@ -1,19 +1,206 @@
-// The TCP client: filled by the transport capability.
+// The TCP client: one outgoing connection per computer in tcpClient, made on the first
+// send and re-made on the next agent port after three sends that found it down. Per
+// computer the port, socket position and trial count live in its registry record.
 #include "transport/frm_client.h"
 
+#include <cstdint>
+#include <limits>
+
 #include "agent/agent.h"
+#include "launcher/launcher.h"
+#include "messages/text_forms.h"
+#include "registry/agent_host_info.h"
 
 namespace launchagent {
+
+namespace {
+
+// Socket positions are 16-bit: a later position cannot be made.
+constexpr Long kMaxSocketPosition = std::numeric_limits<Integer>::max();
+
+bool FitsPosition(Long lngIndex) { return lngIndex >= 0 && lngIndex <= kMaxSocketPosition; }
+
+std::string AttemptLine(const std::string& sHostName, Integer nPort, Long lngSocket) {
+  return "Trying to connect to " + sHostName + " via port " +
+         text_forms::SignedForm(std::int64_t{nPort}) + " and Socket " +
+         text_forms::SignedForm(std::int64_t{lngSocket});
+}
+
+}  // namespace
+
 FrmClient::FrmClient(Agent& agent)
-    : agent_(agent), form_("frmClient", "frmClient"),
-      tcpClient_(agent.Platform().network.CreateSocketArray("tcpClient")) {}
-FrmClient::~FrmClient() = default;
-void FrmClient::SendMessageEx(const std::string&, const std::string&, const Bytes&) {}
-void FrmClient::SendMessage(const std::string&, const std::string&, Integer&, const Bytes&, bool) {}
-void FrmClient::SetAgentIndex(Long, Long) {}
-Long FrmClient::AddSocket() { return 0; }
-void FrmClient::ConnectSocket(Integer, const std::string&, Integer) {}
-void FrmClient::CloseSocket(Integer) {}
-bool FrmClient::IsSocketDisconnected(Long) { return false; }
-void FrmClient::tcpClient_DataArrival(Integer, Long) {}
+    : agent_(agent),
+      form_("frmClient", "frmClient"),
+      tcpClient_(agent.Platform().network.CreateSocketArray("tcpClient")) {
+  if (!tcpClient_) return;
+  // Only arrivals are handled: the state of a connection is learnt at the next send.
+  tcpClient_->OnDataArrival = [this](Long lngIndex, Long lngBytesTotal) {
+    if (!FitsPosition(lngIndex)) return;
+    tcpClient_DataArrival(static_cast<Integer>(lngIndex), lngBytesTotal);
+  };
+  lngSockets_ = 0;
+  // Position 0 is the template that every connection socket is made from; it never connects.
+  tcpClient_->SetLocalPort(0, Launcher::GetDefaultAgentPort());
+}
+
+FrmClient::~FrmClient() {
+  if (!tcpClient_) return;
+  tcpClient_->OnConnectionRequest = nullptr;
+  tcpClient_->OnDataArrival = nullptr;
+  const Long lngLast = tcpClient_->UBound();
+  for (Long i = 1; i <= lngLast; ++i) tcpClient_->Close(i);
+}
+
+void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& sIPAddress,
+                              const Bytes& byteArray) {
+  if (!agent_.bActiveAgentServices || !tcpClient_) return;
+  AgentHostInfo& registry = agent_.agentHostInfo();
+
+  Integer nPort = 0;
+  Long lngAgentIndex = 0;
+  registry.GetAgentPort(sHostName, nPort, lngAgentIndex);
+  // The address, when known, is where the connection goes; the logs always name the host.
+  const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
+  Long lngSocket = 0;
+  registry.GetAgentSocketIndex(sHostName, lngSocket, lngAgentIndex);
+
+  if (lngSocket <= 0) {
+    lngSocket = AddSocket();
+    registry.SetAgentSocketIndex(sHostName, lngSocket);
+    registry.SetAgentConnectTrials(sHostName, 0);
+    agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
+    // A position the table cannot hold ends the send here.
+    if (!FitsPosition(lngSocket)) return;
+    ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
+    registry.SetAgentPort(sHostName, nPort);
+  } else if (IsSocketDisconnected(lngSocket)) {
+    Integer nTrials = 0;
+    registry.GetAgentConnectTrials(sHostName, nTrials);
+    if (nTrials <= 1) {
+      registry.SetAgentConnectTrials(sHostName, static_cast<Long>(nTrials) + 1);
+    } else {
+      // Third send in a row that found it down: a fresh attempt on the next port.
+      registry.SetAgentConnectTrials(sHostName, 0);
+      Launcher::NextAgentPort(nPort);
+      registry.SetAgentPort(sHostName, nPort);
+      agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
+      if (!FitsPosition(lngSocket)) return;
+      CloseSocket(static_cast<Integer>(lngSocket));
+      ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
+    }
+  }
+
+  const std::optional<Integer> nState = tcpClient_->State(lngSocket);
+  if (!nState) return;  // a socket that cannot be asked ends the send silently
+  if (*nState == platform::kSckConnected) {
+    // One unframed send: the image is the whole message.
+    if (!tcpClient_->SendData(lngSocket, byteArray)) return;
+    agent_.LogActivity("Connected to host " + sHostName, 5);
+  } else {
+    // The image is not kept: the next broadcast carries a fresh one.
+    agent_.LogActivity("WARNING: No connection to host " + sHostName, 5);
+  }
+}
+
+void FrmClient::SendMessage(const std::string& sHostName, const std::string& sIPAddress,
+                            Integer& nPort, const Bytes& byteArray, bool bUseAgentPort) {
+  if (!agent_.bActiveAgentServices || !tcpClient_) return;
+  AgentHostInfo& registry = agent_.agentHostInfo();
+
+  Long lngAgentIndex = 0;
+  if (bUseAgentPort) {
+    registry.GetAgentPort(sHostName, nPort, lngAgentIndex);
+  } else if (nPort == 0) {
+    nPort = Launcher::GetDefaultAgentPort();
+  }
+  const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
+  Long lngSocket = 0;
+  registry.GetAgentSocketIndex(sHostName, lngSocket, lngAgentIndex);
+
+  if (lngSocket <= 0) {
+    lngSocket = AddSocket();
+    registry.SetAgentSocketIndex(sHostName, lngSocket);
+    registry.SetAgentConnectTrials(sHostName, 0);
+    agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
+    if (!FitsPosition(lngSocket)) return;
+    ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
+    if (bUseAgentPort) registry.SetAgentPort(sHostName, nPort);
+  } else if (IsSocketDisconnected(lngSocket)) {
+    Integer nTrials = 0;
+    registry.GetAgentConnectTrials(sHostName, nTrials);
+    if (nTrials <= 1) {
+      registry.SetAgentConnectTrials(sHostName, static_cast<Long>(nTrials) + 1);
+    } else {
+      // Without the agent port the caller's port is tried again.
+      if (bUseAgentPort) {
+        Launcher::NextAgentPort(nPort);
+        registry.SetAgentPort(sHostName, nPort);
+      }
+      registry.SetAgentConnectTrials(sHostName, 0);
+      agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
+      if (!FitsPosition(lngSocket)) return;
+      CloseSocket(static_cast<Integer>(lngSocket));
+      ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
+    }
+  }
+
+  const std::optional<Integer> nState = tcpClient_->State(lngSocket);
+  if (!nState) return;
+  if (*nState == platform::kSckConnected) {
+    tcpClient_->SendData(lngSocket, byteArray);
+  } else {
+    agent_.LogActivity("WARNING: No connection to host " + sHostName + " via port " +
+                           text_forms::SignedForm(std::int64_t{nPort}) + " and Socket " +
+                           text_forms::SignedForm(std::int64_t{lngSocket}),
+                       5);
+  }
+}
+
+void FrmClient::SetAgentIndex(Long lngIndex, Long lngAgentIndex) {
+  if (!tcpClient_) return;
+  tcpClient_->SetTag(lngIndex, text_forms::BareForm(std::int64_t{lngAgentIndex}));
+}
+
+Long FrmClient::AddSocket() {
+  if (lngSockets_ < std::numeric_limits<Long>::max()) ++lngSockets_;
+  // Past the last position the number is still handed out, but no socket stands behind it.
+  if (tcpClient_ && FitsPosition(lngSockets_)) {
+    tcpClient_->Load(lngSockets_);
+    tcpClient_->SetLocalPort(lngSockets_, 0);
+  }
+  return lngSockets_;
+}
+
+void FrmClient::ConnectSocket(Integer nIndex, const std::string& sHost, Integer nPort) {
+  if (!tcpClient_) return;
+  const std::optional<Integer> nState = tcpClient_->State(nIndex);
+  if (nState && (*nState == platform::kSckError || *nState == platform::kSckClosing)) {
+    tcpClient_->Close(nIndex);
+  }
+  tcpClient_->SetRemoteHost(nIndex, sHost);
+  tcpClient_->SetRemotePort(nIndex, nPort);
+  // A socket still busy with an earlier attempt refuses; that attempt simply goes on.
+  tcpClient_->Connect(nIndex);
+}
+
+void FrmClient::CloseSocket(Integer nIndex) {
+  if (!tcpClient_) return;
+  tcpClient_->Close(nIndex);
+}
+
+bool FrmClient::IsSocketDisconnected(Long lngIndex) {
+  if (lngIndex <= 0 || !tcpClient_) return false;
+  const std::optional<Integer> nState = tcpClient_->State(lngIndex);
+  if (!nState) return false;
+  return *nState != platform::kSckConnected;
+}
+
+void FrmClient::tcpClient_DataArrival(Integer Index, Long bytesTotal) {
+  (void)bytesTotal;
+  const std::optional<Integer> nState = tcpClient_->State(Index);
+  if (!nState || *nState != platform::kSckConnected || !agent_.bActiveAgentServices) return;
+  const std::optional<Bytes> byteArray = tcpClient_->GetData(Index);
+  agent_.launcher().ProcessReceivedMessage(Index, byteArray ? *byteArray : Bytes{});
+}
+
 }  // namespace launchagent

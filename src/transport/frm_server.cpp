@@ -1,14 +1,75 @@
-// The TCP server: filled by the transport capability.
+// The TCP server: listens on the default agent port, accepts every request into the next
+// position of tcpServer and hands every arrival, read whole, to the message receiver.
 #include "transport/frm_server.h"
 
+#include <limits>
+
 #include "agent/agent.h"
+#include "launcher/launcher.h"
 
 namespace launchagent {
+
+namespace {
+// Socket positions are 16-bit: a later position cannot be made.
+constexpr Long kMaxSocketPosition = std::numeric_limits<Integer>::max();
+}  // namespace
+
 FrmServer::FrmServer(Agent& agent)
-    : agent_(agent), form_("frmServer", "frmServer"),
-      tcpServer_(agent.Platform().network.CreateSocketArray("tcpServer")) {}
-FrmServer::~FrmServer() = default;
-void FrmServer::SendOutMessage(Integer, const Bytes&) {}
-void FrmServer::tcpServer_ConnectionRequest(Integer, Long) {}
-void FrmServer::tcpServer_DataArrival(Integer, Long) {}
+    : agent_(agent),
+      form_("frmServer", "frmServer"),
+      tcpServer_(agent.Platform().network.CreateSocketArray("tcpServer")) {
+  if (!tcpServer_) return;
+  tcpServer_->OnConnectionRequest = [this](Long lngIndex, Long lngRequestId) {
+    if (lngIndex < 0 || lngIndex > kMaxSocketPosition) return;
+    tcpServer_ConnectionRequest(static_cast<Integer>(lngIndex), lngRequestId);
+  };
+  tcpServer_->OnDataArrival = [this](Long lngIndex, Long lngBytesTotal) {
+    if (lngIndex < 0 || lngIndex > kMaxSocketPosition) return;
+    tcpServer_DataArrival(static_cast<Integer>(lngIndex), lngBytesTotal);
+  };
+  lngConnections_ = 0;
+  // A port already taken leaves the server without a listener, unreported.
+  tcpServer_->SetLocalPort(0, Launcher::GetDefaultAgentPort());
+  tcpServer_->Listen(0);
+}
+
+FrmServer::~FrmServer() {
+  if (!tcpServer_) return;
+  tcpServer_->OnConnectionRequest = nullptr;
+  tcpServer_->OnDataArrival = nullptr;
+  const Long lngLast = tcpServer_->UBound();
+  for (Long i = 1; i <= lngLast; ++i) tcpServer_->Close(i);
+  // The listening socket ends with the table.
+}
+
+void FrmServer::SendOutMessage(Integer Index, const Bytes& byteArray) {
+  if (tcpServer_) {
+    const std::optional<Integer> nState = tcpServer_->State(Index);
+    if (nState && *nState == platform::kSckConnected && agent_.bActiveAgentServices) {
+      tcpServer_->SendData(Index, byteArray);
+    }
+  }
+  agent_.Platform().loop.ProcessPendingEvents();
+}
+
+void FrmServer::tcpServer_ConnectionRequest(Integer Index, Long requestID) {
+  if (Index != 0) return;
+  if (lngConnections_ < std::numeric_limits<Long>::max()) ++lngConnections_;
+  // Past the last position the socket cannot be made and the request stays unanswered.
+  if (lngConnections_ > kMaxSocketPosition) return;
+  tcpServer_->Load(lngConnections_);
+  tcpServer_->SetLocalPort(lngConnections_, 0);
+  tcpServer_->Accept(lngConnections_, requestID);
+}
+
+void FrmServer::tcpServer_DataArrival(Integer Index, Long bytesTotal) {
+  (void)bytesTotal;  // everything waiting is read, whatever the event announced
+  const std::optional<Integer> nState = tcpServer_->State(Index);
+  // Left unread, the bytes stay with the connection.
+  if (!nState || *nState != platform::kSckConnected || !agent_.bActiveAgentServices) return;
+  // No framing: whatever is waiting now is taken as one message image.
+  const std::optional<Bytes> byteArray = tcpServer_->GetData(Index);
+  agent_.launcher().ProcessReceivedMessage(Index, byteArray ? *byteArray : Bytes{});
+}
+
 }  // namespace launchagent
