@@ -1,0 +1,75 @@
+#include "messages/cls_msg_hello.h"
+
+#include <string_view>
+
+#include "messages/message_image.h"
+#include "messages/text_forms.h"
+#include "platform/property_bag.h"
+
+namespace launchagent {
+namespace {
+
+constexpr message_image::Key kHello{"nHello"};
+constexpr message_image::Key kVarnoHost{"sVarnoHost"};
+
+}  // namespace
+
+clsMsgHello::clsMsgHello(MessageContext& ctx) : clsMsg(InterfaceOnly{}), m_objEnvelope(ctx) {}
+
+clsMsgHello::~clsMsgHello() = default;
+
+Bytes clsMsgHello::GetObjectData() {
+  platform::PropertyBag bag;
+  message_image::WriteEnvelope(bag, kMsgType, m_objEnvelope);
+  message_image::Write(bag, kHello, text_forms::BareForm(m_nHello));
+  message_image::Write(bag, kVarnoHost, m_sVarnoHost);
+  return bag.Contents();
+}
+
+bool clsMsgHello::SetObjectData(const Bytes& byteArray) {
+  platform::PropertyBag bag;
+  if (!bag.SetContents(byteArray)) return false;
+  if (!message_image::IsOfType(bag, kMsgType)) return false;
+  if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;
+  const auto nHello = text_forms::ReadInteger(message_image::Text(bag, kHello));
+  if (!nHello) return false;
+  m_nHello = *nHello;
+  message_image::Text(bag, kVarnoHost, m_sVarnoHost);
+  return true;
+}
+
+Long clsMsgHello::GetMsgType(const Bytes& byteArray) { return m_objEnvelope.GetMsgType(byteArray); }
+
+Single clsMsgHello::GetMsgID() { return m_objEnvelope.GetMsgID(); }
+
+void clsMsgHello::SetMsgID(Single sglMsgIDIn) { m_objEnvelope.SetMsgID(sglMsgIDIn); }
+
+Single clsMsgHello::GetMsgReferenceID() { return m_objEnvelope.GetMsgReferenceID(); }
+
+void clsMsgHello::SetMsgReferenceID(Single sglMsgReferenceIDIn) {
+  m_objEnvelope.SetMsgReferenceID(sglMsgReferenceIDIn);
+}
+
+std::string clsMsgHello::GetReturnAddress() { return m_objEnvelope.GetReturnAddress(); }
+
+void clsMsgHello::SetReturnAddress(const std::string& sReturnAddressIn) {
+  m_objEnvelope.SetReturnAddress(sReturnAddressIn);
+}
+
+bool clsMsgHello::StringToBoolean(const std::string& sVal) {
+  return m_objEnvelope.StringToBoolean(sVal);
+}
+
+std::shared_ptr<clsMsg> clsMsgHello::Clone() { return Self(); }
+
+bool clsMsgHello::Change(const std::shared_ptr<clsMsg>& /*objIn*/) { return false; }
+
+bool clsMsgHello::ChangeHello(const std::shared_ptr<clsMsg>& obj) {
+  const auto objIn = std::dynamic_pointer_cast<clsMsgHello>(obj);
+  if (!objIn) return false;
+  return m_nHello != objIn->m_nHello || m_sVarnoHost != objIn->m_sVarnoHost;
+}
+
+std::string clsMsgHello::GetMsgIDText() { return text_forms::DecimalText(GetMsgID()); }
+
+}  // namespace launchagent

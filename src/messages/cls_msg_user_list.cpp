@@ -1,0 +1,107 @@
+#include "messages/cls_msg_user_list.h"
+
+#include <string_view>
+
+#include "messages/message_image.h"
+#include "messages/text_forms.h"
+#include "platform/property_bag.h"
+
+namespace launchagent {
+namespace {
+
+constexpr message_image::Key kUserCnt{"nUserCnt"};
+
+std::string UserKey(Integer nIndex) { return "User_" + text_forms::BareForm(nIndex); }
+
+}  // namespace
+
+clsMsgUserList::clsMsgUserList(MessageContext& ctx) : clsMsg(InterfaceOnly{}), m_objEnvelope(ctx) {}
+
+clsMsgUserList::~clsMsgUserList() = default;
+
+Bytes clsMsgUserList::GetObjectData() {
+  platform::PropertyBag bag;
+  message_image::WriteEnvelope(bag, kMsgType, m_objEnvelope);
+  message_image::Write(bag, kUserCnt, text_forms::BareForm(m_nUserCnt));
+  for (int nIndex = 1; nIndex <= m_nUserCnt; ++nIndex) {
+    // A position the array does not hold is skipped.
+    if (!m_colUsers || static_cast<std::size_t>(nIndex) >= m_colUsers->size()) continue;
+    bag.AppendText(UserKey(static_cast<Integer>(nIndex)),
+                   (*m_colUsers)[static_cast<std::size_t>(nIndex)]);
+  }
+  return bag.Contents();
+}
+
+bool clsMsgUserList::SetObjectData(const Bytes& byteArray) {
+  platform::PropertyBag bag;
+  if (!bag.SetContents(byteArray)) return false;
+  if (!message_image::IsOfType(bag, kMsgType)) return false;
+  if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;
+  const auto nUserCnt = text_forms::ReadInteger(message_image::Text(bag, kUserCnt));
+  if (!nUserCnt) return false;
+  m_nUserCnt = *nUserCnt;
+  std::string sUser;
+  for (int nIndex = 1; nIndex <= m_nUserCnt; ++nIndex) {
+    message_image::Text(bag, UserKey(static_cast<Integer>(nIndex)), sUser);
+    SetUsers(static_cast<Integer>(nIndex), sUser);
+  }
+  return true;
+}
+
+Long clsMsgUserList::GetMsgType(const Bytes& byteArray) {
+  return m_objEnvelope.GetMsgType(byteArray);
+}
+
+Single clsMsgUserList::GetMsgID() { return m_objEnvelope.GetMsgID(); }
+
+void clsMsgUserList::SetMsgID(Single sglMsgIDIn) { m_objEnvelope.SetMsgID(sglMsgIDIn); }
+
+Single clsMsgUserList::GetMsgReferenceID() { return m_objEnvelope.GetMsgReferenceID(); }
+
+void clsMsgUserList::SetMsgReferenceID(Single sglMsgReferenceIDIn) {
+  m_objEnvelope.SetMsgReferenceID(sglMsgReferenceIDIn);
+}
+
+std::string clsMsgUserList::GetReturnAddress() { return m_objEnvelope.GetReturnAddress(); }
+
+void clsMsgUserList::SetReturnAddress(const std::string& sReturnAddressIn) {
+  m_objEnvelope.SetReturnAddress(sReturnAddressIn);
+}
+
+bool clsMsgUserList::StringToBoolean(const std::string& sVal) {
+  return m_objEnvelope.StringToBoolean(sVal);
+}
+
+std::shared_ptr<clsMsg> clsMsgUserList::Clone() { return Self(); }
+
+bool clsMsgUserList::Change(const std::shared_ptr<clsMsg>& /*objIn*/) { return false; }
+
+bool clsMsgUserList::ChangeUserList(const std::shared_ptr<clsMsg>& obj) {
+  const auto objIn = std::dynamic_pointer_cast<clsMsgUserList>(obj);
+  if (!objIn) return false;
+  if (m_nUserCnt != objIn->m_nUserCnt) return true;
+  for (int nIndex = 1; nIndex <= m_nUserCnt; ++nIndex) {
+    const auto n = static_cast<Integer>(nIndex);
+    if (GetUsers(n) != objIn->GetUsers(n)) return true;
+  }
+  return false;
+}
+
+std::string clsMsgUserList::GetMsgIDText() { return text_forms::DecimalText(GetMsgID()); }
+
+std::string clsMsgUserList::GetUsers(Integer nIndex) const {
+  if (!m_colUsers || nIndex < 0 || static_cast<std::size_t>(nIndex) >= m_colUsers->size()) {
+    return "0";
+  }
+  return (*m_colUsers)[static_cast<std::size_t>(nIndex)];
+}
+
+void clsMsgUserList::SetUsers(Integer nIndex, const std::string& sUser) {
+  if (nIndex < 0) return;
+  const auto nPos = static_cast<std::size_t>(nIndex);
+  if (!m_colUsers) m_colUsers.emplace();
+  if (nPos >= m_colUsers->size()) m_colUsers->resize(nPos + 1);
+  (*m_colUsers)[nPos] = sUser;
+}
+
+}  // namespace launchagent

@@ -1,0 +1,70 @@
+#include "messages/image_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace launchagent::image_text {
+namespace {
+
+TEST(ImageTextTest, BuildsFromKeyValueLines) {
+  Bytes image;
+  std::string sError;
+  ASSERT_TRUE(BuildImage(
+      "# a host\r\nMsgType=4\r\n\nnLocalPort= 1230\nsAppPath=a=b\nsUserName=", image, sError))
+      << sError;
+  platform::PropertyBag bag;
+  ASSERT_TRUE(bag.SetContents(image));
+  ASSERT_EQ(bag.Count(), 4u);
+  EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
+  EXPECT_EQ(bag.ReadProperty("nLocalPort"), " 1230");
+  EXPECT_EQ(bag.ReadProperty("sAppPath"), "a=b");
+  EXPECT_EQ(bag.ReadProperty("sUserName"), "");
+  EXPECT_EQ(ShowImage(bag), "msgtype=4\nnlocalport= 1230\nsapppath=a=b\nsusername=\n");
+}
+
+TEST(ImageTextTest, BadLinesNameTheirLine) {
+  struct Case {
+    std::string sText;
+    std::string sError;
+  };
+  const std::vector<Case> cases = {
+      {"MsgType=4\nno equals sign\n", "line 2: no '=' (expected key=value)"},
+      {"=4\n", "line 1: empty key"},
+      {"a=" + std::string(70000, 'x') + "\n",
+       "line 1: the image would pass 65536 bytes or 1024 entries"},
+  };
+  for (const Case& c : cases) {
+    Bytes image = {1};
+    std::string sError;
+    EXPECT_FALSE(BuildImage(c.sText, image, sError));
+    EXPECT_EQ(sError, c.sError);
+    EXPECT_EQ(image, Bytes{1});
+  }
+}
+
+TEST(ImageTextTest, EmptyTextIsTheEmptyImage) {
+  Bytes image;
+  std::string sError;
+  ASSERT_TRUE(BuildImage("# nothing\n", image, sError));
+  EXPECT_EQ(image, platform::PropertyBag().Contents());
+}
+
+TEST(ImageTextTest, ShowEscapesControlCharacters) {
+  platform::PropertyBag bag;
+  bag.WriteProperty("v", "a\nb\x7F\\c");
+  EXPECT_EQ(ShowImage(bag), "v=a\\x0ab\\x7f\\c\n");
+}
+
+TEST(ImageTextTest, HexDump) {
+  const Bytes image = {0x93, 0xB2, 0x00, 0x00, 0x08, 0x00, 0x00, 0x00, 0x41,
+                       0x42, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48, 0x7E};
+  EXPECT_EQ(HexDump(image),
+            "00000000  93 b2 00 00 08 00 00 00  41 42 43 44 45 46 47 48  |........ABCDEFGH|\n"
+            "00000010  7e                                                |~|\n");
+  EXPECT_EQ(HexDump(Bytes()), "");
+}
+
+}  // namespace
+}  // namespace launchagent::image_text
