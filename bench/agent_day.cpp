@@ -18,9 +18,9 @@ void BM_OneAgentOneVirtualDay(benchmark::State& state) {
       agent.Main();
       p.loop.Run();
     });
-    sim::HostSpec spec;
-    spec.sWinsockName = "PC1";
-    const auto host = world.AddHost(spec);
+    sim::HostSetup setup;
+    setup.sWinsockName = "PC1";
+    const auto host = world.AddHost(setup);
     world.StartProcess(*host, "launch", "C:\\Launch\\Launch.exe");
     world.RunUntil(sim::kHour * 24);
     nLines = world.Transcript().size();

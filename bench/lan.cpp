@@ -45,7 +45,7 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
 
     std::vector<sim::HostId> hosts;
     for (int i = 0; i < kHosts; ++i) {
-      sim::HostSpec desktop;
+      sim::HostSetup desktop;
       desktop.sWinsockName = HostName(i);
       hosts.push_back(*world.AddHost(desktop));
       world.MakeFolder(hosts.back(), "C:\\Launch");

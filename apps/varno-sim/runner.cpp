@@ -90,7 +90,7 @@ class Run {
     auto fail = [&](int nLine, const std::string& s) { errors.push_back({nLine, s}); };
     // Every host first, so that names and shares of the others are known.
     for (const HostSetup& h : scenario_.hosts) {
-      sim::HostSpec host;
+      sim::HostSetup host;
       host.sWinsockName = h.sName;
       host.sComputerName = h.sComputerName;
       host.sAddress = h.sAddress;

@@ -312,7 +312,7 @@ TEST(SimRegistry, RestartStartsTheRunPrograms) {
 
 TEST(SimKernel, ComputerName) {
   World w(1);
-  HostSpec setup;
+  HostSetup setup;
   setup.sWinsockName = "pc07";
   setup.sComputerName = "DESK-07";
   const HostId h = *w.AddHost(setup);
@@ -330,7 +330,7 @@ TEST(SimKernel, ComputerName) {
 
 TEST(SimClock, OffsetSkewAndJumps) {
   World w(1);
-  HostSpec setup;
+  HostSetup setup;
   setup.sWinsockName = "PC1";
   setup.dClockOffsetSeconds = -3600;
   const HostId h1 = *w.AddHost(setup);

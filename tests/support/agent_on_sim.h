@@ -55,7 +55,7 @@ class AgentOnSim {
 
   // A host of the LAN; its address is drawn from its position when none is given.
   sim::HostId AddHost(const std::string& sName, const std::string& sAddress = "") {
-    sim::HostSpec desktop;
+    sim::HostSetup desktop;
     desktop.sWinsockName = sName;
     desktop.sAddress = sAddress;
     const std::optional<sim::HostId> host = world_.AddHost(desktop);

@@ -122,7 +122,7 @@ bool World::Call(ProcessId pid, std::function<void()> fn) {
 
 // ---- Hosts ----------------------------------------------------------------------------
 
-std::optional<HostId> World::AddHost(const HostSpec& setup) {
+std::optional<HostId> World::AddHost(const HostSetup& setup) {
   Impl& w = *impl_;
   const std::string sName = Trim(setup.sWinsockName);
   if (sName.empty() || sName.find_first_of(" \\/") != std::string::npos) return std::nullopt;
@@ -157,7 +157,7 @@ std::optional<HostId> World::AddHost(const HostSpec& setup) {
 }
 
 std::optional<HostId> World::AddHost(const std::string& sWinsockName, const std::string& sAddress) {
-  HostSpec setup;
+  HostSetup setup;
   setup.sWinsockName = sWinsockName;
   setup.sAddress = sAddress;
   return AddHost(setup);

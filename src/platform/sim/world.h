@@ -67,7 +67,7 @@ std::optional<Address> ParseAddress(const std::string& sText);
 std::string FormatAddress(const Address& a);
 
 // ---- Hosts --------------------------------------------------------------------------
-struct HostSpec {
+struct HostSetup {
   std::string sWinsockName;        // what gethostname returns and what every host resolves
   std::string sComputerName;       // the kernel's computer name; "" = the Winsock name
   std::string sAddress;            // dotted IPv4; "" = 10.x.y.z drawn from the host's position
@@ -190,7 +190,7 @@ class World {
 
   // ---- Hosts ----
   // nullopt when the Winsock name or the address is empty, malformed or taken.
-  std::optional<HostId> AddHost(const HostSpec& setup);
+  std::optional<HostId> AddHost(const HostSetup& setup);
   // A host with this Winsock name (and computer name), the address given or drawn.
   std::optional<HostId> AddHost(const std::string& sWinsockName, const std::string& sAddress = "");
   std::size_t HostCount() const;
