@@ -226,7 +226,7 @@ void AgentHostInfo::LogAgentSites() {
     if (i > GetAgentCount()) continue;
     const std::shared_ptr<clsMsgHostInfo> objMsg = colAgents_[i - 1]->Message();
     if (!objMsg) continue;
-    agent_.LogActivity("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 1);
+    agent_.LogActivity("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 5);
   }
 }
 
