@@ -1,7 +1,11 @@
 #pragma once
-// Helpers shared by the transport tests: a LAN of agents and the images they send.
+// The fixture of the transport tests: a fresh LAN of agents per case, one-line sends and
+// the log lines they leave.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +17,8 @@
 #include "transport/frm_server.h"
 
 namespace launchagent::testing {
+
+using Lines = std::vector<std::string>;
 
 // About the period of the agents' broadcasts.
 constexpr sim::Nanos kBroadcastPeriod = sim::Seconds(31);
@@ -27,52 +33,62 @@ inline std::string Warning(const std::string& sHost) {
 inline std::string Connected(const std::string& sHost) { return "Connected to host " + sHost; }
 
 // The host information image an agent sends about itself.
-inline Bytes HostInfoImage(Agent& agent, const std::string& sHostName,
-                           const std::string& sAppPath = "") {
+inline Bytes HostInfoImage(Agent& agent, const std::string& sHostName) {
   auto objMsg = std::make_shared<clsMsgHostInfo>(agent);
   objMsg->SetHostName(sHostName);
-  objMsg->SetAppPath(sAppPath);
   return objMsg->GetObjectData();
 }
 
-// One SendMessageEx from sFrom to sTo with sFrom's image; the log lines it wrote.
-inline std::vector<std::string> SendEx(AgentOnSim& lan, const std::string& sFrom,
-                                       const std::string& sTo, const std::string& sAddress = "") {
-  const std::size_t nMark = lan.LogMark(sFrom);
-  EXPECT_TRUE(lan.Call(sFrom, [&](Agent& agent) {
-    agent.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(agent, sFrom));
-  }));
-  return lan.LogLinesSince(sFrom, nMark);
-}
+class TransportTest : public ::testing::Test {
+ protected:
+  // A new LAN: an agent (transport only) on each host of agents, none on the others.
+  void NewLan(const Lines& agents, const Lines& others = {}) {
+    lan_.emplace();
+    for (const std::string& s : agents) lan_->AddHost(s);
+    for (const std::string& s : others) lan_->AddHost(s);
+    for (const std::string& s : agents) ASSERT_NE(lan_->StartAgent(s), 0) << s;
+  }
+  // PCA's first send to PCB, and the second that it takes for the connection to stand.
+  void ConnectedPair() {
+    NewLan({"PCA", "PCB"});
+    SendEx("PCA", "PCB");
+    Run();
+  }
+  void Run(sim::Nanos d = sim::Seconds(1)) { lan_->RunFor(d); }
+  void Call(const std::string& sHost, const std::function<void(Agent&)>& fn) {
+    EXPECT_TRUE(lan_->Call(sHost, fn)) << sHost;
+  }
+  // One SendMessageEx from sFrom to sTo with sFrom's image; the log lines it wrote.
+  Lines SendEx(const std::string& sFrom, const std::string& sTo, const std::string& sAddress = "") {
+    const std::size_t nMark = lan_->LogMark(sFrom);
+    Call(sFrom, [&](Agent& agent) {
+      agent.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(agent, sFrom));
+    });
+    return lan_->LogLinesSince(sFrom, nMark);
+  }
+  // The host information lines of sHost's log after nMark.
+  Lines HostInfoLines(const std::string& sHost, std::size_t nMark = 0) {
+    Lines out;
+    for (const std::string& s : lan_->LogLinesSince(sHost, nMark))
+      if (s.rfind("HostInfoFrom=", 0) == 0) out.push_back(s);
+    return out;
+  }
+  // sHost's record in the registry of sOn's agent; null when it has none.
+  std::shared_ptr<clsAgentInfo> Record(const std::string& sOn, const std::string& sHost) {
+    std::shared_ptr<clsAgentInfo> objRecord;
+    Call(sOn, [&](Agent& agent) {
+      AgentHostInfo& registry = agent.agentHostInfo();
+      objRecord = registry.GetAgentRecord(registry.FindAgentIndex(sHost));
+    });
+    return objRecord;
+  }
+  static void Register(Agent& agent, const std::string& sHost) {
+    auto objMsg = std::make_shared<clsMsgHostInfo>(agent);
+    objMsg->SetHostName(sHost);
+    agent.agentHostInfo().RegisterAgent(objMsg);
+  }
 
-// Log lines of a host that start with sPrefix.
-inline std::vector<std::string> LinesStartingWith(const std::vector<std::string>& lines,
-                                                  const std::string& sPrefix) {
-  std::vector<std::string> out;
-  for (const std::string& s : lines)
-    if (s.compare(0, sPrefix.size(), sPrefix) == 0) out.push_back(s);
-  return out;
-}
-
-// The registry record of sHost on the agent of sOn (a copy of its state).
-struct RecordState {
-  bool bFound = false;
-  Integer nPort = 0;
-  Long lngSocket = 0;
-  Integer nTrials = 0;
+  std::optional<AgentOnSim> lan_;
 };
-inline RecordState RecordOf(AgentOnSim& lan, const std::string& sOn, const std::string& sHost) {
-  RecordState state;
-  lan.Call(sOn, [&](Agent& agent) {
-    AgentHostInfo& registry = agent.agentHostInfo();
-    const auto objRecord = registry.GetAgentRecord(registry.FindAgentIndex(sHost));
-    if (!objRecord) return;
-    state.bFound = true;
-    state.nPort = objRecord->GetPort();
-    state.lngSocket = objRecord->GetSocketIndex();
-    state.nTrials = objRecord->GetConnectTrials();
-  });
-  return state;
-}
 
 }  // namespace launchagent::testing
