@@ -1,219 +1,218 @@
-// The neighbourhood and active lists, their buttons and the selected-host frame.
+// The neighbourhood and active lists, their buttons, and the selected-host frame with
+// the users and contexts per neighbourhood computer that the agent-info table keeps.
 #include <gtest/gtest.h>
 
-#include "messages/cls_msg_host_info.h"
+#include "messages/cls_msg_user_list.h"
 #include "setup_fixture.h"
 
 namespace launchagent::testing {
 namespace {
 
 using NeighborhoodTest = SetupTest;
+using Names = std::vector<std::string>;
 
-std::vector<std::string> Items(const ui::ListBox& l) {
-  std::vector<std::string> v;
-  for (Integer i = 0; i < l.ListCount(); ++i) v.push_back(l.List(i));
-  return v;
-}
-
-void AddLANHosts(Agent& a, const std::vector<std::string>& hosts) {
-  for (const std::string& h : hosts) a.launcher().AddLANHost(h);
-}
-
-TEST_F(NeighborhoodTest, PopulateListsHostsRegistersThemAndSavesTheTable) {
+TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    AddLANHosts(a, {"PC2", "PC1", "ghost"});
+    a.bActiveAgentServices = f.bSeekWeb = f.bSeekStocks = true;
+    for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().AddLANHost(s);
     f.PopulateNeighborhoodList();
-    EXPECT_EQ(Items(*f.lstNeighborhood), (std::vector<std::string>{"PC2", "PC1", "ghost"}));
-    f.PopulateNeighborhoodList();  // emptied first: the same list again
-    EXPECT_EQ(Items(*f.lstNeighborhood), (std::vector<std::string>{"PC2", "PC1", "ghost"}));
-    ASSERT_EQ(f.AgentInfoTable.size(), 3u);
-    EXPECT_EQ(f.AgentInfoTable[0].sHostName.Text(), Padded("PC2"));
-    EXPECT_EQ(f.FindHostRecord("ghost"), 3);
-
-    std::shared_ptr<clsMsgHostInfo> m;
-    ASSERT_TRUE(a.agentHostInfo().GetAgentHostInfoByName("pc2", m));
-    EXPECT_EQ(m->GetIPAddress(), "10.0.0.2");
-    EXPECT_EQ(m->GetLocalPort(), 1230);
-    ASSERT_TRUE(a.agentHostInfo().GetAgentHostInfoByName("ghost", m));
-    EXPECT_EQ(m->GetIPAddress(), "");  // does not resolve
-  });
-  const auto file = ReadFile(kAgentInfo1);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(file->size(), 3u * 8256u);
-  EXPECT_EQ(Field(*file, 8256), Padded("PC1"));
-}
-
-TEST_F(NeighborhoodTest, LocalHostTakesTheLocalOptionsOnlyWhenFirstRegistered) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
-    a.bActiveAgentServices = true;
-    f.bSeekWeb = true;
-    f.bSeekStocks = true;
-    AddLANHosts(a, {"pc1", "PC2"});
-    f.PopulateNeighborhoodList();
-    std::shared_ptr<clsMsgHostInfo> m;
-    ASSERT_TRUE(a.agentHostInfo().GetAgentHostInfoByName("PC1", m));
-    EXPECT_TRUE(m->GetProvideHostServices());
-    EXPECT_TRUE(m->GetProvideWeb());
-    EXPECT_TRUE(m->GetProvideStocks());
-    EXPECT_FALSE(m->GetProvideJobs());
-    ASSERT_TRUE(a.agentHostInfo().GetAgentHostInfoByName("PC2", m));
-    EXPECT_FALSE(m->GetProvideWeb());
-
     f.bSeekWeb = false;
-    f.PopulateNeighborhoodList();
-    ASSERT_TRUE(a.agentHostInfo().GetAgentHostInfoByName("PC1", m));
-    EXPECT_TRUE(m->GetProvideWeb());  // the entry the registry holds stays
+    f.PopulateNeighborhoodList();  // emptied first; entries the registry holds stay
+    EXPECT_EQ(Items(*f.lstNeighborhood), (Names{"PC2", "pc1", "ghost"}));
+    const auto pc2 = Entry(a, "pc2");
+    EXPECT_EQ(pc2->GetIPAddress() + ":" + std::to_string(pc2->GetLocalPort()), "10.0.0.2:1230");
+    EXPECT_FALSE(pc2->GetProvideWeb());
+    EXPECT_EQ(Entry(a, "ghost")->GetIPAddress(), "");  // does not resolve
+    // The local host takes the local options when first registered.
+    const auto pc1 = Entry(a, "PC1");
+    EXPECT_TRUE(pc1->GetProvideHostServices() && pc1->GetProvideWeb() && pc1->GetProvideStocks());
+    EXPECT_FALSE(pc1->GetProvideJobs());
   });
+  EXPECT_EQ(ReadFile(kAgentInfo1).value_or(Bytes()).size(), 3u * 8256u);
+  EXPECT_EQ(FileBytes(kAgentInfo1, 8256), Padded("pc1"));
 }
 
-TEST_F(NeighborhoodTest, PopulateWithoutLANHostsLeavesTableAndFileAlone) {
+TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndFileAlone) {
   InSetup([](Agent&, FrmAgentSetup& f) {
     f.lstNeighborhood->AddItem("old");
+    f.lstContexts->AddItem("x");
     f.AgentInfoTable.assign(2, AgentInfoRecord{});
-    f.PopulateNeighborhoodList();
+    f.cmdRefresh->Click();
     EXPECT_EQ(f.lstNeighborhood->ListCount(), 0);
+    EXPECT_EQ(f.lstContexts->ListCount(), 0);  // the contexts are out of the agent's reach
     EXPECT_EQ(f.AgentInfoTable.size(), 2u);
   });
   EXPECT_FALSE(ReadFile(kAgentInfo1));
-}
-
-TEST_F(NeighborhoodTest, AddHostToNeighborhoodUpperCasesAndSkipsListedNames) {
+  lan_.World().AddShare(lan_.Host("PC2"), "apps", "C:\\Apps");
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstNeighborhood->AddItem("PC7");
-    std::string s = "pc7";
-    f.AddHostToNeighborhood(s);
-    EXPECT_EQ(f.lstNeighborhood->ListCount(), 1);
-    EXPECT_EQ(s, "PC7");
-    s = "pc8";
-    f.AddHostToNeighborhood(s);
-    EXPECT_EQ(s, "PC8");
-    EXPECT_EQ(Items(*f.lstNeighborhood), (std::vector<std::string>{"PC7", "PC8"}));
+    f.cmdRefresh->Click();
+    EXPECT_TRUE(f.cmdRefresh->Enabled());
+    EXPECT_EQ(Items(*f.lstNeighborhood), Names{"PC2"});
   });
 }
 
-TEST_F(NeighborhoodTest, AddPutsTheSelectedComputerInTheActiveList) {
+TEST_F(NeighborhoodTest, AddPutsTheSelectedComputerInTheActiveListOnce) {
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstNeighborhood->AddItem("PC2");
-    f.lstNeighborhood->AddItem("PC3");
-    f.cmdActiveAdd->Click();  // nothing selected: nothing added
-    EXPECT_EQ(f.lstActive->ListCount(), 0);
-    f.lstNeighborhood->UserClick(1);
-    f.cmdActiveAdd->Click();
-    EXPECT_EQ(Items(*f.lstActive), (std::vector<std::string>{"PC3"}));
-  });
-  const auto file = ReadFile(kAgentDat);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(Field(*file, 0), Padded("PC3"));
-  EXPECT_EQ(Field(*file, 64), Padded(""));
-}
-
-TEST_F(NeighborhoodTest, AddingAnActiveComputerAgainChangesNothing) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
+    for (const char* s : {"PC2", "PC3"}) f.lstNeighborhood->AddItem(s);
     f.lstActive->AddItem("pc2");
-    f.lstNeighborhood->AddItem("PC2");
+    f.cmdActiveAdd->Click();  // nothing selected: nothing added
     f.lstNeighborhood->UserClick(0);
-    f.cmdActiveAdd->Click();
-    EXPECT_EQ(Items(*f.lstActive), (std::vector<std::string>{"pc2"}));
-    EXPECT_TRUE(f.InActiveHostList("Pc2"));
-    EXPECT_FALSE(f.InActiveHostList("pc3"));
+    f.cmdActiveAdd->Click();  // listed already, in another case
+    EXPECT_EQ(Items(*f.lstActive), Names{"pc2"});
   });
   EXPECT_FALSE(ReadFile(kAgentDat));  // nothing saved
+  InSetup([](Agent&, FrmAgentSetup& f) {
+    f.lstNeighborhood->UserClick(1);
+    f.cmdActiveAdd->Click();
+    EXPECT_EQ(Items(*f.lstActive), (Names{"pc2", "PC3"}));
+  });
+  EXPECT_EQ(FileBytes(kAgentDat, 0, 192), Padded("pc2") + Padded("PC3") + Padded(""));
 }
 
-TEST_F(NeighborhoodTest, DeleteRemovesEverySelectedEntry) {
+TEST_F(NeighborhoodTest, DeleteRemovesEverySelectedEntryAndClearWritesABlankFirstEntry) {
   InSetup([](Agent&, FrmAgentSetup& f) {
     for (const char* s : {"a", "b", "c", "d", "e"}) f.lstActive->AddItem(s);
     f.lstActive->UserClick(1);
     f.lstActive->UserClick(2, true);  // two neighbours: the second moves into the first's place
     f.lstActive->UserClick(4, true);
     f.cmdActiveDelete->Click();
-    EXPECT_EQ(Items(*f.lstActive), (std::vector<std::string>{"a", "d"}));
+    EXPECT_EQ(Items(*f.lstActive), (Names{"a", "d"}));
   });
-  const auto file = ReadFile(kAgentDat);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(Field(*file, 0), Padded("a"));
-  EXPECT_EQ(Field(*file, 64), Padded("d"));
-  EXPECT_EQ(Field(*file, 128), Padded(""));
+  EXPECT_EQ(FileBytes(kAgentDat, 0, 192), Padded("a") + Padded("d") + Padded(""));
+  InSetup([](Agent&, FrmAgentSetup& f) { f.cmdActiveClear->Click(); });
+  EXPECT_EQ(FileBytes(kAgentDat, 0, 128), std::string(64, ' ') + std::string(64, '\0'));
 }
 
-TEST_F(NeighborhoodTest, ClearWritesABlankFirstEntry) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->AddItem("a");
-    f.cmdActiveClear->Click();
-    EXPECT_EQ(f.lstActive->ListCount(), 0);
-  });
-  const auto file = ReadFile(kAgentDat);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(Field(*file, 0), std::string(64, ' '));
-  EXPECT_EQ(Field(*file, 64), std::string(64, '\0'));
-}
-
-TEST_F(NeighborhoodTest, ClickingAKnownComputerShowsItsEntry) {
+TEST_F(NeighborhoodTest, ClickingAComputerShowsItsEntryOrEmptiesTheFrame) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    auto m = std::make_shared<clsMsgHostInfo>(a);
-    m->SetHostName("PC2");
-    m->SetIPAddress("192.168.10.5");
-    m->SetLocalPort(1230);
-    m->SetProvideNews(true);
-    m->SetProvideHostServices(true);
-    a.agentHostInfo().RegisterAgent(m);
-    f.lstNeighborhood->AddItem("pc2");
-    f.lstNeighborhood->AddItem("PC9");
+    Register(a, "PC2", [](clsMsgHostInfo& m) {
+      m.SetIPAddress("192.168.10.5");
+      m.SetLocalPort(1230);
+      m.SetProvideNews(true);
+      m.SetProvideHostServices(true);
+    });
+    for (const char* s : {"pc2", "PC9"}) f.lstNeighborhood->AddItem(s);
     f.lstHostUsers->AddItem("stale");
+    std::vector<ui::TextBox*> texts = {
+        f.txtHostName, f.txtLocalPortNumber, f.txtIP1, f.txtIP2, f.txtIP3, f.txtIP4};
+    std::vector<ui::CheckBox*> boxes = {f.chkRemoteIntranet, f.chkRemoteWeb,    f.chkRemoteNews,
+                                        f.chkRemoteJobs,     f.chkRemoteStocks, f.chkActiveHost};
+    const auto shown = [&] {
+      std::string s;
+      for (ui::TextBox* t : texts) s += t->Text() + "|";
+      for (ui::CheckBox* c : boxes) s += std::to_string(c->Value());
+      return s;
+    };
     f.lstNeighborhood->UserClick(0);
-    EXPECT_EQ(f.txtHostName->Text(), "PC2");
-    EXPECT_EQ(f.txtLocalPortNumber->Text(), " 1230");
-    EXPECT_EQ(f.txtIP1->Text(), "192");
-    EXPECT_EQ(f.txtIP2->Text(), "168");
-    EXPECT_EQ(f.txtIP3->Text(), "10");
-    EXPECT_EQ(f.txtIP4->Text(), "5");
-    EXPECT_EQ(f.chkRemoteNews->Value(), 1);
-    EXPECT_EQ(f.chkActiveHost->Value(), 1);
-    EXPECT_EQ(f.chkRemoteWeb->Value(), 0);
+    EXPECT_EQ(shown(), "PC2| 1230|192|168|10|5|001001");
     EXPECT_EQ(f.lstHostUsers->ListCount(), 0);  // no user list attached
-
-    // A computer the registry does not know empties the frame.
-    f.lstNeighborhood->UserClick(1);
-    for (ui::TextBox* t :
-         {f.txtHostName, f.txtLocalPortNumber, f.txtIP1, f.txtIP2, f.txtIP3, f.txtIP4})
-      EXPECT_EQ(t->Text(), "") << t->Name();
-    for (ui::CheckBox* c : {f.chkRemoteIntranet, f.chkRemoteWeb, f.chkRemoteNews, f.chkRemoteJobs,
-                            f.chkRemoteStocks, f.chkActiveHost})
-      EXPECT_EQ(c->Value(), 0) << c->Name();
+    f.lstNeighborhood->UserClick(1);            // one the registry does not know
+    EXPECT_EQ(shown(), "||||||000000");
   });
 }
 
-TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndReenablesItsButton) {
-  lan_.World().AddShare(lan_.Host("PC2"), "apps", "C:\\Apps");
+AgentInfoRecord Host(const std::string& sName, std::vector<std::string> users = {}) {
+  AgentInfoRecord rec;
+  rec.sHostName.Assign(sName);
+  for (std::size_t k = 0; k < users.size(); ++k) rec.Users[k].sUserName.Assign(users[k]);
+  return rec;
+}
+
+std::shared_ptr<clsMsgUserList> Users(Agent& a, const std::string& sFrom, int nCount) {
+  auto ul = std::make_shared<clsMsgUserList>(a);
+  ul->SetReturnAddress(sFrom);
+  for (int k = 1; k <= nCount; ++k)
+    ul->SetUsers(static_cast<Integer>(k), "user" + std::to_string(k));
+  ul->SetUserCnt(static_cast<Integer>(nCount));
+  return ul;
+}
+
+std::string Selection(const ui::ListBox& l) {
+  std::string s;
+  for (Integer i = 0; i < l.ListCount(); ++i) s += l.Selected(i) ? '1' : '0';
+  return s;
+}
+
+TEST_F(NeighborhoodTest, FindHostRecordFindHostUserAndLookupUserContext) {
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.cmdRefresh->Click();
-    EXPECT_TRUE(f.cmdRefresh->Enabled());
-    EXPECT_EQ(Items(*f.lstNeighborhood), (std::vector<std::string>{"PC2"}));
-    EXPECT_EQ(f.lstContexts->ListCount(), 0);
+    // The table follows the LAN order, so it need not be sorted.
+    f.AgentInfoTable = {Host("zeta   "), Host("alpha"), Host("pc2", {"Ann", "bob"})};
+    f.AgentInfoTable[2].Users[0].sContext.Assign("  sales ");
+    const std::pair<const char*, Long> hosts[] = {{"alpha", 2}, {"ZETA", 1},   {"Pc2", 3},
+                                                  {"delta", 0}, {"alpha ", 0}, {"", 0}};
+    for (const auto& [sKey, lngWant] : hosts) EXPECT_EQ(f.FindHostRecord(sKey), lngWant) << sKey;
+    // Case counts for users; an empty name or a host outside the table finds none.
+    const std::tuple<Long, const char*, Integer> users[] = {
+        {3, "Ann", 1}, {3, "ann", 0}, {3, "bob", 2}, {3, "", 0}, {0, "Ann", 0}, {4, "Ann", 0}};
+    for (const auto& [lngHost, sUser, nWant] : users)
+      EXPECT_EQ(f.FindHostUser(lngHost, sUser), nWant) << lngHost << sUser;
+    EXPECT_EQ(f.LookupUserContext("PC2", "Ann"), "sales");
+    EXPECT_EQ(f.LookupUserContext("pc2", "bob"), "");  // no context chosen
+    EXPECT_EQ(f.LookupUserContext("pc2", "carl"), "");
+    EXPECT_EQ(f.LookupUserContext("pc3", "Ann"), "");
   });
 }
 
-struct SplitCase {
-  const char* sAddress;
-  std::vector<std::string> parts;
-};
-
-class SplitIPAddressTest : public ::testing::TestWithParam<SplitCase> {};
-
-TEST_P(SplitIPAddressTest, CutsAtTheDots) {
-  std::string a = "x", b = "x", c = "x", d = "x";
-  FrmAgentSetup::SplitIPAddress(GetParam().sAddress, a, b, c, d);
-  EXPECT_EQ((std::vector<std::string>{a, b, c, d}), GetParam().parts);
+TEST_F(NeighborhoodTest, StoreHostUsersFillsAtMost64Slots) {
+  InSetup([](Agent& a, FrmAgentSetup& f) {
+    f.AgentInfoTable = {Host("pc2")};
+    f.AgentInfoTable[0].Users[0].sContext.Assign("dropped");
+    auto m = std::make_shared<clsMsgHostInfo>(a);
+    m->SetMsgUL(Users(a, "pc2", 65));
+    f.StoreHostUsers(1, m);
+    EXPECT_EQ(f.FindHostUser(1, "user64"), 64);
+    EXPECT_EQ(f.FindHostUser(1, "user65"), 0);
+    EXPECT_EQ(f.AgentInfoTable[0].Users[0].sContext.Text(), std::string(64, ' '));
+    // No user list, or a position outside the table: nothing changes.
+    f.AgentInfoTable[0].Users[0].sContext.Assign("ctx");
+    f.StoreHostUsers(1, std::make_shared<clsMsgHostInfo>(a));
+    f.StoreHostUsers(2, m);
+    f.StoreHostUsers(1, nullptr);
+    EXPECT_EQ(f.AgentInfoTable[0].Users[0].sContext.Trimmed(), "ctx");
+  });
 }
 
-INSTANTIATE_TEST_SUITE_P(Addresses, SplitIPAddressTest,
-                         ::testing::Values(SplitCase{"10.0.0.7", {"10", "0", "0", "7"}},
-                                           SplitCase{"1.2.3.4.5", {"1", "2", "3", "4.5"}},
-                                           SplitCase{"10.0.0", {"10", "0", "", ""}},
-                                           SplitCase{"10.0", {"10", "", "", ""}},
-                                           SplitCase{"", {"", "", "", ""}},
-                                           SplitCase{"...", {"", "", "", ""}},
-                                           SplitCase{"a.b.c.", {"a", "b", "c", ""}}));
+TEST_F(NeighborhoodTest, ShownUsersKeepTheirContextsAndTheTwoListsEditThem) {
+  InSetup([](Agent& a, FrmAgentSetup& f) {
+    Register(a, "PC2", [&](clsMsgHostInfo& m) { m.SetMsgUL(Users(a, "PC2", 2)); });
+    f.AgentInfoTable = {Host("PC2")};
+    f.AgentInfoTable[0].Users[0].sContext.Assign("ctxB");
+    for (const char* s : {"ctxA", "ctxB", "ctxC"}) f.lstContexts->AddItem(s);
+    f.lstContexts->SetSelected(0, true);
+    f.ShowHostUsers(Entry(a, "PC2")->GetMsgUL());
+    EXPECT_EQ(Items(*f.lstHostUsers), (std::vector<std::string>{"user1", "user2"}));
+    EXPECT_EQ(Selection(*f.lstContexts), "000");
+    f.txtHostName->SetText("pc2");
+    f.lstContexts->UserClick(2);  // no user selected: nothing stored
+    EXPECT_EQ(f.AgentInfoTable[0].Users[1].sContext.Text(), std::string(64, '\0'));
+    f.lstHostUsers->UserClick(0);
+    EXPECT_EQ(Selection(*f.lstContexts), "010");
+    f.lstHostUsers->UserClick(1);
+    f.lstContexts->UserClick(0);
+    EXPECT_EQ(f.LookupUserContext("PC2", "user2"), "ctxA");
+    EXPECT_EQ(f.LookupUserContext("PC2", "user1"), "ctxB");
+    f.txtHostName->SetText("PC9");  // a host the table does not hold: nothing changes
+    f.lstContexts->UserClick(2);
+    EXPECT_EQ(f.LookupUserContext("PC2", "user2"), "ctxA");
+    f.ShowHostUsers(nullptr);
+    EXPECT_EQ(f.lstHostUsers->ListCount(), 0);
+  });
+}
+
+TEST(SplitIPAddressTest, CutsAtTheDotsUntilOneIsMissing) {
+  const std::vector<std::string> cases[] = {{"10.0.0.7", "10", "0", "0", "7"},
+                                            {"1.2.3.4.5", "1", "2", "3", "4.5"},
+                                            {"10.0.0", "10", "0", "", ""},
+                                            {"10.0", "10", "", "", ""},
+                                            {"", "", "", "", ""},
+                                            {"...", "", "", "", ""},
+                                            {"a.b.c.", "a", "b", "c", ""}};
+  for (const auto& c : cases) {
+    std::string a = "x", b = "x", d = "x", e = "x";
+    FrmAgentSetup::SplitIPAddress(c[0], a, b, d, e);
+    EXPECT_EQ((std::vector<std::string>{c[0], a, b, d, e}), c);
+  }
+}
 
 }  // namespace
 }  // namespace launchagent::testing

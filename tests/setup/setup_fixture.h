@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "../support/agent_on_sim.h"
 #include "agent/agent.h"
 #include "launcher/launcher.h"
+#include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
 
@@ -45,29 +48,40 @@ class SetupTest : public ::testing::Test {
   bool WriteFile(const std::string& sPath, const Bytes& content) {
     return lan_.World().WriteFile(host_, sPath, content);
   }
-  // Transcript lines of this host of one kind ("file", "msgbox"...).
-  std::vector<std::string> Lines(const std::string& sKind) {
-    std::vector<std::string> out;
-    const std::string sTag = " PC1 " + sKind + " ";
-    for (const std::string& s : lan_.World().Transcript())
-      if (s.find(sTag) != std::string::npos) out.push_back(s);
-    return out;
+  // Bytes of a file as text, "" when the file is missing or too short.
+  std::string FileBytes(const std::string& sPath, std::size_t nOffset, std::size_t nLen = 64) {
+    const auto b = ReadFile(sPath);
+    if (!b || b->size() < nOffset + nLen) return "";
+    return std::string(b->begin() + static_cast<std::ptrdiff_t>(nOffset),
+                       b->begin() + static_cast<std::ptrdiff_t>(nOffset + nLen));
   }
 
   AgentOnSim lan_;
   sim::HostId host_ = 0;
 };
 
-// 16-bit little-endian value at an offset of a byte image.
-inline int Word(const Bytes& b, std::size_t nOffset) {
-  return static_cast<std::int16_t>(b.at(nOffset) | (b.at(nOffset + 1) << 8));
-}
-
-inline std::string Field(const Bytes& b, std::size_t nOffset, std::size_t nLen = 64) {
-  return std::string(b.begin() + static_cast<std::ptrdiff_t>(nOffset),
-                     b.begin() + static_cast<std::ptrdiff_t>(nOffset + nLen));
-}
-
 inline std::string Padded(const std::string& s) { return s + std::string(64 - s.size(), ' '); }
+
+inline std::vector<std::string> Items(const ui::ListBox& l) {
+  std::vector<std::string> v;
+  for (Integer i = 0; i < l.ListCount(); ++i) v.push_back(l.List(i));
+  return v;
+}
+
+// The registry's entry for a host, nullptr when it holds none.
+inline std::shared_ptr<clsMsgHostInfo> Entry(Agent& a, const std::string& sHost) {
+  std::shared_ptr<clsMsgHostInfo> m;
+  a.agentHostInfo().GetAgentHostInfoByName(sHost, m);
+  return m;
+}
+
+// Registers a host whose entry holds what fill puts in it.
+inline void Register(Agent& a, const std::string& sHost,
+                     const std::function<void(clsMsgHostInfo&)>& fill = {}) {
+  auto m = std::make_shared<clsMsgHostInfo>(a);
+  m->SetHostName(sHost);
+  if (fill) fill(*m);
+  a.agentHostInfo().RegisterAgent(m);
+}
 
 }  // namespace launchagent::testing

@@ -1,10 +1,11 @@
-// The Agent Setup window: its controls, Init, the local option check boxes, Set, Ok and
-// the "Log" box.
+// The Agent Setup window: its controls, Init, the local option check boxes with the local
+// option changes they make, Set with SetAgentAddress, and the "Log" box. Opening it from
+// the agent window and "Ok" are in tests/scenarios/setup-clicks.scn and setup-reopen.scn.
 #include <gtest/gtest.h>
 
-#include "messages/cls_msg_host_info.h"
 #include "registry/local_option_changes.h"
 #include "setup_fixture.h"
+#include "transport/cls_agent_info.h"
 #include "transport/frm_client.h"
 
 namespace launchagent::testing {
@@ -12,112 +13,85 @@ namespace {
 
 using WindowTest = SetupTest;
 
-// The local host registered in the registry, as the neighbourhood list leaves it.
-void RegisterLocalHost(Agent& a) {
-  auto m = std::make_shared<clsMsgHostInfo>(a);
-  m->SetHostName("PC1");
-  m->SetProvideHostServices(true);
-  a.agentHostInfo().RegisterAgent(m);
-}
-
-std::shared_ptr<clsMsgHostInfo> Entry(Agent& a, const std::string& sHost) {
-  std::shared_ptr<clsMsgHostInfo> m;
-  a.agentHostInfo().GetAgentHostInfoByName(sHost, m);
-  return m;
-}
-
 TEST_F(WindowTest, EveryControlStandsInItsFrameWithItsCaption) {
-  struct Want {
-    const char* sName;
-    const char* sContainer;
-    const char* sCaption;  // "" for controls without one
-  };
-  const Want wants[] = {
-      {"fraNeighborhood", "", "Neighborhood Computers "},
-      {"lstNeighborhood", "fraNeighborhood", ""},
-      {"cmdRefresh", "", "Refresh"},
-      {"fraActive", "", "Active Computers"},
-      {"lstActive", "fraActive", ""},
-      {"cmdActiveAdd", "", "Add"},
-      {"cmdActiveDelete", "", "Delete"},
-      {"cmdActiveClear", "", "Clear"},
-      {"fraSelectedHost", "", "Selected (Remote) Host Agent Properties"},
-      {"lblHostUsers", "fraSelectedHost", "Select Host Users:"},
-      {"lstHostUsers", "fraSelectedHost", ""},
-      {"lblContexts", "fraSelectedHost", "Select Active Context:"},
-      {"lstContexts", "fraSelectedHost", ""},
-      {"chkRemoteWeb", "fraSelectedHost", "Web"},
-      {"chkRemoteNews", "fraSelectedHost", "News"},
-      {"chkRemoteJobs", "fraSelectedHost", "Jobs"},
-      {"chkRemoteStocks", "fraSelectedHost", "Stocks"},
-      {"chkRemoteIntranet", "fraSelectedHost", "Intranet"},
-      {"chkActiveHost", "fraSelectedHost", "Seek Host Services"},
-      {"lblHostName", "fraSelectedHost", "HostName : "},
-      {"txtHostName", "fraSelectedHost", ""},
-      {"lblIPAddress", "fraSelectedHost", "IP Address : "},
-      {"txtIP1", "fraSelectedHost", ""},
-      {"txtIP4", "fraSelectedHost", ""},
-      {"lblLocalPort", "fraSelectedHost", "Local Port # : "},
-      {"txtLocalPortNumber", "fraSelectedHost", ""},
-      {"cmdSet", "fraSelectedHost", "Set"},
-      {"fraLocalHost", "", "Local Host Agent Properties"},
-      {"chkSeekWeb", "fraLocalHost", "Web"},
-      {"chkSeekNews", "fraLocalHost", "News"},
-      {"chkSeekJobs", "fraLocalHost", "Jobs"},
-      {"chkSeekStocks", "fraLocalHost", "Stocks"},
-      {"chkSeekIntranet", "fraLocalHost", "Intranet"},
-      {"chkActiveAgentServices", "fraLocalHost", "Activate Agent Services for local Host"},
-      {"fraLog", "", "Log"},
-      {"rtbAgentLog", "fraLog", ""},
-      {"cmdOk", "", "Ok"},
-      {"TimerCheckInternet", "", ""},
-  };
+  // Each frame with its controls as "name=caption", or "name" for one without a caption;
+  // "" stands for the form itself.
+  const std::vector<std::pair<std::string, std::vector<std::string>>> frames = {
+      {"",
+       {"fraNeighborhood=Neighborhood Computers ", "cmdRefresh=Refresh",
+        "fraActive=Active Computers", "cmdActiveAdd=Add", "cmdActiveDelete=Delete",
+        "cmdActiveClear=Clear", "fraSelectedHost=Selected (Remote) Host Agent Properties",
+        "fraLocalHost=Local Host Agent Properties", "fraLog=Log", "cmdOk=Ok",
+        "TimerCheckInternet"}},
+      {"fraNeighborhood", {"lstNeighborhood"}},
+      {"fraActive", {"lstActive"}},
+      {"fraSelectedHost",
+       {"lblHostUsers=Select Host Users:", "lstHostUsers",
+        "lblContexts=Select Active Context:", "lstContexts", "chkRemoteWeb=Web",
+        "chkRemoteNews=News", "chkRemoteJobs=Jobs", "chkRemoteStocks=Stocks",
+        "chkRemoteIntranet=Intranet", "chkActiveHost=Seek Host Services"}},
+      {"fraSelectedHost",
+       {"lblHostName=HostName : ", "txtHostName", "lblIPAddress=IP Address : ", "txtIP1", "txtIP2",
+        "txtIP3", "txtIP4", "lblLocalPort=Local Port # : ", "txtLocalPortNumber", "cmdSet=Set"}},
+      {"fraLocalHost",
+       {"chkSeekWeb=Web", "chkSeekNews=News", "chkSeekJobs=Jobs", "chkSeekStocks=Stocks",
+        "chkSeekIntranet=Intranet",
+        "chkActiveAgentServices=Activate Agent Services for local Host"}},
+      {"fraLog", {"rtbAgentLog"}}};
   InSetup([&](Agent&, FrmAgentSetup& f) {
     ui::Form& form = f.Form();
     EXPECT_EQ(form.Caption(), "Agent Setup");
-    for (const Want& w : wants) {
-      SCOPED_TRACE(w.sName);
-      ui::Control* c = form.Find(w.sName);
-      ASSERT_NE(c, nullptr);
-      EXPECT_EQ(c->sContainer, w.sContainer);
-      std::string sCaption;
-      if (auto* p = dynamic_cast<ui::Frame*>(c)) sCaption = p->Caption();
-      if (auto* p = dynamic_cast<ui::Label*>(c)) sCaption = p->Caption();
-      if (auto* p = dynamic_cast<ui::CheckBox*>(c)) sCaption = p->Caption();
-      if (auto* p = dynamic_cast<ui::CommandButton*>(c)) sCaption = p->Caption();
-      EXPECT_EQ(sCaption, w.sCaption);
+    for (const auto& [sFrame, controls] : frames) {
+      for (const std::string& sWant : controls) {
+        ui::Control* c = form.Find(sWant.substr(0, sWant.find('=')));
+        ASSERT_NE(c, nullptr) << sWant;
+        EXPECT_EQ(c->sContainer, sFrame) << sWant;
+        std::string sCaption;
+        if (auto* p = dynamic_cast<ui::Frame*>(c)) sCaption = p->Caption();
+        if (auto* p = dynamic_cast<ui::Label*>(c)) sCaption = p->Caption();
+        if (auto* p = dynamic_cast<ui::CheckBox*>(c)) sCaption = p->Caption();
+        if (auto* p = dynamic_cast<ui::CommandButton*>(c)) sCaption = p->Caption();
+        EXPECT_EQ(c->Name() + (sCaption.empty() ? "" : "=" + sCaption), sWant);
+      }
     }
     EXPECT_EQ(f.txtLocalPortNumber->Text(), "1030");
-    EXPECT_EQ(f.rtbAgentLog->Text(), "");
     EXPECT_TRUE(f.lstActive->MultiSelect());
     EXPECT_TRUE(f.TimerCheckInternet->TimerEnabled());
     EXPECT_EQ(f.TimerCheckInternet->Interval(), 60000);
     // Side by side on top, the Ok button centred at the bottom.
     EXPECT_EQ(f.fraNeighborhood->nTop, f.fraActive->nTop);
-    EXPECT_LT(f.fraNeighborhood->nLeft, f.fraActive->nLeft);
-    EXPECT_LT(f.fraActive->nTop, f.fraSelectedHost->nTop);
-    EXPECT_LT(f.fraSelectedHost->nTop, f.fraLocalHost->nTop);
-    EXPECT_LT(f.fraLocalHost->nTop, f.fraLog->nTop);
     EXPECT_LT(f.fraLog->nTop, f.cmdOk->nTop);
     EXPECT_EQ(f.cmdOk->nLeft + f.cmdOk->nWidth / 2, form.nWidth / 2);
   });
 }
 
-TEST_F(WindowTest, CheckingJobsIsStoredAndShownAfterTheNextInit) {
+TEST_F(WindowTest, CheckingJobsIsStoredAndShownWithTheOtherBoxesAfterTheNextInit) {
   InAgent([](Agent& a) { a.OpenAgentSetup(); });
-  InSetup([](Agent&, FrmAgentSetup& f) { f.chkSeekJobs->Click(); });
-  const auto file = ReadFile(kAgentDat);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(Word(*file, 12808), -1);
-  EXPECT_EQ(Word(*file, 12802), 0);
+  InSetup([](Agent&, FrmAgentSetup& f) {
+    for (ui::CheckBox* c : {f.chkSeekJobs, f.chkSeekWeb, f.chkSeekIntranet}) c->Click();
+  });
+  // Services, intranet, web, news, jobs, stocks: 16-bit, True = -1.
+  EXPECT_EQ(FileBytes(kAgentDat, 12800, 12),
+            std::string("\0\0\xFF\xFF\xFF\xFF\0\0\xFF\xFF\0\0", 12));
   // Closed with its close box; the next use loads a fresh window that reads it back.
   InSetup([](Agent&, FrmAgentSetup& f) { f.Form().UserClose(); });
   InAgent([](Agent& a) { EXPECT_FALSE(a.IsAgentSetupLoaded()); });
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](Agent& a, FrmAgentSetup& f) {
+    a.bActiveAgentServices = true;  // the file says otherwise
+    Register(a, "PC1");
     EXPECT_EQ(f.chkSeekJobs->Value(), 0);
     f.Init();
-    EXPECT_EQ(f.chkSeekJobs->Value(), 1);
+    std::string sBoxes;
+    for (ui::CheckBox* c : {f.chkActiveAgentServices, f.chkSeekIntranet, f.chkSeekWeb,
+                            f.chkSeekNews, f.chkSeekJobs, f.chkSeekStocks})
+      sBoxes += std::to_string(c->Value());
+    EXPECT_EQ(sBoxes, "011010");
     EXPECT_TRUE(f.bSeekJobs);
+    EXPECT_FALSE(a.bActiveAgentServices);
+    // Restoring a box runs its handler: the registry entry follows.
+    EXPECT_TRUE(Entry(a, "PC1")->GetProvideJobs());
+    EXPECT_EQ(f.Form().Caption(), "Agent setup for  (10.0.0.1) PC1");
+    EXPECT_EQ(f.nInternetTicks, 0);
   });
 }
 
@@ -129,99 +103,104 @@ TEST_F(WindowTest, UncheckingAgentServicesStopsTheTransport) {
   });
   ASSERT_FALSE(lan_.LogLines("PC1").empty());
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    RegisterLocalHost(a);
+    Register(a, "PC1", [](clsMsgHostInfo& m) { m.SetProvideHostServices(true); });
     f.chkActiveAgentServices->SetValue(1);  // shows the state start-up left
     f.chkActiveAgentServices->Click();
     EXPECT_FALSE(a.bActiveAgentServices);
     EXPECT_FALSE(Entry(a, "PC1")->GetProvideHostServices());
   });
-  const auto file = ReadFile(kAgentDat);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(Word(*file, 12800), 0);
+  EXPECT_EQ(FileBytes(kAgentDat, 12800, 2), std::string(2, '\0'));
   const std::size_t nMark = lan_.LogMark("PC1");
   InAgent([](Agent& a) { a.frmClient().SendMessageEx("PC2", "", Bytes{1, 2, 3}); });
   EXPECT_TRUE(lan_.LogLinesSince("PC1", nMark).empty());
 }
 
-TEST_F(WindowTest, InitWithServicesOffInTheFileUnchecksTheBox) {
-  Bytes file(12812, 0);
-  for (std::size_t i = 0; i < 64; ++i) file[i] = ' ';
+TEST_F(WindowTest, EachLocalBoxReachesTheLocalEntryOnly) {
+  using Getter = bool (clsMsgHostInfo::*)() const;
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    a.bActiveAgentServices = true;  // as start-up sets it
-    f.chkActiveAgentServices->SetValue(1);
-  });
-  ASSERT_TRUE(WriteFile(kAgentDat, file));
-  InSetup([](Agent& a, FrmAgentSetup& f) {
-    EXPECT_TRUE(a.bActiveAgentServices);
-    f.Init();
-    EXPECT_EQ(f.chkActiveAgentServices->Value(), 0);
-    EXPECT_FALSE(a.bActiveAgentServices);
+    const std::pair<ui::CheckBox*, Getter> boxes[] = {
+        {f.chkActiveAgentServices, &clsMsgHostInfo::GetProvideHostServices},
+        {f.chkSeekIntranet, &clsMsgHostInfo::GetProvideIntranet},
+        {f.chkSeekWeb, &clsMsgHostInfo::GetProvideWeb},
+        {f.chkSeekNews, &clsMsgHostInfo::GetProvideNews},
+        {f.chkSeekJobs, &clsMsgHostInfo::GetProvideJobs},
+        {f.chkSeekStocks, &clsMsgHostInfo::GetProvideStocks}};
+    Register(a, "PC2");
+    for (const auto& [box, get] : boxes) box->Click();  // without a local entry: no entry changes
+    EXPECT_TRUE(f.bSeekWeb);
+    EXPECT_EQ(a.agentHostInfo().GetAgentCount(), 1);
+    Register(a, "pc1");  // the Winsock name is PC1: case does not count
+    for (const auto& [box, get] : boxes) {
+      box->Click();
+      EXPECT_FALSE((*Entry(a, "PC1").*get)()) << box->Name();
+      box->Click();
+      EXPECT_TRUE((*Entry(a, "PC1").*get)()) << box->Name();
+      EXPECT_FALSE((*Entry(a, "PC2").*get)()) << box->Name();
+    }
+    a.localOptionChanges().SetLocalInternetReady(true);
+    EXPECT_TRUE(Entry(a, "PC1")->GetInternetReady());
+    EXPECT_FALSE(Entry(a, "PC2")->GetInternetReady());
   });
 }
 
-TEST_F(WindowTest, InitRestoresEverySeekBoxAndNamesTheWindow) {
-  Bytes file(12812, 0);
-  for (std::size_t i = 0; i < 64; ++i) file[i] = ' ';
-  for (std::size_t off : {12800u, 12802u, 12804u, 12806u, 12810u}) file[off] = file[off + 1] = 0xFF;
-  ASSERT_TRUE(WriteFile(kAgentDat, file));
+TEST_F(WindowTest, SetRegistersANewHostWithTheJoinedAddressAndListsItOnce) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    RegisterLocalHost(a);
-    f.Init();
-    EXPECT_EQ(f.chkSeekIntranet->Value(), 1);
-    EXPECT_EQ(f.chkSeekWeb->Value(), 1);
-    EXPECT_EQ(f.chkSeekNews->Value(), 1);
-    EXPECT_EQ(f.chkSeekJobs->Value(), 0);
-    EXPECT_EQ(f.chkSeekStocks->Value(), 1);
-    EXPECT_EQ(f.chkActiveAgentServices->Value(), 1);
-    // Restoring a box runs its handler: the registry entry follows.
-    EXPECT_TRUE(Entry(a, "PC1")->GetProvideWeb());
-    EXPECT_FALSE(Entry(a, "PC1")->GetProvideJobs());
-    EXPECT_EQ(f.Form().Caption(), "Agent setup for  (10.0.0.1) PC1");
-    EXPECT_FALSE(f.GotInternetAccess());
-    EXPECT_EQ(f.nInternetTicks, 0);
-  });
-  // The file is rewritten with the same options.
-  const auto after = ReadFile(kAgentDat);
-  ASSERT_TRUE(after);
-  EXPECT_EQ(Word(*after, 12804), -1);
-  EXPECT_EQ(Word(*after, 12808), 0);
-}
-
-TEST_F(WindowTest, SetPassesTheJoinedAddress) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
-    f.txtHostName->UserType("pc30");
-    f.txtIP1->UserType("10");
-    f.txtIP2->UserType("0");
-    f.txtIP3->UserType("0");
-    f.txtIP4->UserType("7");
-    f.txtLocalPortNumber->UserType(" 1231");
+    const std::pair<ui::TextBox*, const char*> typed[] = {
+        {f.txtHostName, "pc30"}, {f.txtIP1, "10"}, {f.txtIP2, "0"},
+        {f.txtIP3, "0"},         {f.txtIP4, "7"},  {f.txtLocalPortNumber, " 1231"}};
+    for (const auto& [t, s] : typed) t->UserType(s);
+    f.cmdSet->Click();
     f.cmdSet->Click();
     const auto m = Entry(a, "PC30");
     ASSERT_TRUE(m);
+    EXPECT_EQ(m->GetHostName(), "pc30");
     EXPECT_EQ(m->GetIPAddress(), "10.0.0.7");
     EXPECT_EQ(m->GetLocalPort(), 1231);
-    EXPECT_EQ(f.lstNeighborhood->List(0), "PC30");
+    EXPECT_EQ(m->GetDateReceived(), a.Platform().clock.Now());
+    EXPECT_EQ(a.agentHostInfo().GetAgentRecord(a.agentHostInfo().FindAgentIndex("pc30"))->GetPort(),
+              0);
+    EXPECT_EQ(Items(*f.lstNeighborhood), std::vector<std::string>{"PC30"});
   });
 }
 
-TEST_F(WindowTest, OkSavesTheAgentInfoAndHides) {
-  InAgent([](Agent& a) { a.OpenAgentSetup(); });
-  InSetup([](Agent&, FrmAgentSetup& f) {
-    EXPECT_TRUE(f.Form().Visible());
-    f.cmdOk->Click();
-    EXPECT_FALSE(f.Form().Visible());
+TEST_F(WindowTest, SetAgentAddressOnAKnownHostReplacesAddressAndPortOnly) {
+  // The port text and the port afterwards; one above 32767 changes nothing.
+  const std::pair<const char*, Integer> cases[] = {
+      {"1233", 1233}, {"1233x", 1233},  {"", 0},         {" 1231", 1231}, {"1232.5", 1232},
+      {"-7", -7},     {"32767", 32767}, {"32768", 1230}, {"99999", 1230}};
+  InSetup([&](Agent& a, FrmAgentSetup& f) {
+    for (const auto& [sPort, nWant] : cases) {
+      auto m = std::make_shared<clsMsgHostInfo>(a);
+      m->SetHostName("PC2");
+      m->SetIPAddress("10.0.0.2");
+      m->SetLocalPort(1230);
+      m->SetAppPath("\\\\PC2\\apps\\Varno2.exe");
+      m->SetProvideNews(true);
+      a.agentHostInfo().UpdateAgent(m);
+      f.lstNeighborhood->Clear();
+      a.localOptionChanges().SetAgentAddress("pc2", "10.9.9.9", sPort);
+      const auto after = Entry(a, "PC2");
+      EXPECT_EQ(after->GetLocalPort(), nWant) << sPort;
+      EXPECT_EQ(after->GetIPAddress(), nWant == 1230 ? "10.0.0.2" : "10.9.9.9") << sPort;
+      EXPECT_EQ(after->GetHostName(), "PC2");
+      EXPECT_EQ(after->GetAppPath(), "\\\\PC2\\apps\\Varno2.exe");
+      EXPECT_TRUE(after->GetProvideNews());
+      EXPECT_EQ(a.agentHostInfo().GetAgentCount(), 1);
+      // A port that does not fit ends the operation before the list changes.
+      EXPECT_EQ(f.lstNeighborhood->ListCount(), nWant == 1230 ? 0 : 1) << sPort;
+    }
   });
-  EXPECT_TRUE(ReadFile(kAgentInfo1));
-  InAgent([](Agent& a) { EXPECT_TRUE(a.IsAgentSetupLoaded()); });
 }
 
 TEST_F(WindowTest, LogBoxAppendsLinesAndCutsToItsSecondHalf) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](Agent& a, FrmAgentSetup& f) {
+    EXPECT_EQ(f.rtbAgentLog->Text(), "");
     f.txtAgentLog_Display("one", 5);
-    EXPECT_EQ(f.rtbAgentLog->Text(), "one");
-    f.txtAgentLog_Display("two", 5);
-    EXPECT_EQ(f.rtbAgentLog->Text(), "one\r\ntwo");
-    EXPECT_EQ(f.rtbAgentLog->SelText(), "two");
+    a.LogActivity("two", 1);  // activity log lines reach the box while it is loaded
+    EXPECT_EQ(f.rtbAgentLog->Text().substr(0, 5), "one\r\n");
+    EXPECT_NE(f.rtbAgentLog->Text().find("two"), std::string::npos);
+    f.txtAgentLog_Display("three", 5);
+    EXPECT_EQ(f.rtbAgentLog->SelText(), "three");
 
     f.rtbAgentLog->SetText(std::string(1024, 'a') + std::string(1026, 'b'));  // 2050
     f.txtAgentLog_Display("new", 5);
@@ -230,44 +209,6 @@ TEST_F(WindowTest, LogBoxAppendsLinesAndCutsToItsSecondHalf) {
     f.rtbAgentLog->SetText(std::string(3000, 'c'));
     f.txtAgentLog_Display("x", 1);
     EXPECT_EQ(f.rtbAgentLog->Text().size(), 3003u);
-  });
-}
-
-TEST_F(WindowTest, ActivityLogLinesReachTheLogBoxWhileLoaded) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
-    a.LogActivity("hello there", 1);
-    EXPECT_NE(f.rtbAgentLog->Text().find("hello there"), std::string::npos);
-  });
-}
-
-}  // namespace
-}  // namespace launchagent::testing
-
-namespace launchagent::testing {
-namespace {
-
-class OpenFromAgentWindowTest : public SetupTest {
- protected:
-  AgentStart Mode() const override { return AgentStart::Transport; }
-};
-
-TEST_F(OpenFromAgentWindowTest, TheAgentWindowButtonInitialisesOnceAndShows) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->AddItem("PC2");
-    ASSERT_TRUE(f.SaveOptions());
-    f.lstActive->Clear();
-  });
-  InAgent([](Agent& a) {
-    FrmLaunch& launch = a.frmLaunch();
-    launch.cmdAgentSetup.Click();
-    ui::Form* form = a.SetupForm();
-    ASSERT_NE(form, nullptr);
-    EXPECT_TRUE(form->Visible());
-    EXPECT_EQ(form->Caption(), "Agent setup for  (10.0.0.1) PC1");
-    form->Hide();
-    launch.cmdAgentSetup.Click();  // shown again without a second Init
-    EXPECT_TRUE(form->Visible());
-    EXPECT_EQ(a.frmAgentSetup().lstActive->ListCount(), 1);
   });
 }
 
