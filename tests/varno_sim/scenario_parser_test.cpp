@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "platform/property_bag.h"
@@ -73,24 +75,20 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
 )");
   ASSERT_TRUE(r.Ok()) << Errors(r);
   const Scenario& s = r.scenario;
-  EXPECT_EQ(s.lngSeed, 42u);
-  EXPECT_EQ(s.nHour, 9);
-  EXPECT_EQ(s.nMinute, 30);
-  EXPECT_TRUE(s.bNetEvents);
+  EXPECT_EQ(std::tie(s.lngSeed, s.nHour, s.nMinute, s.bNetEvents),
+            std::make_tuple(42u, 9, 30, true));
   ASSERT_EQ(s.hosts.size(), 2u);
+  EXPECT_EQ(s.hosts[1].sAgentFolder, kDefaultAgentFolder);
 
   const HostSetup& h = s.hosts[0];
-  EXPECT_EQ(h.sName, "pc07");
-  EXPECT_EQ(h.sComputerName, "PC07-DESK");
-  EXPECT_EQ(h.sAddress, "192.168.0.7");
-  EXPECT_EQ(h.clockOffset, -5 * kS);
+  EXPECT_EQ(
+      std::tie(h.sName, h.sComputerName, h.sAddress, h.clockOffset, h.sAgentFolder),
+      std::make_tuple("pc07", "PC07-DESK", "192.168.0.7", -5 * kS, "C:\\Program Files\\Launch"));
   EXPECT_DOUBLE_EQ(h.dClockSkewPpm, 50);
-  EXPECT_EQ(h.sAgentFolder, "C:\\Program Files\\Launch");
   ASSERT_EQ(h.files.size(), 3u);
   EXPECT_EQ(h.files[0].sProgram, "varno");
-  ASSERT_EQ(h.files[0].options.size(), 2u);
-  EXPECT_EQ(h.files[0].options[0], std::make_pair(std::string("window-delay"), std::string("5")));
-  EXPECT_EQ(h.files[0].options[1], std::make_pair(std::string("refuse-close"), std::string("2")));
+  using Options = std::vector<std::pair<std::string, std::string>>;
+  EXPECT_EQ(h.files[0].options, (Options{{"window-delay", "5"}, {"refuse-close", "2"}}));
   EXPECT_TRUE(h.files[1].bHidden);
   EXPECT_EQ(h.files[1].sText, "a \"quoted\" word");
   EXPECT_EQ(h.files[2].sText, "first line\r\nsecond line\r\n");
@@ -101,48 +99,36 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_EQ(*h.visibleShares,
             (std::vector<std::string>{"\\\\pc07\\c", "bad-name", "\\\\pc12\\data"}));
   EXPECT_EQ(h.shareSearchTime, 3 * kS);
-  EXPECT_TRUE(h.bShareSearchError);
-  EXPECT_TRUE(h.bRegistryDenied);
-  EXPECT_EQ(h.sockets.wVersion, 0x0001);
-  EXPECT_EQ(h.sockets.lngMaxSockets, 0);
-  EXPECT_TRUE(h.sockets.bCleanupFails);
-  EXPECT_TRUE(h.sockets.bAllLookupsFail);
-  EXPECT_EQ(h.sockets.lookupFailures, std::vector<std::string>{"pc12"});
-  EXPECT_EQ(h.sockets.lookupTime, kS / 4);
-  EXPECT_TRUE(h.bSystemFolderMissing);
+  EXPECT_TRUE(h.bShareSearchError && h.bRegistryDenied && h.bSystemFolderMissing);
+  const auto& k = h.sockets;
+  EXPECT_EQ(std::tie(k.wVersion, k.lngMaxSockets, k.bCleanupFails, k.bAllLookupsFail, k.lookupTime),
+            std::make_tuple(0x0001, 0, true, true, kS / 4));
+  EXPECT_EQ(k.lookupFailures, std::vector<std::string>{"pc12"});
   ASSERT_EQ(h.disks.size(), 1u);
   EXPECT_EQ(h.disks[0].lngCapacity, 10 * 1024 * 1024);
   ASSERT_EQ(h.windows.size(), 1u);
-  EXPECT_EQ(h.windows[0].sTitle, "Varno");
-  EXPECT_EQ(h.windows[0].nRefuseClose, -1);
+  EXPECT_EQ(std::tie(h.windows[0].sTitle, h.windows[0].nRefuseClose), std::make_tuple("Varno", -1));
   ASSERT_EQ(h.names.size(), 1u);
   EXPECT_EQ(h.names[0].sAddress, "192.168.0.99");
-  EXPECT_EQ(s.hosts[1].sAgentFolder, kDefaultAgentFolder);
 
   ASSERT_EQ(s.steps.size(), 12u);
-  const Action& start = s.steps[2].action;
-  EXPECT_EQ(start.kind, ActionKind::kStart);
-  EXPECT_EQ(start.sPath, "C:\\Program Files\\Launch\\Varno2.exe");
-  EXPECT_EQ(start.sParameters, "-ReindexVarno anna");
   EXPECT_EQ(s.steps[1].action.sPath, "C:\\Agent");
+  const Action& start = s.steps[2].action;
+  EXPECT_EQ(std::tie(start.kind, start.sPath, start.sParameters),
+            std::make_tuple(ActionKind::kStart, "C:\\Program Files\\Launch\\Varno2.exe",
+                            "-ReindexVarno anna"));
   const Action& part = s.steps[3].action;
-  EXPECT_EQ(part.kind, ActionKind::kPartition);
-  EXPECT_TRUE(part.bBothWays);
-  EXPECT_EQ(part.at, 60 * kS);
-  EXPECT_EQ(part.delta, 30 * kS);
+  EXPECT_EQ(std::tie(part.kind, part.bBothWays, part.at, part.delta),
+            std::make_tuple(ActionKind::kPartition, true, 60 * kS, 30 * kS));
   EXPECT_EQ(s.steps[4].action.sHost, "*");
-  const Action& hex = s.steps[5].action;
-  EXPECT_EQ(hex.nPort, 1231);
-  EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
-
+  EXPECT_EQ(s.steps[5].action.nPort, 1231);
+  EXPECT_EQ(s.steps[5].action.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
   platform::PropertyBag bag;
   ASSERT_TRUE(bag.SetContents(s.steps[6].action.bytes));
   EXPECT_EQ(s.steps[6].action.nPort, 1230);
   EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
   EXPECT_EQ(bag.ReadProperty("HostName"), "pc12 # not a comment");
-
-  EXPECT_EQ(s.steps[7].action.sForm, "frmAgentSetup");
-  EXPECT_EQ(s.steps[7].action.sControl, "cmdOk");
+  EXPECT_EQ(s.steps[7].action.sForm + "." + s.steps[7].action.sControl, "frmAgentSetup.cmdOk");
   EXPECT_EQ(s.steps[8].action.indexes, (std::vector<int>{0, 2}));
   EXPECT_EQ(s.steps[9].action.sText, "pc 12");
   EXPECT_EQ(s.steps[10].action.kind, ActionKind::kMergeNextSends);
@@ -155,22 +141,17 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_FALSE(s.expectations[0].bContains);
   EXPECT_TRUE(s.expectations[1].bNever);
   EXPECT_EQ(s.expectations[1].sHost, "*");
-  EXPECT_EQ(s.expectations[2].nTimes, 3);
-  EXPECT_EQ(s.expectations[2].to, 65 * kS);
-  EXPECT_EQ(s.expectations[2].nLine, 47);
+  const Expectation& e = s.expectations[2];
+  EXPECT_EQ(std::tie(e.nTimes, e.to, e.nLine), std::make_tuple(3, 65 * kS, 47));
   EXPECT_EQ(
-      s.expectations[2].sSource,
+      e.sSource,
       "expect pc07 log contains \"Verifying Agent CheckIn (\" between 00:00:00 00:01:05 times 3");
 }
 
 TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
-  struct Case {
-    std::string sText;
-    int nLine;
-    std::string sMessagePart;
-  };
+  // Text, the line of the first error, part of its message.
   const std::string kRun = "run until 00:01:00\n";
-  const std::vector<Case> cases = {
+  const std::vector<std::tuple<std::string, int, std::string>> cases = {
       {"bogus 1\n" + kRun, 1, "unknown statement 'bogus'"},
       {"seed x\n" + kRun, 1, "seed must be a whole number"},
       {"start 2002-02-30 10:00:00\n" + kRun, 1, "bad start date-time"},
@@ -208,12 +189,11 @@ TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
       {"host a\nat 00:00:01 send a -> a bag\n| no-equals\n" + kRun, 3, "NAME=VALUE"},
       {"host a\n  address 10.0.0.1\nhost b\n  address 10.0.0.1\n" + kRun, 3, "has the address"},
   };
-  for (const Case& c : cases) {
-    const ParseResult r = Parse(c.sText);
-    ASSERT_FALSE(r.Ok()) << c.sText;
-    EXPECT_EQ(r.errors[0].nLine, c.nLine) << c.sText << Errors(r);
-    EXPECT_NE(r.errors[0].sMessage.find(c.sMessagePart), std::string::npos)
-        << c.sText << "got: " << Errors(r);
+  for (const auto& [sText, nLine, sMessagePart] : cases) {
+    const ParseResult r = Parse(sText);
+    ASSERT_FALSE(r.Ok()) << sText;
+    EXPECT_EQ(r.errors[0].nLine, nLine) << sText << Errors(r);
+    EXPECT_NE(r.errors[0].sMessage.find(sMessagePart), std::string::npos) << sText << Errors(r);
   }
 }
 
@@ -225,82 +205,54 @@ TEST(ScenarioParser, ReportsEveryErrorNotJustTheFirst) {
   EXPECT_EQ(r.errors[2].nLine, 5);
 }
 
-TEST(ScenarioParser, CommentsBlankLinesAndLineEndings) {
+TEST(ScenarioParser, CommentsLineEndingsHostCaseAndEmptyTexts) {
   const ParseResult r = Parse(
-      "# heading\r\n\r\n   # indented comment\r\nhost a # trailing\r\n  file C:\\x.txt text "
-      "\"#1\"\r\n"
-      "run until 00:00:10\r\n");
+      "# heading\r\n\r\n   # indented comment\r\nhost PC07 # trailing\r\n"
+      "  file C:\\x.txt text \"#1\"\r\n  file C:\\empty.txt\r\n  file C:\\blank.txt\r\n  |\r\n"
+      "at 00:00:01 send pc07 -> pc07 bag\r\nrun until 00:00:10\r\nexpect Pc07 log \"x\"\r\n");
   ASSERT_TRUE(r.Ok()) << Errors(r);
   ASSERT_EQ(r.scenario.hosts.size(), 1u);
-  EXPECT_EQ(r.scenario.hosts[0].sName, "a");
-  EXPECT_EQ(r.scenario.hosts[0].files[0].sText, "#1");
-}
-
-TEST(ScenarioParser, HostNamesCompareWithoutCase) {
-  const ParseResult r = Parse(
-      "host PC07\nat 00:00:01 start-agent pc07\nrun until 00:00:10\n"
-      "expect Pc07 log \"x\"\n");
-  ASSERT_TRUE(r.Ok()) << Errors(r);
-  EXPECT_NE(r.scenario.FindHost("pc07"), nullptr);
+  EXPECT_EQ(r.scenario.FindHost("pc07"), &r.scenario.hosts[0]);
   EXPECT_EQ(r.scenario.FindHost("pc08"), nullptr);
-}
-
-TEST(ScenarioParser, EmptyFileTextAndEmptyBag) {
-  const ParseResult r = Parse(
-      "host a\n  file C:\\empty.txt\n  file C:\\blank.txt\n  |\n"
-      "at 00:00:01 send a -> a bag\nrun until 00:00:02\n");
-  ASSERT_TRUE(r.Ok()) << Errors(r);
-  EXPECT_EQ(r.scenario.hosts[0].files[0].sText, "");
-  EXPECT_EQ(r.scenario.hosts[0].files[1].sText, "\r\n");
+  const auto& files = r.scenario.hosts[0].files;
+  ASSERT_EQ(files.size(), 3u);
+  EXPECT_EQ(files[0].sText, "#1");
+  EXPECT_EQ(files[1].sText, "");
+  EXPECT_EQ(files[2].sText, "\r\n");
   platform::PropertyBag bag;
   ASSERT_TRUE(bag.SetContents(r.scenario.steps[0].action.bytes));
   EXPECT_EQ(bag.Count(), 0u);
 }
 
-TEST(ScenarioParser, DurationsInEveryForm) {
-  struct Case {
-    std::string sText;
-    std::optional<Nanos> expected;
+TEST(ScenarioParser, DurationsTimesAndHexBytes) {
+  // Each form with the milliseconds it stands for.
+  const std::vector<std::pair<std::string, Nanos>> cases = {
+      {"00:01:30", 90000},
+      {"1:02:03.5", 3723500},
+      {"100:00:00", 360000000},
+      {"02:30", 150000},
+      {"00:00:00.001", 1},
+      {"500ms", 500},
+      {"5s", 5000},
+      {"2m", 120000},
+      {"1h", 3600000},
+      {"1.25", 1250},
+      {"7", 7000},
   };
-  const std::vector<Case> cases = {
-      {"00:01:30", 90 * kS},
-      {"1:02:03.5", (3723 * kS) + kS / 2},
-      {"100:00:00", 360000 * kS},
-      {"02:30", 150 * kS},
-      {"00:00:00.001", kS / 1000},
-      {"500ms", kS / 2},
-      {"5s", 5 * kS},
-      {"2m", 120 * kS},
-      {"1h", 3600 * kS},
-      {"1.25", kS + kS / 4},
-      {"7", 7 * kS},
-      {"", std::nullopt},
-      {"-1", std::nullopt},
-      {"1:60:00", std::nullopt},
-      {"1::2", std::nullopt},
-      {"1.5:00:00", std::nullopt},
-      {"abc", std::nullopt},
-      {"1.", std::nullopt},
-      {"5x", std::nullopt},
-      {"ms", std::nullopt},
-      {"1:2:3:4", std::nullopt},
-      {"99999999999999999999", std::nullopt},
-  };
-  for (const Case& c : cases) EXPECT_EQ(ParseDuration(c.sText), c.expected) << c.sText;
+  for (const auto& [sText, ms] : cases) EXPECT_EQ(ParseDuration(sText), ms * (kS / 1000)) << sText;
+  for (const char* sz : {"", "-1", "1:60:00", "1::2", "1.5:00:00", "abc", "1.", "5x", "ms",
+                         "1:2:3:4", "99999999999999999999"}) {
+    EXPECT_EQ(ParseDuration(sz), std::nullopt) << sz;
+  }
   EXPECT_EQ(ParseSignedDuration("-01:00:00"), -3600 * kS);
   EXPECT_EQ(ParseSignedDuration("+5s"), 5 * kS);
   EXPECT_EQ(ParseSignedDuration("5s"), 5 * kS);
   EXPECT_EQ(ParseSignedDuration("--5s"), std::nullopt);
-}
-
-TEST(ScenarioParser, TimesPrintAsTheTranscriptStampsThem) {
+  // Times print as the transcript stamps them.
   EXPECT_EQ(FormatTime(0), "00:00:00.000");
   EXPECT_EQ(FormatTime(90 * kS + kS / 1000 * 5), "00:01:30.005");
   EXPECT_EQ(FormatTime(100 * 3600 * kS), "100:00:00.000");
   EXPECT_EQ(FormatTime(-kS), "-00:00:01.000");
-}
-
-TEST(ScenarioParser, HexBytes) {
   EXPECT_EQ(ParseHex("00 ff 7A"), (std::vector<std::uint8_t>{0x00, 0xff, 0x7a}));
   EXPECT_EQ(ParseHex(""), std::vector<std::uint8_t>{});
   EXPECT_EQ(ParseHex("abc"), std::nullopt);
@@ -324,16 +276,10 @@ TEST(ScenarioParser, SurvivesMangledText) {
     const int nEdits = 1 + static_cast<int>(next() % 6);
     for (int k = 0; k < nEdits; ++k) {
       const std::size_t pos = next() % (s.size() + 1);
-      switch (next() % 3) {
-        case 0:
-          s.insert(pos, 1, kAlphabet[next() % kAlphabet.size()]);
-          break;
-        case 1:
-          if (pos < s.size()) s.erase(pos, 1 + next() % 8);
-          break;
-        default:
-          if (pos < s.size()) s[pos] = static_cast<char>(next() % 256);
-      }
+      const std::size_t nOp = next() % 3;
+      if (nOp == 0) s.insert(pos, 1, kAlphabet[next() % kAlphabet.size()]);
+      if (nOp == 1 && pos < s.size()) s.erase(pos, 1 + next() % 8);
+      if (nOp == 2 && pos < s.size()) s[pos] = static_cast<char>(next() % 256);
     }
     const ParseResult r = Parse(s);
     for (const Diagnostic& d : r.errors) {
