@@ -1,19 +1,22 @@
 // LAN resource discovery: the share search, this computer's own shares, and local paths
 // turned into network paths.
 #include "lanresources/frm_lan_resources.h"
-#include "setup/frm_agent_setup.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "../launcher/desktop.h"
+#include "setup/frm_agent_setup.h"
 
 namespace launchagent::testing {
 namespace {
 
 using Keyed = std::vector<std::pair<std::string, std::string>>;
+using Lines = std::vector<std::string>;
 
 Keyed KeyedOf(const std::vector<FrmLANResources::KeyedText>& col) {
   Keyed out;
@@ -21,140 +24,92 @@ Keyed KeyedOf(const std::vector<FrmLANResources::KeyedText>& col) {
   return out;
 }
 
-struct TrimCase {
-  std::string sIn;
-  std::string sOut;
-};
+// One search, with this computer's own name known, as the start-up runs it.
+Lines Search(Agent& agent, Lines sResources = {}) {
+  agent.frmAgentSetup().SocketsInitialize();
+  agent.frmAgentSetup().GetHostInfo();
+  agent.frmLANResources().UpdateResources(sResources);
+  return sResources;
+}
 
 TEST(TrimAtNull, KeepsTheTextBeforeTheFirstZero) {
-  const TrimCase cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {std::string("abc\0def", 7), "abc"},
       {std::string("\0", 1), ""},
       {std::string("\\\\pc07\\c\0\0  ", 12), "\\\\pc07\\c"},
       {"abc", ""},  // no zero at all
       {"", ""},
   };
-  for (const TrimCase& c : cases) EXPECT_EQ(FrmLANResources::TrimAtNull(c.sIn), c.sOut);
+  for (const auto& [sIn, sOut] : cases) EXPECT_EQ(FrmLANResources::TrimAtNull(sIn), sOut);
 }
 
 TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("PC07");
-  lan.World().SetVisibleShares(
-      host, {"\\\\pc07\\c", "pc12data", "\\\\pc12\\data", "\\\\pc070\\x", "\\\\PC07\\Docs"});
-  lan.StartAgent("PC07");
-  ASSERT_TRUE(lan.Call("PC07", [](Agent& agent) {
-    agent.frmAgentSetup().SocketsInitialize();
-    agent.frmAgentSetup().GetHostInfo();
-    FrmLANResources& res = agent.frmLANResources();
-    std::vector<std::string> sResources;
-    res.UpdateResources(sResources);
-    EXPECT_EQ(sResources, (std::vector<std::string>{"", "\\\\pc07\\c", "\\\\pc12\\data",
-                                                    "\\\\pc070\\x", "\\\\PC07\\Docs"}));
-    EXPECT_EQ(KeyedOf(res.colLANResources), (Keyed{{"1", "\\\\pc07\\c"},
-                                                   {"3", "\\\\pc12\\data"},
-                                                   {"4", "\\\\pc070\\x"},
-                                                   {"5", "\\\\PC07\\Docs"}}));
-    // A containment test on \\pc07: \\pc070 counts too.
-    EXPECT_EQ(KeyedOf(res.colLocalShares),
-              (Keyed{{"1", "\\\\pc07\\c"}, {"4", "\\\\pc070\\x"}, {"5", "\\\\PC07\\Docs"}}));
-  }));
-}
+  Pc07 pc({.bShare = false});
+  // 255 characters and the terminator fill the buffer: still whole.
+  const std::string sLong = "\\\\pc12\\" + std::string(255 - 7, 's');
+  pc.World().SetVisibleShares(pc.host, {"\\\\pc07\\c", "pc12data", "\\\\pc12\\data", "\\\\pc070\\x",
+                                        "\\\\PC07\\Docs", sLong});
+  // A containment test on \\pc07: \\pc070 counts too.
+  const Keyed local = {{"1", "\\\\pc07\\c"}, {"4", "\\\\pc070\\x"}, {"5", "\\\\PC07\\Docs"}};
+  pc.Call([&](Agent& agent) {
+    EXPECT_EQ(Search(agent), (Lines{"", "\\\\pc07\\c", "\\\\pc12\\data", "\\\\pc070\\x",
+                                    "\\\\PC07\\Docs", sLong}));
+    EXPECT_EQ(KeyedOf(agent.frmLANResources().colLANResources), (Keyed{{"1", "\\\\pc07\\c"},
+                                                                       {"3", "\\\\pc12\\data"},
+                                                                       {"4", "\\\\pc070\\x"},
+                                                                       {"5", "\\\\PC07\\Docs"},
+                                                                       {"6", sLong}}));
+    EXPECT_EQ(KeyedOf(agent.frmLANResources().colLocalShares), local);
+  });
 
-TEST(UpdateResources, NothingFoundLeavesTheListAndTheLocalSharesAsTheyWere) {
-  struct Case {
-    bool bError;
-    std::vector<std::string> visible;
-  };
-  const Case cases[] = {
-      {true, {"\\\\pc07\\c"}},
-      {false, {}},
-      {false, {"pc07c", "data"}},
-  };
-  for (const Case& c : cases) {
-    AgentOnSim lan;
-    const sim::HostId host = lan.AddHost("pc07");
-    lan.World().SetVisibleShares(host, {"\\\\pc07\\old"});
-    lan.StartAgent("pc07");
-    ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-      agent.frmAgentSetup().SocketsInitialize();
-      agent.frmAgentSetup().GetHostInfo();
-      std::vector<std::string> sResources;
-      agent.frmLANResources().UpdateResources(sResources);
-    }));
-    lan.World().SetVisibleShares(host, c.visible);
-    lan.World().SetShareSearchError(host, c.bError);
-    ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-      FrmLANResources& res = agent.frmLANResources();
-      std::vector<std::string> sResources = {"", "kept"};
-      res.UpdateResources(sResources);
-      EXPECT_EQ(sResources, (std::vector<std::string>{"", "kept"}));
-      EXPECT_TRUE(res.colLANResources.empty());
-      EXPECT_EQ(KeyedOf(res.colLocalShares), (Keyed{{"1", "\\\\pc07\\old"}}));
-    }));
+  // A search that fails or finds no network path leaves the caller's list and the local
+  // shares as they were.
+  const std::pair<bool, Lines> nothingFound[] = {
+      {true, {"\\\\pc07\\c"}}, {false, {}}, {false, {"pc07c", "data"}}};
+  for (const auto& [bError, visible] : nothingFound) {
+    pc.World().SetVisibleShares(pc.host, visible);
+    pc.World().SetShareSearchError(pc.host, bError);
+    pc.Call([&](Agent& agent) {
+      EXPECT_EQ(Search(agent, {"", "kept"}), (Lines{"", "kept"}));
+      EXPECT_TRUE(agent.frmLANResources().colLANResources.empty());
+      EXPECT_EQ(KeyedOf(agent.frmLANResources().colLocalShares), local);
+    });
   }
 }
 
 TEST(UpdateResources, WaitsInOneSecondStepsAtMostSixtyTimes) {
-  struct Case {
-    sim::Nanos searchTime;
-    sim::Nanos minWait;
-    sim::Nanos maxWait;
-  };
-  const Case cases[] = {
+  Pc07 pc({.bShare = false});
+  pc.World().SetVisibleShares(pc.host, {"\\\\pc12\\data"});
+  const std::tuple<sim::Nanos, sim::Nanos, sim::Nanos> cases[] = {
       {sim::Milliseconds(300), sim::Seconds(1), sim::Seconds(2)},
       {sim::Milliseconds(2500), sim::Seconds(3), sim::Seconds(4)},
       {sim::Seconds(100), sim::Seconds(60), sim::Seconds(61)},
   };
-  for (const Case& c : cases) {
-    AgentOnSim lan;
-    const sim::HostId host = lan.AddHost("pc07");
-    lan.World().SetVisibleShares(host, {"\\\\pc12\\data"});
-    lan.World().SetShareSearchTime(host, c.searchTime);
-    lan.StartAgent("pc07");
+  for (const auto& [searchTime, minWait, maxWait] : cases) {
+    pc.World().SetShareSearchTime(pc.host, searchTime);
     sim::Nanos waited = 0;
-    ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-      const sim::Nanos start = lan.World().Now();
-      std::vector<std::string> sResources;
+    pc.Call([&](Agent& agent) {
+      const sim::Nanos start = pc.lan.Now();
+      Lines sResources;
       agent.frmLANResources().UpdateResources(sResources);
-      waited = lan.World().Now() - start;
-    }));
-    EXPECT_GE(waited, c.minWait) << sim::FormatElapsed(c.searchTime);
-    EXPECT_LE(waited, c.maxWait) << sim::FormatElapsed(c.searchTime);
+      waited = pc.lan.Now() - start;
+    });
+    EXPECT_GE(waited, minWait) << sim::FormatElapsed(searchTime);
+    EXPECT_LE(waited, maxWait) << sim::FormatElapsed(searchTime);
   }
 }
 
-TEST(UpdateResources, ANameThatFillsTheBufferIsKeptWhole) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("pc07");
-  const std::string sLong = "\\\\pc12\\" + std::string(255 - 7, 's');
-  lan.World().SetVisibleShares(host, {sLong});
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    std::vector<std::string> sResources;
-    agent.frmLANResources().UpdateResources(sResources);
-    EXPECT_EQ(sResources, (std::vector<std::string>{"", sLong}));
-  }));
-}
-
-struct UncCase {
-  std::string sPath;
-  std::string sExpected;
-};
-
-TEST(GetUNC, ReachesALocalPathThroughTheFirstShareThatOpensIt) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("pc07");
-  sim::World& world = lan.World();
-  world.WriteFile(host, "C:\\Apps\\main.exe", "x");
-  world.WriteFile(host, "C:\\Docs\\Apps\\only.txt", "x");
-  world.WriteFile(host, "D:\\Data\\d.txt", "x");
-  world.AddShare(host, "docs", "C:\\Docs");
-  world.AddShare(host, "c", "C:\\");
-  world.AddShare(host, "locked", "D:\\", false);
-  world.SetVisibleShares(host, {"\\\\pc07\\docs", "\\\\pc07\\c", "\\\\pc07\\locked"});
-  lan.StartAgent("pc07");
-  const UncCase cases[] = {
+TEST(GetUNC, ReachesALocalPathThroughTheFirstOwnShareThatOpensIt) {
+  Pc07 pc({.bShare = false});
+  sim::World& world = pc.World();
+  world.WriteFile(pc.host, "C:\\Apps\\main.exe", "x");
+  world.WriteFile(pc.host, "C:\\Docs\\Apps\\only.txt", "x");
+  world.WriteFile(pc.host, "D:\\Data\\d.txt", "x");
+  world.AddShare(pc.host, "docs", "C:\\Docs");
+  world.AddShare(pc.host, "c", "C:\\");
+  world.AddShare(pc.host, "locked", "D:\\", false);
+  world.SetVisibleShares(pc.host, {"\\\\pc07\\docs", "\\\\pc07\\c", "\\\\pc07\\locked"});
+  const std::pair<std::string, std::string> cases[] = {
       {"C:\\Apps\\main.exe", "\\\\pc07\\c\\Apps\\main.exe"},
       // Through the first share whose root holds the tail, whatever the drive was.
       {"C:\\Apps\\only.txt", "\\\\pc07\\docs\\Apps\\only.txt"},
@@ -165,54 +120,13 @@ TEST(GetUNC, ReachesALocalPathThroughTheFirstShareThatOpensIt) {
       {"main.exe", ""},
       {"", ""},
   };
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    agent.frmAgentSetup().SocketsInitialize();
-    agent.frmAgentSetup().GetHostInfo();
-    std::vector<std::string> sResources;
-    agent.frmLANResources().UpdateResources(sResources);
-    for (const UncCase& c : cases)
-      EXPECT_EQ(agent.frmLANResources().GetUNC(c.sPath), c.sExpected) << c.sPath;
-  }));
-}
-
-TEST(GetUNC, BeforeAnySearchNothingIsReachable) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("pc07");
-  lan.World().WriteFile(host, "C:\\Apps\\main.exe", "x");
-  lan.World().AddShare(host, "c", "C:\\");
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
+  pc.Call([&](Agent& agent) {
+    // Before any search no share of its own is known.
     EXPECT_EQ(agent.frmLANResources().GetUNC("C:\\Apps\\main.exe"), "");
-  }));
-}
-
-struct AccessCase {
-  std::string sPath;
-  bool bFile;
-  bool bFolder;
-};
-
-TEST(CanAccess, FilesOpenForReadingAndFoldersOpenAsFolders) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("pc07");
-  lan.World().WriteFile(host, "C:\\Apps\\main.exe", "x");
-  lan.World().AddShare(host, "c", "C:\\");
-  lan.StartAgent("pc07");
-  const AccessCase cases[] = {
-      {"C:\\Apps\\main.exe", true, false},
-      {"C:\\Apps", false, true},
-      {"\\\\pc07\\c\\Apps\\main.exe", true, false},
-      {"\\\\pc07\\c\\Apps", false, true},
-      {"C:\\Apps\\none.exe", false, false},
-      {"Q:\\Apps", false, false},
-      {"", false, false},
-  };
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    for (const AccessCase& c : cases) {
-      EXPECT_EQ(agent.frmLANResources().CanAccessFile(c.sPath), c.bFile) << c.sPath;
-      EXPECT_EQ(agent.frmLANResources().CanAccessFolder(c.sPath), c.bFolder) << c.sPath;
-    }
-  }));
+    Search(agent);
+    for (const auto& [sPath, sExpected] : cases)
+      EXPECT_EQ(agent.frmLANResources().GetUNC(sPath), sExpected) << sPath;
+  });
 }
 
 }  // namespace

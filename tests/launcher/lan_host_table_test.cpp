@@ -14,118 +14,76 @@
 namespace launchagent::testing {
 namespace {
 
-struct GrowthCase {
-  int nAdded;
-  Integer nExpectedMax;
-};
+TEST(LANHostTable, GrowsByTenAndFindsWithoutCase) {
+  Pc07 pc;
+  pc.Call([](Agent& agent) {
+    Launcher& launcher = agent.launcher();
+    // Room for ten more whenever the table is full: 10, 20, 30.
+    for (int i = 0; i <= 21; ++i) {
+      if (i > 0) launcher.AddLANHost("Host" + std::to_string(i));
+      EXPECT_EQ(launcher.nLANHostCnt, i);
+      EXPECT_EQ(launcher.nLANHostMax, (i + 9) / 10 * 10) << i;
+    }
+    for (int i = 1; i <= 21; ++i) {
+      EXPECT_EQ(launcher.GetLANHost(static_cast<Integer>(i)), "Host" + std::to_string(i));
+      EXPECT_EQ(launcher.FindLANHost("HOST" + std::to_string(i)), i);
+    }
+    EXPECT_EQ(launcher.FindLANHost("host22"), 0);
+    EXPECT_EQ(launcher.FindLANHost(""), 0);
+    for (Integer n : {0, 22, -1}) EXPECT_EQ(launcher.GetLANHost(n), "");
+  });
+}
 
-TEST(LANHostTable, GrowsByTenKeepingItsEntries) {
-  const GrowthCase cases[] = {{0, 0}, {1, 10}, {10, 10}, {11, 20}, {20, 20}, {21, 30}};
-  for (const GrowthCase& c : cases) {
-    AgentOnSim lan;
-    lan.AddHost("pc07");
-    lan.StartAgent("pc07");
-    ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-      Launcher& launcher = agent.launcher();
-      for (int i = 1; i <= c.nAdded; ++i) launcher.AddLANHost("host" + std::to_string(i));
-      EXPECT_EQ(launcher.nLANHostCnt, c.nAdded);
-      EXPECT_EQ(launcher.nLANHostMax, c.nExpectedMax) << c.nAdded << " hosts";
-      for (int i = 1; i <= c.nAdded; ++i)
-        EXPECT_EQ(launcher.GetLANHost(static_cast<Integer>(i)), "host" + std::to_string(i));
-    }));
+TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
+  Pc07 pc;
+  // Later searches only add: a computer that disappears stays, and a search that fails or
+  // finds nothing changes nothing.
+  const struct {
+    std::vector<std::string> visible;
+    bool bError;
+    std::vector<std::string> table;
+  } steps[] = {
+      {{"\\\\HOST\\A", "\\\\HOST\\B", "notashare", "\\\\host\\c", "\\\\PC12", "\\\\pc12\\data"},
+       false,
+       {"HOST", "PC12"}},
+      {{"\\\\pc20\\x", "\\\\host\\a"}, false, {"HOST", "PC12", "pc20"}},
+      {{"\\\\pc30\\x"}, true, {"HOST", "PC12", "pc20"}},
+      {{}, false, {"HOST", "PC12", "pc20"}},
+  };
+  for (const auto& step : steps) {
+    pc.World().SetVisibleShares(pc.host, step.visible);
+    pc.World().SetShareSearchError(pc.host, step.bError);
+    pc.Call([&](Agent& agent) {
+      agent.launcher().RefreshLANHosts();
+      std::vector<std::string> table;
+      for (Integer i = 1; i <= agent.launcher().nLANHostCnt; ++i)
+        table.push_back(agent.launcher().GetLANHost(i));
+      EXPECT_EQ(table, step.table);
+    });
   }
 }
 
-TEST(LANHostTable, FindsWithoutCaseAndKeepsTheFirstSpelling) {
-  AgentOnSim lan;
-  lan.AddHost("pc07");
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-    Launcher& launcher = agent.launcher();
-    launcher.AddLANHost("HOST");
-    launcher.AddLANHost("pc12");
-    EXPECT_EQ(launcher.FindLANHost("host"), 1);
-    EXPECT_EQ(launcher.FindLANHost("PC12"), 2);
-    EXPECT_EQ(launcher.FindLANHost("pc13"), 0);
-    EXPECT_EQ(launcher.FindLANHost(""), 0);
-    EXPECT_EQ(launcher.GetLANHost(1), "HOST");
-    EXPECT_EQ(launcher.GetLANHost(0), "");
-    EXPECT_EQ(launcher.GetLANHost(3), "");
-    EXPECT_EQ(launcher.GetLANHost(-1), "");
-  }));
-}
-
-TEST(LANHostTable, RefreshAddsOneEntryPerComputerOfTheShareList) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("pc07");
-  lan.World().SetVisibleShares(host, {"\\\\HOST\\A", "\\\\HOST\\B", "notashare", "\\\\host\\c",
-                                      "\\\\PC12", "\\\\pc12\\data"});
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-    Launcher& launcher = agent.launcher();
-    launcher.RefreshLANHosts();
-    ASSERT_EQ(launcher.nLANHostCnt, 2);
-    EXPECT_EQ(launcher.GetLANHost(1), "HOST");
-    EXPECT_EQ(launcher.GetLANHost(2), "PC12");
-  }));
-
-  // Later searches only add; a computer that disappears stays.
-  lan.World().SetVisibleShares(host, {"\\\\pc20\\x", "\\\\host\\a"});
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-    Launcher& launcher = agent.launcher();
-    launcher.RefreshLANHosts();
-    ASSERT_EQ(launcher.nLANHostCnt, 3);
-    EXPECT_EQ(launcher.GetLANHost(1), "HOST");
-    EXPECT_EQ(launcher.GetLANHost(2), "PC12");
-    EXPECT_EQ(launcher.GetLANHost(3), "pc20");
-  }));
-}
-
-TEST(LANHostTable, AFailedOrEmptySearchLeavesTheTableAsItWas) {
-  AgentOnSim lan;
-  const sim::HostId host = lan.AddHost("pc07");
-  lan.World().SetVisibleShares(host, {"\\\\pc12\\data"});
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) { agent.launcher().RefreshLANHosts(); }));
-
-  lan.World().SetShareSearchError(host, true);
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) { agent.launcher().RefreshLANHosts(); }));
-  lan.World().SetShareSearchError(host, false);
-  lan.World().SetVisibleShares(host, {});
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-    agent.launcher().RefreshLANHosts();
-    EXPECT_EQ(agent.launcher().nLANHostCnt, 1);
-    EXPECT_EQ(agent.launcher().GetLANHost(1), "pc12");
-  }));
-}
-
-TEST(LANHostTable, RegisteringGivesEveryComputerARegistryEntryWithItsAddress) {
-  AgentOnSim lan;
-  lan.AddHost("pc07", "10.0.0.7");
-  lan.AddHost("pc12", "10.0.0.12");
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-    Launcher& launcher = agent.launcher();
-    launcher.AddLANHost("PC12");
-    launcher.AddLANHost("pc07");
-    launcher.AddLANHost("nowhere");
-    launcher.RegisterLANHosts();
-    AgentHostInfo& registry = agent.agentHostInfo();
-    ASSERT_EQ(registry.GetAgentCount(), 3);
-    std::shared_ptr<clsMsgHostInfo> objHostInfo;
-    ASSERT_TRUE(registry.GetAgentHostInfoByName("pc12", objHostInfo));
-    EXPECT_EQ(objHostInfo->GetHostName(), "PC12");
-    EXPECT_EQ(objHostInfo->GetIPAddress(), "10.0.0.12");
-    ASSERT_TRUE(registry.GetAgentHostInfoByName("pc07", objHostInfo));
-    EXPECT_EQ(objHostInfo->GetIPAddress(), "10.0.0.7");
-    // An unknown name still gets its entry, with no address.
-    ASSERT_TRUE(registry.GetAgentHostInfoByName("nowhere", objHostInfo));
-    EXPECT_EQ(objHostInfo->GetIPAddress(), "");
-
+TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) {
+  Pc07 pc;
+  AddDesktop(pc.lan, "pc12");
+  const std::string sAddress07 = pc.World().HostAddress(pc.host);
+  const std::string sAddress12 = pc.World().HostAddress(*pc.World().FindHost("pc12"));
+  pc.Call([&](Agent& agent) {
+    for (const char* sHost : {"PC12", "pc07", "nowhere"}) agent.launcher().AddLANHost(sHost);
     // Registering again adds nothing.
-    launcher.RegisterLANHosts();
-    EXPECT_EQ(registry.GetAgentCount(), 3);
-  }));
+    agent.launcher().RegisterLANHosts();
+    agent.launcher().RegisterLANHosts();
+    ASSERT_EQ(agent.agentHostInfo().GetAgentCount(), 3);
+    // An unknown name still gets its entry, with no address.
+    const std::pair<std::string, std::string> entries[] = {
+        {"PC12", sAddress12}, {"pc07", sAddress07}, {"nowhere", ""}};
+    for (const auto& [sName, sAddress] : entries) {
+      std::shared_ptr<clsMsgHostInfo> obj;
+      ASSERT_TRUE(agent.agentHostInfo().GetAgentHostInfoByName(sName, obj));
+      EXPECT_EQ(obj->GetHostName(), sName);
+      EXPECT_EQ(obj->GetIPAddress(), sAddress);
+    }
+  });
 }
 
 }  // namespace

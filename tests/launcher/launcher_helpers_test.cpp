@@ -3,19 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "launcher/launcher.h"
 
 namespace launchagent {
 namespace {
 
-struct NameCase {
-  std::string sName;
-  bool bExpected;
-};
-
-TEST(IsMainAppFileName, RecognisesReleasesAfterTheFirst) {
-  const NameCase cases[] = {
+TEST(LauncherHelpers, IsMainAppFileNameRecognisesReleasesAfterTheFirst) {
+  const std::pair<std::string, bool> cases[] = {
       {"Varno2.exe", true},      {"varno10.EXE", true},
       {"VARNO3.exe", true},      {"Varno99", true},
       {"Varno 5.exe", true},     {"Varno+7.exe", true},
@@ -26,36 +23,23 @@ TEST(IsMainAppFileName, RecognisesReleasesAfterTheFirst) {
       {"Varno", false},          {"", false},
       {"Varno1", false},         {"Varno2", true},
   };
-  for (const NameCase& c : cases)
-    EXPECT_EQ(Launcher::IsMainAppFileName(c.sName), c.bExpected) << c.sName;
+  for (const auto& [sName, bExpected] : cases)
+    EXPECT_EQ(Launcher::IsMainAppFileName(sName), bExpected) << sName;
 }
 
-struct ExtensionCase {
-  std::string sName;
-  std::string sExtension;
-  bool bExpected;
-};
-
-TEST(HasExtension, ComparesTheEndingWithoutCase) {
-  const ExtensionCase cases[] = {
+TEST(LauncherHelpers, HasExtensionComparesTheEndingWithoutCase) {
+  const std::tuple<std::string, std::string, bool> cases[] = {
       {"Varno2.exe", ".exe", true}, {"VARNO2.EXE", ".exe", true}, {"lib.dll", ".DLL", true},
       {"a.exe", ".exe", true},      {".exe", ".exe", false},      {"exe", ".exe", false},
       {"", ".exe", false},          {"a.exe.bak", ".exe", false}, {"a.ex", ".exe", false},
       {"notes.txt", ".dll", false},
   };
-  for (const ExtensionCase& c : cases)
-    EXPECT_EQ(Launcher::HasExtension(c.sName, c.sExtension), c.bExpected)
-        << c.sName << " " << c.sExtension;
+  for (const auto& [sName, sExtension, bExpected] : cases)
+    EXPECT_EQ(Launcher::HasExtension(sName, sExtension), bExpected) << sName;
 }
 
-struct PathCase {
-  std::string sPath;
-  std::string sFileName;
-  std::string sFolderName;
-};
-
-TEST(FileAndFolderName, SplitAtTheLastBackslash) {
-  const PathCase cases[] = {
+TEST(LauncherHelpers, FileAndFolderNameSplitAtTheLastBackslash) {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {"C:\\Launch\\Varno2.exe", "Varno2.exe", "C:\\Launch"},
       {"\\\\pc07\\c\\Launch\\Varno2.exe", "Varno2.exe", "\\\\pc07\\c\\Launch"},
       {"Varno2.exe", "Varno2.exe", "Varno2.exe"},
@@ -64,19 +48,14 @@ TEST(FileAndFolderName, SplitAtTheLastBackslash) {
       {"\\x", "x", ""},
       {"", "", ""},
   };
-  for (const PathCase& c : cases) {
-    EXPECT_EQ(Launcher::GetFileName(c.sPath), c.sFileName) << c.sPath;
-    EXPECT_EQ(Launcher::GetFolderName(c.sPath), c.sFolderName) << c.sPath;
+  for (const auto& [sPath, sFileName, sFolderName] : cases) {
+    EXPECT_EQ(Launcher::GetFileName(sPath), sFileName) << sPath;
+    EXPECT_EQ(Launcher::GetFolderName(sPath), sFolderName) << sPath;
   }
 }
 
-struct UncCase {
-  std::string sPath;
-  std::string sHost;
-};
-
-TEST(GetHostFromUNC, TakesTheTextBetweenTheLeadingPairAndTheNextBackslash) {
-  const UncCase cases[] = {
+TEST(LauncherHelpers, GetHostFromUNCTakesTheTextAfterTheLeadingPairUpToABackslash) {
+  const std::pair<std::string, std::string> cases[] = {
       {"\\\\HOST\\A", "HOST"},
       {"\\\\host\\share\\folder", "host"},
       {"\\\\HOST", "HOST"},
@@ -86,7 +65,8 @@ TEST(GetHostFromUNC, TakesTheTextBetweenTheLeadingPairAndTheNextBackslash) {
       {"\\", ""},
       {"", ""},
   };
-  for (const UncCase& c : cases) EXPECT_EQ(Launcher::GetHostFromUNC(c.sPath), c.sHost) << c.sPath;
+  for (const auto& [sPath, sHost] : cases)
+    EXPECT_EQ(Launcher::GetHostFromUNC(sPath), sHost) << sPath;
 }
 
 }  // namespace

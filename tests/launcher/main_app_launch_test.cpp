@@ -2,216 +2,106 @@
 // start parameters, and the launch from another computer's launch site.
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "desktop.h"
 #include "launcher/launcher.h"
-#include "messages/cls_msg_host_info.h"
-#include "registry/agent_host_info.h"
 
 namespace launchagent::testing {
 namespace {
 
-struct FileEntry {
-  std::string sName;
-  bool bHidden = false;
-};
-
-struct FindCase {
-  std::vector<FileEntry> files;  // in creation order, which is the listing order
-  std::string sExpected;
-};
-
 TEST(FindMainAppFile, TakesTheFirstQualifyingExecutableInListingOrder) {
-  const FindCase cases[] = {
-      {{{"Varno1.exe"}, {"Varno3.exe"}}, "Varno3.exe"},
-      {{{"Varno4.exe"}, {"Varno2.exe"}}, "Varno4.exe"},
-      {{{"Varno2.exe"}, {"Varno4.exe"}}, "Varno2.exe"},
-      {{{"Launch.exe"}, {"VarnoSetup.exe"}, {"varno5.EXE", true}}, "varno5.EXE"},
-      {{{"Varno2.txt"}, {"Varno.exe"}, {"Varno1.exe"}}, ""},
+  const struct {
+    std::vector<std::string> files;  // in creation order, which is the listing order
+    std::string sExpected;
+  } cases[] = {
+      {{"Varno1.exe", "Varno3.exe"}, "Varno3.exe"},
+      {{"Varno4.exe", "Varno2.exe"}, "Varno4.exe"},
+      {{"Launch.exe", "VarnoSetup.exe", "hidden varno5.EXE"}, "varno5.EXE"},
+      {{"Varno2.txt", "Varno.exe", "Varno1.exe"}, ""},
       {{}, ""},
   };
-  for (const FindCase& c : cases) {
-    AgentOnSim lan;
-    const sim::HostId host = AddDesktop(lan, "pc07");
+  for (const auto& c : cases) {
+    Pc07 pc;
     // A folder with a qualifying name is not a file.
-    lan.World().MakeFolder(host, "C:\\Launch\\Varno6.exe");
-    for (const FileEntry& f : c.files)
-      lan.World().WriteFile(host, std::string(kAgentFolder) + "\\" + f.sName, "x", f.bHidden);
-    lan.StartAgent("pc07");
-    std::string sFound = "unset";
-    ASSERT_TRUE(
-        lan.Call("pc07", [&](Agent& agent) { sFound = agent.launcher().FindMainAppFile(); }));
-    EXPECT_EQ(sFound, c.sExpected);
+    pc.World().MakeFolder(pc.host, "C:\\Launch\\Varno6.exe");
+    for (std::string sName : c.files) {
+      const bool bHidden = sName.starts_with("hidden ");
+      if (bHidden) sName.erase(0, 7);
+      pc.World().WriteFile(pc.host, std::string(kAgentFolder) + "\\" + sName, "x", bHidden);
+    }
+    pc.Call([&](Agent& agent) { EXPECT_EQ(agent.launcher().FindMainAppFile(), c.sExpected); });
   }
 }
 
-TEST(GetLibraryFiles, ListsEveryDllOfTheFolderHiddenOnesToo) {
-  AgentOnSim lan;
-  const sim::HostId host = AddDesktop(lan, "pc07");
-  for (const FileEntry& f :
-       std::vector<FileEntry>{{"a.dll"}, {"b.txt"}, {"C.DLL", true}, {".dll"}, {"d.dll.old"}})
-    lan.World().WriteFile(host, "C:\\Apps\\" + f.sName, "x", f.bHidden);
-  lan.StartAgent("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [](Agent& agent) {
-    EXPECT_EQ(agent.launcher().GetLibraryFiles("C:\\Apps"),
-              (std::vector<std::string>{"a.dll", "C.DLL"}));
-    EXPECT_TRUE(agent.launcher().GetLibraryFiles("C:\\Missing").empty());
-    EXPECT_TRUE(agent.launcher().GetLibraryFiles("Q:\\Apps").empty());
-  }));
-}
-
-TEST(GetSystemFolder, FallsBackToTheAgentsFolder) {
-  AgentOnSim lan;
-  const sim::HostId host = AddDesktop(lan, "pc07");
-  lan.World().SetSystemFolder(host, std::string("C:\\Windows\\System32"));
-  lan.StartAgent("pc07");
-  std::string sFolder;
-  ASSERT_TRUE(
-      lan.Call("pc07", [&](Agent& agent) { sFolder = agent.launcher().GetSystemFolder(); }));
-  EXPECT_EQ(sFolder, "C:\\Windows\\System32");
-  lan.World().SetSystemFolder(host, std::nullopt);
-  ASSERT_TRUE(
-      lan.Call("pc07", [&](Agent& agent) { sFolder = agent.launcher().GetSystemFolder(); }));
-  EXPECT_EQ(sFolder, kAgentFolder);
-}
-
-struct StartCase {
-  bool bIndexing;
-  std::string sUserName;
-  std::string sParameters;
-  std::vector<std::string> lines;
-};
-
 TEST(LaunchMainApp, CopiesTheLibrariesAndStartsInTheWantedMode) {
-  const StartCase cases[] = {
-      {false,
-       "anna",
-       "-default",
-       {"*** Launching Varno now ... ***", "*** Launching From: C:\\Launch\\Varno2.exe",
-        "*** Launch Successful ***"}},
-      {true,
-       "anna",
-       "-ReindexVarno anna",
-       {"*** Launching Varno now ... ***", "*** Launching From: C:\\Launch\\Varno2.exe",
-        "*** User=anna ***", "*** Launch Successful ***"}},
-      {true,
-       "",
-       "-ReindexVarno ",
-       {"*** Launching Varno now ... ***", "*** Launching From: C:\\Launch\\Varno2.exe",
-        "*** User= ***", "*** Launch Successful ***"}},
+  const struct {
+    bool bMainApp, bSystemFolder, bIndexing;
+    std::string sUserName, sParameters;
+  } cases[] = {
+      {true, true, false, "anna", "-default"},
+      {true, true, true, "anna", "-ReindexVarno anna"},
+      {true, true, true, "", "-ReindexVarno "},
+      // Without a system folder the libraries stay beside the agent, copied onto themselves.
+      {true, false, false, "", "-default"},
+      {false, true, false, "", ""},  // nothing to start: reported, and false
   };
-  for (const StartCase& c : cases) {
-    AgentOnSim lan;
-    const sim::HostId host = AddDesktop(lan, "pc07", {.bMainApp = true});
-    lan.World().SetSystemFolder(host, std::string("C:\\Windows\\System32"));
-    lan.World().MakeFolder(host, "C:\\Windows\\System32");
-    lan.World().WriteFile(host, "C:\\Launch\\lib1.dll", "one");
-    lan.World().WriteFile(host, "C:\\Launch\\Lib2.DLL", "two", true);
-    lan.StartAgent("pc07");
-    const std::size_t nMark = lan.LogMark("pc07");
-    bool bLaunched = false;
-    ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
+  for (const auto& c : cases) {
+    Pc07 pc({.bMainApp = c.bMainApp});
+    const std::string sSystem = c.bSystemFolder ? "C:\\Windows\\System32" : kAgentFolder;
+    pc.World().SetSystemFolder(pc.host, c.bSystemFolder ? std::optional(sSystem) : std::nullopt);
+    pc.World().MakeFolder(pc.host, "C:\\Windows\\System32");
+    pc.World().WriteFile(pc.host, "C:\\Launch\\lib1.dll", "one");
+    pc.World().WriteFile(pc.host, "C:\\Launch\\Lib2.DLL", "two", true);
+    for (const char* sOther : {"C:\\Launch\\b.txt", "C:\\Launch\\.dll", "C:\\Launch\\d.dll.old"})
+      pc.World().WriteFile(pc.host, sOther, "x");
+    const auto lines = pc.Call([&](Agent& agent) {
+      EXPECT_EQ(agent.launcher().GetSystemFolder(), sSystem);
+      EXPECT_EQ(agent.launcher().GetLibraryFiles(kAgentFolder),
+                (std::vector<std::string>{"lib1.dll", "Lib2.DLL"}));
       agent.bLaunchIndexing = c.bIndexing;
       agent.sLaunchUserName = c.sUserName;
       std::string sPath = kMainAppPath;
-      bLaunched = agent.launcher().LaunchMainApp(sPath);
-    }));
-    EXPECT_TRUE(bLaunched);
-    EXPECT_EQ(lan.LogLinesSince("pc07", nMark), c.lines);
-    const auto apps = MainApps(lan.World(), host);
-    ASSERT_EQ(apps.size(), 1u);
-    EXPECT_EQ(apps[0].sParameters, c.sParameters);
-    EXPECT_EQ(lan.World().ReadFile(host, "C:\\Windows\\System32\\lib1.dll"),
-              Bytes({'o', 'n', 'e'}));
-    EXPECT_EQ(lan.World().ReadFile(host, "C:\\Windows\\System32\\Lib2.DLL"),
-              Bytes({'t', 'w', 'o'}));
+      EXPECT_EQ(agent.launcher().LaunchMainApp(sPath), c.bMainApp);
+    });
+    std::vector<std::string> expected = {"*** Launching Varno now ... ***",
+                                         std::string("*** Launching From: ") + kMainAppPath};
+    if (c.bIndexing) expected.push_back("*** User=" + c.sUserName + " ***");
+    expected.push_back(c.bMainApp ? "*** Launch Successful ***" : "*** ERROR ***");
+    EXPECT_EQ(lines, expected);
+    const auto apps = MainApps(pc.World(), pc.host);
+    ASSERT_EQ(apps.size(), c.bMainApp ? 1u : 0u);
+    for (const auto& app : apps) EXPECT_EQ(app.sParameters, c.sParameters);
+    EXPECT_EQ(pc.World().ReadFile(pc.host, sSystem + "\\lib1.dll"), Bytes({'o', 'n', 'e'}));
+    EXPECT_EQ(pc.World().ReadFile(pc.host, sSystem + "\\Lib2.DLL"), Bytes({'t', 'w', 'o'}));
+    EXPECT_FALSE(pc.World().ReadFile(pc.host, "C:\\Windows\\System32\\b.txt"));
   }
 }
 
-TEST(LaunchMainApp, AFailedStartIsReportedAndReturnsFalse) {
-  AgentOnSim lan;
-  const sim::HostId host = AddDesktop(lan, "pc07");
-  lan.StartAgent("pc07");
-  const std::size_t nMark = lan.LogMark("pc07");
-  bool bLaunched = true;
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    std::string sPath = "C:\\Launch\\Varno9.exe";
-    bLaunched = agent.launcher().LaunchMainApp(sPath);
-  }));
-  EXPECT_FALSE(bLaunched);
-  EXPECT_EQ(
-      lan.LogLinesSince("pc07", nMark),
-      (std::vector<std::string>{"*** Launching Varno now ... ***",
-                                "*** Launching From: C:\\Launch\\Varno9.exe", "*** ERROR ***"}));
-  EXPECT_TRUE(MainApps(lan.World(), host).empty());
-}
-
-TEST(LaunchMainApp, WithoutASystemFolderTheLibrariesStayBesideTheAgent) {
-  AgentOnSim lan;
-  const sim::HostId host = AddDesktop(lan, "pc07", {.bMainApp = true});
-  lan.World().WriteFile(host, "C:\\Launch\\lib1.dll", "one");
-  lan.World().SetSystemFolder(host, std::nullopt);
-  lan.StartAgent("pc07");
-  bool bLaunched = false;
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    std::string sPath = kMainAppPath;
-    bLaunched = agent.launcher().LaunchMainApp(sPath);
-  }));
-  EXPECT_TRUE(bLaunched);
-  // Copied onto itself: still whole.
-  EXPECT_EQ(lan.World().ReadFile(host, "C:\\Launch\\lib1.dll"), Bytes({'o', 'n', 'e'}));
-}
-
-std::shared_ptr<clsMsgHostInfo> HostInfo(Agent& agent, const std::string& sHost,
-                                         const std::string& sAppPath) {
-  auto obj = std::make_shared<clsMsgHostInfo>(agent);
-  obj->SetHostName(sHost);
-  obj->SetAppPath(sAppPath);
-  return obj;
-}
-
-TEST(LaunchFromLaunchSite, TriesTheNextSiteInTheSameRunAndCopiesTheExecutable) {
-  AgentOnSim lan;
-  const sim::HostId pc07 = AddDesktop(lan, "pc07");
-  AddDesktop(lan, "pc12", {.bMainApp = true});
-  lan.StartAgent("pc07");
-  const std::size_t nMark = lan.LogMark("pc07");
+TEST(LaunchFromLaunchSite, LaunchesFromTheFirstSiteThatOpensAndKeepsACopy) {
+  Pc07 pc;
+  AddDesktop(pc.lan, "pc12", {.bMainApp = true});
+  // Registry order is name order: pc05 (no site), pc09 (unreachable), pc12.
   std::string sFound;
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    AgentHostInfo& registry = agent.agentHostInfo();
-    // Registry order is name order: pc05 (no site), pc09 (unreachable), pc12.
-    registry.UpdateAgent(HostInfo(agent, "pc05", ""));
-    registry.UpdateAgent(HostInfo(agent, "pc09", LaunchSiteOf("pc09")));
-    registry.UpdateAgent(HostInfo(agent, "pc12", LaunchSiteOf("pc12")));
+  const auto lines = pc.Call([&](Agent& agent) {
+    Register(agent, "pc05");
+    Register(agent, "pc09", LaunchSiteOf("pc09"));
+    Register(agent, "pc12", LaunchSiteOf("pc12"));
     agent.launcher().LaunchFromLaunchSite();
     sFound = agent.launcher().FindMainAppFile();
-  }));
-  EXPECT_EQ(lan.LogLinesSince("pc07", nMark),
+  });
+  EXPECT_EQ(lines,
             (std::vector<std::string>{
                 "*** Launching Varno now ... ***", "*** Launching From: " + LaunchSiteOf("pc09"),
                 "*** ERROR ***", "*** Launching Varno now ... ***",
                 "*** Launching From: " + LaunchSiteOf("pc12"), "*** Launch Successful ***"}));
   // The executable now lies in the agent's own folder under its own name.
   EXPECT_EQ(sFound, "Varno2.exe");
-  ASSERT_EQ(MainApps(lan.World(), pc07).size(), 1u);
-  EXPECT_EQ(MainApps(lan.World(), pc07)[0].sPath, LaunchSiteOf("pc12"));
-}
-
-TEST(LaunchFromLaunchSite, WithoutAnySiteNothingHappens) {
-  AgentOnSim lan;
-  const sim::HostId pc07 = AddDesktop(lan, "pc07");
-  lan.StartAgent("pc07");
-  const std::size_t nMark = lan.LogMark("pc07");
-  ASSERT_TRUE(lan.Call("pc07", [&](Agent& agent) {
-    agent.agentHostInfo().UpdateAgent(HostInfo(agent, "pc05", ""));
-    agent.launcher().LaunchFromLaunchSite();
-  }));
-  EXPECT_TRUE(lan.LogLinesSince("pc07", nMark).empty());
-  EXPECT_TRUE(MainApps(lan.World(), pc07).empty());
+  const auto apps = MainApps(pc.World(), pc.host);
+  ASSERT_EQ(apps.size(), 1u);
+  EXPECT_EQ(apps[0].sPath, LaunchSiteOf("pc12"));
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // The shell, the stand-in main application, windows, message boxes, the registry, the
-// kernel and the clocks.
+// kernel and the clocks. The stand-in's window delay, exit and kill, clock offsets and
+// steps, and the restart of Run programs are in tests/scenarios/sim-*.scn.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,10 +14,11 @@ namespace launchagent::sim {
 namespace {
 
 using platform::Platform;
+using Strings = std::vector<std::string>;
 
 // Lines of one kind, as "<host> <text>".
-std::vector<std::string> Lines(const World& w, const std::string& sKind) {
-  std::vector<std::string> out;
+Strings Lines(const World& w, const std::string& sKind) {
+  Strings out;
   const std::string mark = " " + sKind + " ";
   for (auto& line : w.Transcript()) {
     const auto host = line.find(' ') + 1;
@@ -26,6 +29,7 @@ std::vector<std::string> Lines(const World& w, const std::string& sKind) {
   return out;
 }
 
+// PC1 with an idle process (#1) whose executable lies in C:\App.
 struct Desk {
   Desk() : w(31) {
     h = *w.AddHost("PC1");
@@ -34,20 +38,7 @@ struct Desk {
     w.RunFor(0);
     p = w.PlatformOf(pid);
   }
-  template <class F>
-  void In(F fn) {
-    ASSERT_TRUE(w.Call(pid, fn));
-  }
-  // Counts windows the way the agent's watch does: from the first titled "Varno".
-  int CountVarno() {
-    int n = 0;
-    In([&] {
-      auto& ws = p->windows;
-      for (auto hWnd = ws.FindWindowByTitle("Varno"); hWnd; hWnd = ws.NextWindow(hWnd))
-        if (ws.ClassName(hWnd, 50) == "ThunderRT6FormDC" && ws.WindowText(hWnd, 50) == "Varno") ++n;
-    });
-    return n;
-  }
+  void In(const std::function<void()>& fn) { ASSERT_TRUE(w.Call(pid, fn)); }
   World w;
   HostId h = 0;
   ProcessId pid = 0;
@@ -89,10 +80,8 @@ TEST(SimShell, ExecuteResults) {
     Long r = 0;
     d.In([&] { r = d.p->shell.Execute(c.sVerb, c.sFile, "-default", "", 1); });
     EXPECT_EQ(r, c.want);
-    const auto launches = Lines(d.w, "launch");
-    ASSERT_EQ(launches.size(), 1u);
-    EXPECT_EQ(launches[0],
-              "PC1 \"" + c.sFile + "\" params \"-default\" result " + std::to_string(c.want));
+    EXPECT_EQ(Lines(d.w, "launch"), Strings{"PC1 \"" + c.sFile + "\" params \"-default\" result " +
+                                            std::to_string(c.want)});
     EXPECT_EQ(d.w.Processes(d.h).size(), c.want == 42 ? 2u : 1u);
   }
 }
@@ -114,80 +103,12 @@ TEST(SimShell, StartedProgramSeesItsPathParametersAndOptions) {
   EXPECT_EQ(seen.sPath, "C:\\tools\\PROBE.exe");
   EXPECT_EQ(folder, "C:\\tools");
   EXPECT_EQ(seen.sParameters, "-ReindexVarno ");
-  EXPECT_EQ(seen.Option("alpha"), "1");
   EXPECT_EQ(seen.Option("BETA", "unset"), "");
   EXPECT_EQ(seen.Option("gamma"), "x=y");
   EXPECT_EQ(seen.Option("delta", "d"), "d");
 }
 
-TEST(SimVarno, OpensItsWindowAfterTheDelay) {
-  Desk d;
-  d.w.WriteProgramFile(d.h, "C:\\App\\Varno2.exe", "varno", "window-delay=5");
-  d.In(
-      [&] { EXPECT_EQ(d.p->shell.Execute("open", "C:\\App\\Varno2.exe", "-default", "", 1), 42); });
-  d.w.RunFor(Seconds(4));
-  EXPECT_EQ(d.CountVarno(), 0);
-  d.w.RunFor(Seconds(2));
-  EXPECT_EQ(d.CountVarno(), 1);
-  auto windows = d.w.Windows(d.h);
-  ASSERT_EQ(windows.size(), 1u);
-  EXPECT_EQ(windows[0].sClass, "ThunderRT6FormDC");
-  EXPECT_EQ(windows[0].sTitle, "Varno");
-  EXPECT_TRUE(windows[0].bVisible);
-  const auto notes = Lines(d.w, "note");
-  ASSERT_FALSE(notes.empty());
-  EXPECT_EQ(notes[0], "PC1 varno #2 parameters \"-default\"");
-}
-
-TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
-  struct Case {
-    int nRefuse;
-    int wantSends;
-  };
-  for (const Case c : {Case{0, 1}, Case{2, 3}, Case{5, 6}}) {
-    SCOPED_TRACE(c.nRefuse);
-    Desk d;
-    const ProcessId varno =
-        d.w.StartProcess(d.h, "varno", "C:\\App\\Varno2.exe", "-default",
-                         {{"window-delay", "0"}, {"refuse-close", std::to_string(c.nRefuse)}});
-    d.w.RunFor(Seconds(1));
-    ASSERT_EQ(d.CountVarno(), 1);
-    int nSends = 0;
-    const Nanos before = d.w.Now();
-    // CloseMainApplication's loop: close, pump, look again.
-    d.In([&] {
-      auto& ws = d.p->windows;
-      for (auto hWnd = ws.FindWindowByTitle("Varno"); hWnd; hWnd = ws.FindWindowByTitle("Varno")) {
-        EXPECT_TRUE(ws.SendClose(hWnd));
-        ++nSends;
-        d.p->loop.ProcessPendingEvents();
-        ASSERT_LT(nSends, 100);
-      }
-    });
-    EXPECT_EQ(nSends, c.wantSends);
-    // Each request costs the sender a little virtual time.
-    EXPECT_GE(d.w.Now() - before, nSends * Milliseconds(10));
-    d.w.RunFor(Seconds(1));
-    EXPECT_FALSE(d.w.Alive(varno));
-    EXPECT_EQ(d.CountVarno(), 0);
-  }
-}
-
-TEST(SimVarno, CanBeKilledOrEndItself) {
-  Desk d;
-  const ProcessId a = d.w.StartProcess(d.h, "varno", "", "", {{"window-delay", "1"}});
-  const ProcessId b =
-      d.w.StartProcess(d.h, "varno", "", "", {{"window-delay", "1"}, {"exit-after", "10"}});
-  d.w.RunFor(Seconds(2));
-  EXPECT_EQ(d.CountVarno(), 2);
-  EXPECT_TRUE(d.w.Kill(a));
-  EXPECT_EQ(d.CountVarno(), 1);
-  d.w.RunFor(Seconds(10));
-  EXPECT_FALSE(d.w.Alive(b));
-  EXPECT_EQ(d.CountVarno(), 0);
-}
-
-TEST(SimWindows, ZOrderClassesTitlesAndForms) {
+TEST(SimWindows, ZOrderClassesTitlesFormsAndMessageBoxes) {
   Desk d;
   const auto folder = d.w.AddWindow(d.h, "CabinetWClass", "Varno");
   const auto other = d.w.AddWindow(d.h, "ThunderRT6FormDC", "Varno Setup");
@@ -197,7 +118,6 @@ TEST(SimWindows, ZOrderClassesTitlesAndForms) {
     ws.AttachForm(form);
     form.Show();
     form.SetCaption("Launch Service for Varno");
-    EXPECT_NE(ws.FindWindowByTitle("Launch Service for Varno"), 0);
     // Newest on top: the form, then "Varno Setup", then the folder window.
     const auto top = ws.FindWindowByTitle("Launch Service for Varno");
     EXPECT_EQ(ws.NextWindow(top), other);
@@ -205,158 +125,109 @@ TEST(SimWindows, ZOrderClassesTitlesAndForms) {
     EXPECT_EQ(ws.NextWindow(folder), 0);
     EXPECT_EQ(ws.FindWindowByTitle("Varno"), folder);
     EXPECT_EQ(ws.FindWindowByTitle("varno"), 0);  // case counts
-    EXPECT_EQ(ws.ClassName(folder, 50), "CabinetWClass");
-    EXPECT_EQ(ws.ClassName(folder, 4), "Cab");
-    EXPECT_FALSE(ws.ClassName(folder, 0).has_value());
-    EXPECT_EQ(ws.WindowText(top, 50), "Launch Service for Varno");
-    EXPECT_FALSE(ws.WindowText(999, 50).has_value());
+    EXPECT_EQ(ws.ClassName(folder, 4), "Cab");    // cut to fit, as the desktop does
     form.Hide();
     EXPECT_EQ(ws.FindWindowByTitle("Launch Service for Varno"), top);  // hidden still found
+    ws.MessageBox("Agent Setup", "Could not save.\r\nDisk full");
   });
-  EXPECT_EQ(d.CountVarno(), 0);  // a folder window titled Varno is not the application
-  auto f = d.w.FindForm(d.h, "frmLaunch");
-  ASSERT_TRUE(f.has_value());
-  EXPECT_EQ(f->form, &form);
-  EXPECT_EQ(f->owner, d.pid);
-  EXPECT_FALSE(f->bVisible);
+  EXPECT_EQ(d.w.FindForm(d.h, "frmLaunch")->form, &form);
   d.In([&] { d.p->windows.DetachForm(form); });
   EXPECT_FALSE(d.w.FindForm(d.h, "frmLaunch").has_value());
-  const std::vector<std::string> want = {
-      "PC1 #1 opened CabinetWClass \"Varno\"",
-      "PC1 #2 opened ThunderRT6FormDC \"Varno Setup\"",
-      "PC1 #3 opened ThunderRT6FormDC \"\" form frmLaunch process #1 hidden",
-      "PC1 #3 shown",
-      "PC1 #3 retitled \"Launch Service for Varno\"",
-      "PC1 #3 hidden",
-      "PC1 #3 closed \"Launch Service for Varno\""};
+  const Strings want = {"PC1 #1 opened CabinetWClass \"Varno\"",
+                        "PC1 #2 opened ThunderRT6FormDC \"Varno Setup\"",
+                        "PC1 #3 opened ThunderRT6FormDC \"\" form frmLaunch process #1 hidden",
+                        "PC1 #3 shown",
+                        "PC1 #3 retitled \"Launch Service for Varno\"",
+                        "PC1 #3 hidden",
+                        "PC1 #3 closed \"Launch Service for Varno\""};
   EXPECT_EQ(Lines(d.w, "window"), want);
+  EXPECT_EQ(Lines(d.w, "msgbox"),
+            Strings{"PC1 \"Agent Setup\" \"Could not save.\\r\\nDisk full\""});
 }
 
-TEST(SimWindows, ClosingAFormAsksItsOwner) {
+// A form's close request goes to its owner's loop; from another process SendClose
+// returns once the owner has handled it. A window of another program refuses as many
+// requests as it was given, then closes.
+TEST(SimWindows, CloseRequests) {
   Desk d;
   int nAsked = 0;
   ui::Form form("frmLaunch", "Launch Service for Varno");
   form.OnUserClose = [&] { ++nAsked; };
   d.In([&] { d.p->windows.AttachForm(form); });
-  auto f = d.w.FindForm(d.h, "frmLaunch");
-  ASSERT_TRUE(d.w.CloseWindow(d.h, f->hWnd));
-  EXPECT_EQ(nAsked, 0);  // handled on the owner's loop
+  const auto hForm = d.w.FindForm(d.h, "frmLaunch")->hWnd;
+  ASSERT_TRUE(d.w.CloseWindow(d.h, hForm));
+  EXPECT_EQ(nAsked, 0);
   d.w.RunFor(0);
   EXPECT_EQ(nAsked, 1);
-  // Another process closing it waits until the owner has handled it.
   const ProcessId other = d.w.StartProcess(d.h, "idle");
   d.w.RunFor(0);
   Platform* q = d.w.PlatformOf(other);
-  ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_TRUE(q->windows.SendClose(f->hWnd)); }));
+  ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_TRUE(q->windows.SendClose(hForm)); }));
   EXPECT_EQ(nAsked, 2);
   d.In([&] { d.p->windows.DetachForm(form); });
-  ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_FALSE(q->windows.SendClose(f->hWnd)); }));
-  EXPECT_FALSE(d.w.CloseWindow(d.h, f->hWnd));
-}
-
-TEST(SimWindows, ScenarioWindowRefusesThenCloses) {
-  Desk d;
+  ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_FALSE(q->windows.SendClose(hForm)); }));
+  EXPECT_FALSE(d.w.CloseWindow(d.h, hForm));
   const auto hWnd = d.w.AddWindow(d.h, "ThunderRT6FormDC", "Varno", 1);
-  EXPECT_EQ(d.CountVarno(), 1);
   EXPECT_TRUE(d.w.CloseWindow(d.h, hWnd));
-  EXPECT_EQ(d.CountVarno(), 1);
+  EXPECT_EQ(d.w.Windows(d.h).size(), 1u);
   EXPECT_TRUE(d.w.CloseWindow(d.h, hWnd));
-  EXPECT_EQ(d.CountVarno(), 0);
+  EXPECT_TRUE(d.w.Windows(d.h).empty());
 }
 
-TEST(SimWindows, MessageBoxIsRecordedAndAnswered) {
+// CloseMainApplication's loop (close, pump, look again) against a stand-in that refuses
+// two requests. Each request costs the sender virtual time, so a stand-in that refuses
+// them all cannot stop the clock.
+TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
   Desk d;
-  d.In([&] { d.p->windows.MessageBox("Agent Setup", "Could not save.\r\nDisk full"); });
-  EXPECT_EQ(Lines(d.w, "msgbox"),
-            (std::vector<std::string>{"PC1 \"Agent Setup\" \"Could not save.\\r\\nDisk full\""}));
+  const ProcessId varno =
+      d.w.StartProcess(d.h, "varno", "", "", {{"window-delay", "0"}, {"refuse-close", "2"}});
+  d.w.RunFor(0);
+  int nSends = 0;
+  d.In([&] {
+    auto& ws = d.p->windows;
+    for (auto hWnd = ws.FindWindowByTitle("Varno"); hWnd; hWnd = ws.FindWindowByTitle("Varno")) {
+      EXPECT_TRUE(ws.SendClose(hWnd));
+      d.p->loop.ProcessPendingEvents();
+      ASSERT_LT(++nSends, 100);
+    }
+  });
+  EXPECT_EQ(nSends, 3);
+  EXPECT_GE(d.w.Now(), nSends * Milliseconds(10));
+  d.w.RunFor(Seconds(1));
+  EXPECT_FALSE(d.w.Alive(varno));
 }
 
-TEST(SimRegistry, RunValueAndDeniedAccess) {
+// Writing the Run value, denied or not, and the computer name as the agent sees them:
+// tests/agent, tests/scenarios/startup.scn, registry-denied.scn, check-in-timers.scn.
+TEST(SimRegistry, KeysCloseOnceAndTheKernelNameCanFail) {
   Desk d;
   const std::string sRun = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
-  d.In([&] {
-    auto key = d.p->registry.CreateKey(platform::RegistryRoot::LocalMachine, sRun);
-    ASSERT_TRUE(key.has_value());
-    EXPECT_TRUE(d.p->registry.SetStringValue(*key, "1", d.p->files.AgentFolder() + "\\Launch.exe"));
-    EXPECT_TRUE(d.p->registry.CloseKey(*key));
-    EXPECT_FALSE(d.p->registry.CloseKey(*key));
-    EXPECT_FALSE(d.p->registry.SetStringValue(*key, "1", "x"));
-  });
-  EXPECT_EQ(d.w.RegistryValue(d.h, platform::RegistryRoot::LocalMachine, sRun, "1"),
-            "C:\\App\\Launch.exe");
-  EXPECT_EQ(
-      Lines(d.w, "registry"),
-      (std::vector<std::string>{"PC1 HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Run 1 = "
-                                "C:\\App\\Launch.exe"}));
   d.w.DenyLocalMachine(d.h, true);
+  d.w.SetComputerNameFails(d.h, true);
   d.In([&] {
-    EXPECT_FALSE(d.p->registry.CreateKey(platform::RegistryRoot::LocalMachine, sRun).has_value());
-    EXPECT_TRUE(d.p->registry.CreateKey(platform::RegistryRoot::CurrentUser, sRun).has_value());
+    auto& reg = d.p->registry;
+    EXPECT_FALSE(reg.CreateKey(platform::RegistryRoot::LocalMachine, sRun).has_value());
+    auto key = reg.CreateKey(platform::RegistryRoot::CurrentUser, sRun);
+    ASSERT_TRUE(key.has_value());
+    EXPECT_TRUE(reg.SetStringValue(*key, "1", "C:\\App\\Launch.exe"));
+    EXPECT_TRUE(reg.CloseKey(*key));
+    EXPECT_FALSE(reg.CloseKey(*key));
+    EXPECT_FALSE(reg.SetStringValue(*key, "1", "x"));
+    EXPECT_FALSE(d.p->kernel.ComputerName().has_value());
   });
+  EXPECT_EQ(d.w.RegistryValue(d.h, platform::RegistryRoot::CurrentUser, sRun, "1"),
+            "C:\\App\\Launch.exe");
 }
 
-TEST(SimRegistry, RestartStartsTheRunPrograms) {
+TEST(SimClock, ProcessesReadTheirHostsClock) {
   Desk d;
-  d.w.WriteProgramFile(d.h, "C:\\Program Files\\Launch\\Launch.exe", "varno", "window-delay=0");
-  d.w.SetRegistryValue(d.h, platform::RegistryRoot::LocalMachine,
-                       "Software\\Microsoft\\Windows\\CurrentVersion\\Run", "1",
-                       "C:\\Program Files\\Launch\\Launch.exe");
-  d.w.CrashHost(d.h);
-  EXPECT_TRUE(d.w.Processes(d.h).empty());
-  d.w.RestartHost(d.h);
-  d.w.RunFor(Seconds(1));
-  auto ps = d.w.Processes(d.h);
-  ASSERT_EQ(ps.size(), 1u);
-  EXPECT_EQ(ps[0].sPath, "C:\\Program Files\\Launch\\Launch.exe");
-}
-
-TEST(SimKernel, ComputerName) {
-  World w(1);
-  HostSetup setup;
-  setup.sWinsockName = "pc07";
-  setup.sComputerName = "DESK-07";
-  const HostId h = *w.AddHost(setup);
-  w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-  const ProcessId pid = w.StartProcess(h, "idle");
-  w.RunFor(0);
-  Platform* p = w.PlatformOf(pid);
-  w.Call(pid, [&] {
-    EXPECT_EQ(p->kernel.ComputerName(), "DESK-07");
-    EXPECT_EQ(p->sockets.HostName(), "pc07");
+  d.w.SetClock(d.h, Seconds(10), DateTime::FromCivil(2026, 1, 6, 23, 59, 59));
+  d.w.RunFor(Seconds(11));
+  EXPECT_EQ(d.w.HostTime(d.h).ToText(), "2026-01-07 00:00:00");
+  d.In([&] {
+    EXPECT_EQ(d.p->clock.Now(), d.w.HostTime(d.h));
+    EXPECT_DOUBLE_EQ(d.p->clock.SecondsSinceMidnight(), 0);
   });
-  w.SetComputerNameFails(h, true);
-  w.Call(pid, [&] { EXPECT_FALSE(p->kernel.ComputerName().has_value()); });
-}
-
-TEST(SimClock, OffsetSkewAndJumps) {
-  World w(1);
-  HostSetup setup;
-  setup.sWinsockName = "PC1";
-  setup.dClockOffsetSeconds = -3600;
-  const HostId h1 = *w.AddHost(setup);
-  setup.sWinsockName = "PC2";
-  setup.dClockOffsetSeconds = 0;
-  setup.dClockSkewPpm = 1000;  // a millisecond fast per second
-  const HostId h2 = *w.AddHost(setup);
-  w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-  const ProcessId pid = w.StartProcess(h1, "idle");
-  w.RunFor(0);
-  EXPECT_EQ(w.HostTime(h1).ToText(), "2026-01-05 07:00:00");
-  EXPECT_EQ(w.HostTime(h2).ToText(), "2026-01-05 08:00:00");
-  w.RunFor(Seconds(1000));
-  EXPECT_EQ(w.HostTime(h1).ToText(), "2026-01-05 07:16:40");
-  EXPECT_EQ(w.HostTime(h2).ToText(), "2026-01-05 08:16:41");
-  double secs = 0;
-  w.Call(pid, [&] { secs = w.PlatformOf(pid)->clock.SecondsSinceMidnight(); });
-  EXPECT_DOUBLE_EQ(secs, 7 * 3600 + 1000);
-  w.JumpClock(h1, w.Now() + Seconds(10), -7200);
-  w.SetClock(h2, w.Now() + Seconds(10), DateTime::FromCivil(2026, 1, 6, 23, 59, 59));
-  w.RunFor(Seconds(10));
-  EXPECT_EQ(w.HostTime(h1).ToText(), "2026-01-05 05:16:50");
-  EXPECT_EQ(w.HostTime(h2).ToText(), "2026-01-06 23:59:59");
-  w.RunFor(Seconds(1));
-  EXPECT_EQ(w.HostTime(h2).ToText(), "2026-01-07 00:00:00");
-  w.Call(pid, [&] { EXPECT_EQ(w.PlatformOf(pid)->clock.Now(), w.HostTime(h1)); });
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
-// Scheduler, fibers, event loop, timers, process ends, Call, transcript determinism.
+// Scheduler, fibers, event loop, timers, process ends, Call, the transcript. Same-seed
+// determinism is in network_test.cpp, where the seed's latencies show.
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,105 +14,82 @@ namespace launchagent::sim {
 namespace {
 
 using platform::Platform;
+using Strings = std::vector<std::string>;
 
-// A program that only serves events; tests drive it through Call.
-ProcessId StartIdle(World& w, HostId h, const std::string& sPath = "C:\\App\\idle.exe") {
-  if (!w.HasProgram("idle"))
+// One host, PC1, with an idle process (#1) that only serves events; tests drive it
+// through Call.
+struct Desk {
+  Desk() : w(1) {
+    h = *w.AddHost("PC1");
     w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-  const ProcessId pid = w.StartProcess(h, "idle", sPath);
-  w.RunFor(0);
-  return pid;
-}
-
-// The text of the transcript's lines of one kind, without time and host.
-std::vector<std::string> Texts(const World& w, const std::string& sKind) {
-  std::vector<std::string> out;
-  for (auto& line : w.Transcript()) {
-    const auto a = line.find(' ');
-    const auto b = line.find(' ', a + 1);
-    const auto c = line.find(' ', b + 1);
-    if (line.substr(b + 1, c - b - 1) == sKind) out.push_back(line.substr(c + 1));
+    pid = Idle();
   }
-  return out;
-}
+  ProcessId Idle() {
+    const ProcessId id = w.StartProcess(h, "idle");
+    w.RunFor(0);
+    return id;
+  }
+  // Drives the timer from the process's loop and enables it.
+  void Arm(ProcessId id, ui::Timer& t) {
+    ASSERT_TRUE(w.Call(id, [&] {
+      t.AttachDriver(&w.PlatformOf(id)->loop.Timers());
+      t.SetTimerEnabled(true);
+    }));
+  }
+  Platform& P() { return *w.PlatformOf(pid); }
+  World w;
+  HostId h = 0;
+  ProcessId pid = 0;
+};
 
-TEST(SimScheduler, FormatsElapsedTime) {
-  EXPECT_EQ(FormatElapsed(0), "00:00:00.000");
+// World actions and the timers of different processes run in time order, and at equal
+// times in the order they were scheduled; every line also streams to the sink.
+TEST(SimScheduler, RunsEventsInTimeThenSequenceOrder) {
+  Desk d;
+  const ProcessId other = d.Idle();
+  Strings streamed;
+  d.w.SetTranscriptSink([&](const std::string& s) { streamed.push_back(s); });
+  d.w.At(Seconds(2), [&] { d.w.Note(d.h, "b"); });
+  d.w.At(Seconds(1), [&] { d.w.Note(d.h, "a"); });
+  d.w.At(Seconds(2), [&] { d.w.Note(std::nullopt, "c"); });
+  ui::Timer t1("t1", 1000, false), t2("t2", 1000, false);
+  t1.OnTick = [&] { d.w.Note(d.h, "t1"); };
+  t2.OnTick = [&] { d.w.Note(d.h, "t2"); };
+  d.Arm(d.pid, t1);
+  d.Arm(other, t2);
+  d.w.RunUntil(Milliseconds(2500));
+  EXPECT_EQ(d.w.Now(), Milliseconds(2500));
+  const Strings want = {"00:00:01.000 PC1 note a",  "00:00:01.000 PC1 note t1",
+                        "00:00:01.000 PC1 note t2", "00:00:02.000 PC1 note b",
+                        "00:00:02.000 - note c",    "00:00:02.000 PC1 note t1",
+                        "00:00:02.000 PC1 note t2"};
+  EXPECT_EQ(streamed, want);
   EXPECT_EQ(FormatElapsed(Seconds(3723) + Milliseconds(45) + 999), "01:02:03.045");
   EXPECT_EQ(FormatElapsed(Minutes(60 * 100)), "100:00:00.000");
 }
 
-TEST(SimScheduler, AtRunsInTimeThenSequenceOrder) {
-  World w(1);
-  std::vector<std::string> order;
-  w.At(Seconds(2), [&] { order.push_back("b"); });
-  w.At(Seconds(1), [&] { order.push_back("a"); });
-  w.At(Seconds(2), [&] { order.push_back("c"); });
-  w.At(Seconds(5), [&] { order.push_back("late"); });
-  w.RunUntil(Seconds(2));
-  EXPECT_EQ(order, (std::vector<std::string>{"a", "b", "c"}));
-  EXPECT_EQ(w.Now(), Seconds(2));
-  w.RunFor(Seconds(10));
-  EXPECT_EQ(order.back(), "late");
-  EXPECT_EQ(w.Now(), Seconds(12));
-}
-
-TEST(SimScheduler, WaitForEventsAdvancesVirtualTime) {
-  World w(1);
-  const HostId h = *w.AddHost("PC1");
-  const ProcessId pid = StartIdle(w, h);
-  Platform* p = w.PlatformOf(pid);
-  ASSERT_NE(p, nullptr);
-  Nanos woke = 0;
+TEST(SimScheduler, WaitsAdvanceVirtualTimeAndCallReturnsWhenTheFunctionHasFinished) {
+  Desk d;
+  Platform& p = d.P();
   // Nothing to handle: the wait lasts its whole length.
-  ASSERT_TRUE(w.Call(pid, [&] {
-    p->loop.WaitForEvents(5);
-    woke = w.Now();
+  ASSERT_TRUE(d.w.Call(d.pid, [&] {
+    EXPECT_EQ(d.w.CurrentProcess(), d.pid);
+    p.loop.WaitForEvents(5);
   }));
-  EXPECT_EQ(woke, Seconds(5));
-  // An event of the process ends the wait early.
+  EXPECT_EQ(d.w.Now(), Seconds(5));
+  EXPECT_EQ(d.w.CurrentProcess(), 0);
   ui::Timer timer("tmr", 2000, false);
   int ticks = 0;
-  timer.OnTick = [&] {
-    ++ticks;
-    timer.SetTimerEnabled(false);
-  };
-  ASSERT_TRUE(w.Call(pid, [&] {
-    timer.AttachDriver(&p->loop.Timers());
-    timer.SetTimerEnabled(true);
-    p->loop.WaitForEvents(60);
-    woke = w.Now();
-  }));
+  timer.OnTick = [&] { ++ticks; };
+  d.Arm(d.pid, timer);
+  // Not due yet: pumping runs nothing and time stands still.
+  ASSERT_TRUE(d.w.Call(d.pid, [&] { p.loop.ProcessPendingEvents(); }));
+  EXPECT_EQ(ticks, 0);
+  EXPECT_EQ(d.w.Now(), Seconds(5));
+  // An event of the process ends the wait early.
+  ASSERT_TRUE(d.w.Call(d.pid, [&] { p.loop.WaitForEvents(60); }));
   EXPECT_EQ(ticks, 1);
-  EXPECT_EQ(woke, Seconds(7));
-}
-
-TEST(SimScheduler, ProcessPendingEventsRunsOnlyDueEventsOfItsProcess) {
-  World w(1);
-  const HostId h = *w.AddHost("PC1");
-  const ProcessId a = StartIdle(w, h);
-  const ProcessId b = StartIdle(w, h);
-  Platform* pa = w.PlatformOf(a);
-  Platform* pb = w.PlatformOf(b);
-  ui::Timer ta("ta", 1000, false), tb("tb", 1000, false);
-  std::vector<std::string> order;
-  ta.OnTick = [&] { order.push_back("a@" + FormatElapsed(w.Now())); };
-  tb.OnTick = [&] { order.push_back("b@" + FormatElapsed(w.Now())); };
-  w.Call(a, [&] {
-    ta.AttachDriver(&pa->loop.Timers());
-    ta.SetTimerEnabled(true);
-  });
-  w.Call(b, [&] {
-    tb.AttachDriver(&pb->loop.Timers());
-    tb.SetTimerEnabled(true);
-  });
-  // Not due yet: pumping does nothing and time stands still.
-  w.Call(a, [&] { pa->loop.ProcessPendingEvents(); });
-  EXPECT_TRUE(order.empty());
-  EXPECT_EQ(w.Now(), 0);
-  w.RunUntil(Milliseconds(2500));
-  EXPECT_EQ(order, (std::vector<std::string>{"a@00:00:01.000", "b@00:00:01.000", "a@00:00:02.000",
-                                             "b@00:00:02.000"}));
+  EXPECT_EQ(d.w.Now(), Seconds(7));
 }
 
 // Timer semantics the agent relies on, as a table of scripted handlers.
@@ -156,274 +134,129 @@ TEST(SimScheduler, TimerRestartSemantics) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sName);
-    World w(7);
-    const HostId h = *w.AddHost("PC1");
-    const ProcessId pid = StartIdle(w, h);
-    Platform* p = w.PlatformOf(pid);
+    Desk d;
     ui::Timer timer("tmr", 1000, false);
     std::vector<std::int64_t> got;
     int n = 0;
     timer.OnTick = [&] {
-      got.push_back(w.Now() / kMillisecond);
-      if (c.onTick) c.onTick(timer, ++n, *p);
+      got.push_back(d.w.Now() / kMillisecond);
+      if (c.onTick) c.onTick(timer, ++n, d.P());
     };
-    w.Call(pid, [&] {
-      timer.AttachDriver(&p->loop.Timers());
-      timer.SetTimerEnabled(true);
-    });
-    if (c.atHalf) w.At(Milliseconds(500), [&] { w.Call(pid, [&] { c.atHalf(timer); }); });
-    w.RunUntil(Milliseconds(4500));
+    d.Arm(d.pid, timer);
+    if (c.atHalf) d.w.At(Milliseconds(500), [&] { d.w.Call(d.pid, [&] { c.atHalf(timer); }); });
+    d.w.RunUntil(Milliseconds(4500));
     EXPECT_EQ(got, c.wantMs);
   }
 }
 
 TEST(SimScheduler, NestedEventProcessingRunsOnTheProcessStack) {
-  World w(3);
-  const HostId h = *w.AddHost("PC1");
-  const ProcessId pid = StartIdle(w, h);
-  Platform* p = w.PlatformOf(pid);
+  Desk d;
   ui::Timer slow("slow", 1000, false), fast("fast", 200, false);
-  std::vector<std::string> events;
+  Strings events;
   int depth = 0;
   slow.OnTick = [&] {
     slow.SetTimerEnabled(false);
     ++depth;
     events.push_back("slow begin");
     // A pause that pumps events: the fast timer's ticks run inside it.
-    const Nanos until = w.Now() + Seconds(1);
-    while (w.Now() < until) p->loop.WaitForEvents(static_cast<double>(until - w.Now()) / 1e9);
+    const Nanos until = d.w.Now() + Seconds(1);
+    while (d.w.Now() < until)
+      d.P().loop.WaitForEvents(static_cast<double>(until - d.w.Now()) / 1e9);
     events.push_back("slow end");
     --depth;
   };
   fast.OnTick = [&] {
     events.push_back(depth ? "fast nested" : "fast");
-    if (w.Now() >= Milliseconds(1600)) fast.SetTimerEnabled(false);
+    if (d.w.Now() >= Milliseconds(1600)) fast.SetTimerEnabled(false);
   };
-  w.Call(pid, [&] {
-    slow.AttachDriver(&p->loop.Timers());
-    fast.AttachDriver(&p->loop.Timers());
-    slow.SetTimerEnabled(true);
-    fast.SetTimerEnabled(true);
-  });
-  w.RunUntil(Seconds(3));
+  d.Arm(d.pid, slow);
+  d.Arm(d.pid, fast);
+  d.w.RunUntil(Seconds(3));
   // At 1 s both are due; the slow timer was armed first, so it runs first.
-  const std::vector<std::string> want = {"fast",        "fast",        "fast",        "fast",
-                                         "slow begin",  "fast nested", "fast nested", "fast nested",
-                                         "fast nested", "slow end"};
+  const Strings want = {"fast",        "fast",        "fast",        "fast",        "slow begin",
+                        "fast nested", "fast nested", "fast nested", "fast nested", "slow end"};
   EXPECT_EQ(events, want);
 }
 
-// Records its destruction, so a test sees a process's stack unwind.
-struct Witness {
-  std::vector<std::string>* log;
-  std::string sName;
-  ~Witness() { log->push_back(sName + " destroyed"); }
-};
-
-TEST(SimScheduler, EndProcessUnwindsOnlyThatProcess) {
-  World w(5);
-  const HostId h = *w.AddHost("PC1");
-  std::vector<std::string> log;
-  int otherTicks = 0;
-  w.RegisterProgram("ender", [&](Platform& p, const ProgramStart&) {
-    Witness witness{&log, "ender"};
-    ui::Form form("frmEnder", "Ender");
-    p.windows.AttachForm(form);
-    auto& t = form.Add<ui::Timer>("tmr", 3000, true);
-    t.OnTick = [&] {
-      log.push_back("ending");
-      p.loop.EndProcess();
+// A process whose program returns, that ends on its own stack (here inside a Call, which
+// then does not finish) or that is killed from outside while it waits: its stack
+// unwinds, its form detaches, and the host's other process runs on.
+TEST(SimScheduler, EndingAProcessUnwindsOnlyThatProcess) {
+  enum How { kReturns, kEndsInCall, kKilled };
+  for (const How how : {kReturns, kEndsInCall, kKilled}) {
+    SCOPED_TRACE(how);
+    Desk d;
+    struct Witness {
+      bool* bUnwound;
+      ~Witness() { *bUnwound = true; }
     };
-    t.AttachDriver(&p.loop.Timers());
-    p.loop.Run();
-  });
-  w.RegisterProgram("ticker", [&](Platform& p, const ProgramStart&) {
-    ui::Timer t("tmr", 1000, true);
-    t.OnTick = [&] { ++otherTicks; };
-    t.AttachDriver(&p.loop.Timers());
-    p.loop.Run();
-  });
-  const ProcessId ender = w.StartProcess(h, "ender");
-  const ProcessId ticker = w.StartProcess(h, "ticker");
-  w.RunFor(Seconds(2));
-  EXPECT_TRUE(w.Alive(ender));
-  ASSERT_EQ(w.Windows(h).size(), 1u);
-  w.RunFor(Seconds(3));
-  EXPECT_FALSE(w.Alive(ender));
-  EXPECT_TRUE(w.Alive(ticker));
-  EXPECT_EQ(log, (std::vector<std::string>{"ending", "ender destroyed"}));
-  EXPECT_TRUE(w.Windows(h).empty());  // the form detached as it was destroyed
-  EXPECT_EQ(otherTicks, 5);
-  w.RunFor(Seconds(2));
-  EXPECT_EQ(otherTicks, 7);
-  EXPECT_FALSE(w.Process(ender)->bKilled);
-}
-
-TEST(SimScheduler, KillFromOutsideUnwindsTheWaitingProcess) {
-  World w(5);
-  const HostId h = *w.AddHost("PC1");
-  std::vector<std::string> log;
-  w.RegisterProgram("sleeper", [&](Platform& p, const ProgramStart&) {
-    Witness witness{&log, "sleeper"};
-    while (true) p.loop.WaitForEvents(10);
-  });
-  const ProcessId pid = w.StartProcess(h, "sleeper");
-  w.RunFor(Seconds(25));
-  EXPECT_TRUE(w.Kill(pid));
-  EXPECT_FALSE(w.Alive(pid));
-  EXPECT_EQ(log, (std::vector<std::string>{"sleeper destroyed"}));
-  EXPECT_TRUE(w.Process(pid)->bKilled);
-  EXPECT_FALSE(w.Kill(pid));
-  EXPECT_FALSE(w.Call(pid, [] {}));
-  auto lines = Texts(w, "process");
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[1], "#1 killed sleeper");
-}
-
-TEST(SimScheduler, CallReturnsAfterTheFunctionFinishedEvenWhenItWaits) {
-  World w(1);
-  const HostId h = *w.AddHost("PC1");
-  const ProcessId pid = StartIdle(w, h);
-  Platform* p = w.PlatformOf(pid);
-  bool ran = false;
-  EXPECT_TRUE(w.Call(pid, [&] {
-    EXPECT_EQ(w.CurrentProcess(), pid);
-    p->loop.WaitForEvents(3);
-    ran = true;
-  }));
-  EXPECT_TRUE(ran);
-  EXPECT_EQ(w.Now(), Seconds(3));
-  EXPECT_EQ(w.CurrentProcess(), 0);
-  // A call that ends the process does not finish.
-  EXPECT_FALSE(w.Call(pid, [&] { p->loop.EndProcess(); }));
-  EXPECT_FALSE(w.Alive(pid));
-  EXPECT_EQ(w.PlatformOf(pid), nullptr);
-}
-
-TEST(SimScheduler, ProgramThatReturnsEndsItsProcess) {
-  World w(1);
-  const HostId h = *w.AddHost("PC1");
-  w.RegisterProgram("brief",
-                    [](Platform& p, const ProgramStart&) { p.trace.ActivityLine("hello"); });
-  const ProcessId pid = w.StartProcess(h, "brief", "C:\\Brief\\brief.exe", "-x");
-  w.RunFor(Seconds(1));
-  EXPECT_FALSE(w.Alive(pid));
-  const std::vector<std::string> want = {
-      "00:00:00.000 PC1 process #1 started brief \"C:\\Brief\\brief.exe\" \"-x\"",
-      "00:00:00.000 PC1 log hello", "00:00:00.000 PC1 process #1 ended brief"};
-  EXPECT_EQ(w.Transcript(), want);
-}
-
-TEST(SimScheduler, UnknownProgramKindOrDownHostStartsNothing) {
-  World w(1);
-  const HostId h = *w.AddHost("PC1");
-  EXPECT_EQ(w.StartProcess(h, "nope"), 0);
-  w.CrashHost(h);
-  EXPECT_EQ(w.StartProcess(h, "varno"), 0);
-}
-
-TEST(SimScheduler, TranscriptStreamsToTheSink) {
-  World w(1);
-  const HostId h = *w.AddHost("PC1");
-  std::vector<std::string> streamed;
-  w.SetTranscriptSink([&](const std::string& s) { streamed.push_back(s); });
-  w.At(Milliseconds(1234), [&] { w.Note(h, "hello"); });
-  w.At(Milliseconds(1500), [&] { w.Note(std::nullopt, "world"); });
-  w.RunFor(Seconds(2));
-  const std::vector<std::string> want = {"00:00:01.234 PC1 note hello",
-                                         "00:00:01.500 - note world"};
-  EXPECT_EQ(streamed, want);
-  EXPECT_EQ(w.Transcript(), want);
-}
-
-// A small LAN where every host's program talks to every other with random latencies.
-std::vector<std::string> Chatter(std::uint64_t seed) {
-  World w(seed);
-  w.SetNetTrace(true);
-  std::vector<HostId> hosts;
-  for (int i = 1; i <= 4; ++i) hosts.push_back(*w.AddHost("PC" + std::to_string(i)));
-  w.RegisterProgram("chat", [&](Platform& p, const ProgramStart&) {
-    auto server = p.network.CreateSocketArray("tcpServer");
-    auto client = p.network.CreateSocketArray("tcpClient");
-    Long nAccepted = 0;
-    server->SetLocalPort(0, 1230);
-    server->Listen(0);
-    server->OnConnectionRequest = [&](Long, Long id) {
-      ++nAccepted;
-      server->Load(nAccepted);
-      server->SetLocalPort(nAccepted, 0);
-      server->Accept(nAccepted, id);
-    };
-    server->OnDataArrival = [&](Long i, Long) {
-      auto data = server->GetData(i);
-      p.trace.ActivityLine("got " + std::string(data->begin(), data->end()));
-    };
-    for (Long i = 1; i <= 4; ++i) {
-      client->Load(i);
-      client->SetRemoteHost(i, "PC" + std::to_string(i));
-      client->SetRemotePort(i, 1230);
+    bool bUnwound = false;
+    d.w.RegisterProgram("ender", [&](Platform& p, const ProgramStart&) {
+      Witness witness{&bUnwound};
+      p.trace.ActivityLine("hello");
+      ui::Form form("frmEnder", "Ender");
+      p.windows.AttachForm(form);
+      if (how == kReturns) return p.loop.WaitForEvents(3);
+      p.loop.Run();
+    });
+    ui::Timer ticker("tmr", 1000, false);
+    int ticks = 0;
+    ticker.OnTick = [&] { ++ticks; };
+    d.Arm(d.pid, ticker);
+    const ProcessId pid = d.w.StartProcess(d.h, "ender", "C:\\Ender\\ender.exe", "-x");
+    EXPECT_EQ(d.w.StartProcess(d.h, "nope"), 0);  // an unknown kind starts nothing
+    d.w.RunFor(Seconds(2));
+    ASSERT_EQ(d.w.Windows(d.h).size(), 1u);
+    d.w.RunFor(Seconds(1));
+    Platform* p = d.w.PlatformOf(pid);
+    if (how == kEndsInCall) {
+      EXPECT_FALSE(d.w.Call(pid, [&] { p->loop.EndProcess(); }));
+    } else if (how == kKilled) {
+      EXPECT_TRUE(d.w.Kill(pid));
     }
-    ui::Timer t("tmr", 1000, true);
-    int n = 0;
-    t.OnTick = [&] {
-      ++n;
-      for (Long i = 1; i <= 4; ++i) {
-        if (client->State(i) == platform::kSckClosed) client->Connect(i);
-        const std::string s = p.sockets.HostName().value() + " tick " + std::to_string(n);
-        client->SendData(i, Bytes(s.begin(), s.end()));
-      }
-    };
-    t.AttachDriver(&p.loop.Timers());
-    p.loop.Run();
-  });
-  for (auto h : hosts) w.StartProcess(h, "chat");
-  w.RunFor(Seconds(5));
-  return w.Transcript();
-}
-
-TEST(SimScheduler, SameSeedGivesTheSameTranscript) {
-  const auto a = Chatter(42);
-  const auto b = Chatter(42);
-  ASSERT_GT(a.size(), 50u);
-  EXPECT_EQ(a, b);
-  // Latencies come from the seed, so another seed shows other arrival times.
-  EXPECT_NE(a, Chatter(43));
+    EXPECT_TRUE(bUnwound);
+    EXPECT_FALSE(d.w.Alive(pid));
+    EXPECT_EQ(d.w.PlatformOf(pid), nullptr);
+    EXPECT_TRUE(d.w.Windows(d.h).empty());
+    EXPECT_EQ(d.w.Process(pid)->bKilled, how == kKilled);
+    const auto& lines = d.w.Transcript();
+    EXPECT_EQ(lines.at(1),
+              "00:00:00.000 PC1 process #2 started ender \"C:\\Ender\\ender.exe\" \"-x\"");
+    EXPECT_EQ(lines.at(2), "00:00:00.000 PC1 log hello");
+    EXPECT_EQ(lines.back(), std::string("00:00:03.000 PC1 process #2 ") +
+                                (how == kKilled ? "killed" : "ended") + " ender");
+    EXPECT_FALSE(d.w.Kill(pid));
+    EXPECT_FALSE(d.w.Call(pid, [] {}));
+    d.w.RunFor(Seconds(2));
+    EXPECT_EQ(ticks, 5);
+    d.w.CrashHost(d.h);
+    EXPECT_EQ(d.w.StartProcess(d.h, "ender"), 0);  // nor does a down host
+  }
 }
 
 // Misuse of the scheduler is reported, never hung on.
-TEST(SimSchedulerDeathTest, EndlessNestingIsReported) {
+TEST(SimSchedulerDeathTest, MisuseIsReported) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(
       {
-        World w(1);
-        const HostId h = *w.AddHost("PC1");
-        w.RegisterProgram("nester", [](Platform& p, const ProgramStart&) {
-          // The handler restarts its timer and then waits: every tick nests in the one
-          // before.
-          ui::Timer t("tmr", 1, true);
-          t.OnTick = [&] {
-            t.SetTimerEnabled(true);
-            p.loop.WaitForEvents(1);
-          };
-          t.AttachDriver(&p.loop.Timers());
-          p.loop.Run();
-        });
-        w.StartProcess(h, "nester");
-        w.RunFor(Seconds(1));
-      },
-      "nests event processing too deep");
-}
-
-TEST(SimSchedulerDeathTest, WaitingOutsideTheProcessIsReported) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(
-      {
-        World w(1);
-        const HostId h = *w.AddHost("PC1");
-        const ProcessId pid = StartIdle(w, h);
-        w.PlatformOf(pid)->loop.WaitForEvents(1);
+        Desk d;
+        d.P().loop.WaitForEvents(1);
       },
       "outside its own process");
+  EXPECT_DEATH(
+      {
+        Desk d;
+        // The handler restarts its timer and then waits: every tick nests in the one
+        // before.
+        ui::Timer t("tmr", 1, false);
+        t.OnTick = [&] {
+          t.SetTimerEnabled(true);
+          d.P().loop.WaitForEvents(1);
+        };
+        d.Arm(d.pid, t);
+        d.w.RunFor(Seconds(1));
+      },
+      "nests event processing too deep");
 }
 
 }  // namespace
