@@ -15,8 +15,8 @@ namespace launchagent::testing {
 namespace {
 
 TEST(AgentPorts, NextPortStepsThroughTheRangeAndWraps) {
-  const std::vector<std::pair<Integer, Integer>> cases = {
-      {1230, 1231}, {1234, 1235}, {1235, 1230}, {1300, 1230}, {1000, 1001}, {-5, -4}};
+  const std::vector<std::pair<Integer, Integer>> cases = {{1230, 1231}, {1234, 1235}, {1235, 1230},
+                                                          {1300, 1230}, {1000, 1001}, {-5, -4}};
   for (const auto& [nIn, nOut] : cases) {
     Integer nPort = nIn;
     Launcher::NextAgentPort(nPort);
@@ -106,9 +106,8 @@ TEST_F(AgentHelpers, PathExistsForFilesFoldersAndPatterns) {
   lan_.World().WriteFile(host_, "C:\\Launch\\agent.dat", std::string("x"));
   lan_.World().MakeFolder(host_, "C:\\Data\\Sub");
   const std::vector<std::pair<std::string, bool>> cases = {
-      {"C:\\Launch\\agent.dat", true}, {"c:\\launch\\AGENT.DAT", true},
-      {"C:\\Data\\Sub", true},         {"C:\\Launch\\*.dat", true},
-      {"C:\\Launch\\missing.dat", false}, {"Q:\\anything", false},
+      {"C:\\Launch\\agent.dat", true},  {"c:\\launch\\AGENT.DAT", true},    {"C:\\Data\\Sub", true},
+      {"C:\\Launch\\*.dat", true},      {"C:\\Launch\\missing.dat", false}, {"Q:\\anything", false},
       {"C:\\Data\\Sub\\nothing", false}};
   InAgent([&](Agent& a) {
     for (const auto& [sPath, bExists] : cases)
