@@ -1,9 +1,8 @@
 #pragma once
 // Helpers of the native tests: temporary folders, small files, waiting on the loop.
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
@@ -13,36 +12,30 @@
 
 namespace launchagent::native::test {
 
+// A fresh folder under /tmp, removed with all it holds when the test ends.
 class TempDir {
  public:
-  TempDir() {
-    char buf[] = "/tmp/la-native-XXXXXX";
-    sPath_ = ::mkdtemp(buf) ? buf : "/tmp";
-  }
+  TempDir() : sPath_(::mkdtemp(szTemplate_) ? szTemplate_ : "/tmp") {}
   ~TempDir() {
-    const std::string sCmd = "rm -rf '" + sPath_ + "'";
-    if (sPath_ != "/tmp") (void)!std::system(sCmd.c_str());
+    if (std::error_code e; sPath_ != "/tmp") std::filesystem::remove_all(sPath_, e);
   }
   const std::string& Path() const { return sPath_; }
   std::string operator/(const std::string& s) const { return sPath_ + "/" + s; }
 
  private:
+  char szTemplate_[22] = "/tmp/la-native-XXXXXX";
   std::string sPath_;
 };
 
-inline void MakeDirs(const std::string& s) {
-  const std::string sCmd = "mkdir -p '" + s + "'";
-  (void)!std::system(sCmd.c_str());
-}
+inline void MakeDirs(const std::string& s) { std::filesystem::create_directories(s); }
 
 inline void WriteText(const std::string& sPath, const std::string& sText) {
   std::ofstream(sPath, std::ios::binary) << sText;
 }
 
 inline std::string ReadText(const std::string& sPath) {
-  std::ifstream in(sPath, std::ios::binary);
   std::ostringstream s;
-  s << in.rdbuf();
+  s << std::ifstream(sPath, std::ios::binary).rdbuf();
   return s.str();
 }
 
