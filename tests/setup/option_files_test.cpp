@@ -9,34 +9,35 @@ namespace {
 
 using OptionFilesTest = SetupTest;
 
+// Names longer than 64 are cut and blanks trimmed; the first entry beginning with a blank
+// (or entry 200, which 199 entries leave blank) ends the list.
 TEST_F(OptionFilesTest, HundredNinetyNineHostsComeBackInOrderTwoHundredAreNotStored) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
-    for (int i = 0; i < 199; ++i) f.lstActive->AddItem("host" + std::to_string(i));
+  std::vector<std::string> names = {std::string(70, 'L'), "trail   "}, back;
+  for (int i = 2; i < 199; ++i) names.push_back("host" + std::to_string(i));
+  back = names;
+  back[0].resize(64);
+  back[1] = "trail";
+  InSetup([&](Agent&, FrmAgentSetup& f) {
+    for (const auto& s : names) f.lstActive->AddItem(s);
     EXPECT_TRUE(f.SaveOptions());
     f.lstActive->Clear();
     EXPECT_TRUE(f.LoadOptions());
-    ASSERT_EQ(f.lstActive->ListCount(), 199);
-    for (Integer i = 0; i < 199; ++i) EXPECT_EQ(f.lstActive->List(i), "host" + std::to_string(i));
+    EXPECT_EQ(Items(*f.lstActive), back);
   });
   const auto before = ReadFile(kAgentDat);
-  EXPECT_EQ(FileBytes(kAgentDat, 64 * 199), std::string(64, ' '));  // entry 200 ends the list
+  EXPECT_EQ(FileBytes(kAgentDat, 64 * 199), std::string(64, ' '));
   InSetup([](Agent&, FrmAgentSetup& f) {
     f.lstActive->AddItem("one too many");
     EXPECT_FALSE(f.SaveOptions());
   });
   EXPECT_EQ(ReadFile(kAgentDat), before);
-}
-
-TEST_F(OptionFilesTest, NamesAreCutTrimmedAndALeadingBlankEndsTheList) {
-  const std::string sLong(70, 'L');
-  InSetup([&](Agent&, FrmAgentSetup& f) {
-    for (const std::string& s :
-         {sLong, std::string("trail   "), std::string(" lead"), std::string("after")})
-      f.lstActive->AddItem(s);
+  InSetup([](Agent&, FrmAgentSetup& f) {
+    f.lstActive->Clear();
+    for (const char* s : {"a", " lead", "after"}) f.lstActive->AddItem(s);
     ASSERT_TRUE(f.SaveOptions());
     f.lstActive->Clear();
     ASSERT_TRUE(f.LoadOptions());
-    EXPECT_EQ(Items(*f.lstActive), (std::vector<std::string>{sLong.substr(0, 64), "trail"}));
+    EXPECT_EQ(Items(*f.lstActive), std::vector<std::string>{"a"});
   });
 }
 

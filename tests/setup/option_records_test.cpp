@@ -15,32 +15,27 @@ std::string Str(const Bytes& b, std::size_t nFrom, std::size_t nLen) {
 std::string Bytes64(const FixedText64& t) { return std::string(t.bytes.begin(), t.bytes.end()); }
 
 TEST(FixedText64Test, AssignStoresWindows1252PaddedWithBlanks) {
-  struct Case {
-    std::string sIn;
-    std::string sStored;  // the first bytes; the rest must be blanks
-  };
   // The euro sign; outside the code page; malformed UTF-8 (stray continuation, truncated,
   // overlong, surrogate: one '?' per offending lead byte); an unassigned byte keeps its
-  // control character; cut at 64 characters.
-  const Case cases[] = {{"", ""},
-                        {"PC7", "PC7"},
-                        {"Jos\xC3\xA9", "Jos\xE9"},
-                        {"\xE2\x82\xACz", "\x80z"},
-                        {"a\xE4\xB8\xADz", "a?z"},
-                        {"\xF0\x9F\x98\x80", "?"},
-                        {"a\x80z", "a?z"},
-                        {"a\xC3", "a?"},
-                        {"\xC0\xAF", "??"},
-                        {"\xED\xA0\x80", "???"},
-                        {"\xC2\x81", "\x81"},
-                        {std::string(70, 'x'), std::string(64, 'x')},
-                        {std::string(63, 'x') + "\xC3\xA9\xC3\xA9", std::string(63, 'x') + "\xE9"}};
-  for (const Case& c : cases) {
+  // control character; cut at 64 characters. The stored bytes are padded with blanks.
+  const std::pair<std::string, std::string> cases[] = {
+      {"", ""},
+      {"PC7", "PC7"},
+      {"Jos\xC3\xA9", "Jos\xE9"},
+      {"\xE2\x82\xACz", "\x80z"},
+      {"a\xE4\xB8\xADz", "a?z"},
+      {"\xF0\x9F\x98\x80", "?"},
+      {"a\x80z", "a?z"},
+      {"a\xC3", "a?"},
+      {"\xC0\xAF", "??"},
+      {"\xED\xA0\x80", "???"},
+      {"\xC2\x81", "\x81"},
+      {std::string(70, 'x'), std::string(64, 'x')},
+      {std::string(63, 'x') + "\xC3\xA9\xC3\xA9", std::string(63, 'x') + "\xE9"}};
+  for (const auto& [sIn, sStored] : cases) {
     FixedText64 t;
-    t.Assign(c.sIn);
-    std::string sWant = c.sStored;
-    sWant.resize(64, ' ');
-    EXPECT_EQ(Bytes64(t), sWant) << c.sIn;
+    t.Assign(sIn);
+    EXPECT_EQ(Bytes64(t), sStored + std::string(64 - sStored.size(), ' ')) << sIn;
   }
 }
 

@@ -1,12 +1,12 @@
-// The Agent Setup window: its controls, Init, the local option check boxes with the local
-// option changes they make, Set with SetAgentAddress, and the "Log" box. Opening it from
-// the agent window and "Ok" are in tests/scenarios/setup-clicks.scn and setup-reopen.scn.
+// The Agent Setup window: its controls, the local option check boxes with the local option
+// changes they make, Set with SetAgentAddress, and the "Log" box. Opening it, "Ok", the
+// file writes of the boxes, Init reading them back and the services stopping the transport
+// are in tests/scenarios/setup-clicks.scn, setup-reopen.scn and setup-local-options.scn.
 #include <gtest/gtest.h>
 
 #include "registry/local_option_changes.h"
 #include "setup_fixture.h"
 #include "transport/cls_agent_info.h"
-#include "transport/frm_client.h"
 
 namespace launchagent::testing {
 namespace {
@@ -65,56 +65,6 @@ TEST_F(WindowTest, EveryControlStandsInItsFrameWithItsCaption) {
   });
 }
 
-TEST_F(WindowTest, CheckingJobsIsStoredAndShownWithTheOtherBoxesAfterTheNextInit) {
-  InAgent([](Agent& a) { a.OpenAgentSetup(); });
-  InSetup([](Agent&, FrmAgentSetup& f) {
-    for (ui::CheckBox* c : {f.chkSeekJobs, f.chkSeekWeb, f.chkSeekIntranet}) c->Click();
-  });
-  // Services, intranet, web, news, jobs, stocks: 16-bit, True = -1.
-  EXPECT_EQ(FileBytes(kAgentDat, 12800, 12),
-            std::string("\0\0\xFF\xFF\xFF\xFF\0\0\xFF\xFF\0\0", 12));
-  // Closed with its close box; the next use loads a fresh window that reads it back.
-  InSetup([](Agent&, FrmAgentSetup& f) { f.Form().UserClose(); });
-  InAgent([](Agent& a) { EXPECT_FALSE(a.IsAgentSetupLoaded()); });
-  InSetup([](Agent& a, FrmAgentSetup& f) {
-    a.bActiveAgentServices = true;  // the file says otherwise
-    Register(a, "PC1");
-    EXPECT_EQ(f.chkSeekJobs->Value(), 0);
-    f.Init();
-    std::string sBoxes;
-    for (ui::CheckBox* c : {f.chkActiveAgentServices, f.chkSeekIntranet, f.chkSeekWeb,
-                            f.chkSeekNews, f.chkSeekJobs, f.chkSeekStocks})
-      sBoxes += std::to_string(c->Value());
-    EXPECT_EQ(sBoxes, "011010");
-    EXPECT_TRUE(f.bSeekJobs);
-    EXPECT_FALSE(a.bActiveAgentServices);
-    // Restoring a box runs its handler: the registry entry follows.
-    EXPECT_TRUE(Entry(a, "PC1")->GetProvideJobs());
-    EXPECT_EQ(f.Form().Caption(), "Agent setup for  (10.0.0.1) PC1");
-    EXPECT_EQ(f.nInternetTicks, 0);
-  });
-}
-
-TEST_F(WindowTest, UncheckingAgentServicesStopsTheTransport) {
-  // While the services are on, a send to another agent is attempted and logged.
-  InAgent([](Agent& a) {
-    a.bActiveAgentServices = true;
-    a.frmClient().SendMessageEx("PC2", "", Bytes{1, 2, 3});
-  });
-  ASSERT_FALSE(lan_.LogLines("PC1").empty());
-  InSetup([](Agent& a, FrmAgentSetup& f) {
-    Register(a, "PC1", [](clsMsgHostInfo& m) { m.SetProvideHostServices(true); });
-    f.chkActiveAgentServices->SetValue(1);  // shows the state start-up left
-    f.chkActiveAgentServices->Click();
-    EXPECT_FALSE(a.bActiveAgentServices);
-    EXPECT_FALSE(Entry(a, "PC1")->GetProvideHostServices());
-  });
-  EXPECT_EQ(FileBytes(kAgentDat, 12800, 2), std::string(2, '\0'));
-  const std::size_t nMark = lan_.LogMark("PC1");
-  InAgent([](Agent& a) { a.frmClient().SendMessageEx("PC2", "", Bytes{1, 2, 3}); });
-  EXPECT_TRUE(lan_.LogLinesSince("PC1", nMark).empty());
-}
-
 TEST_F(WindowTest, EachLocalBoxReachesTheLocalEntryOnly) {
   using Getter = bool (clsMsgHostInfo::*)() const;
   InSetup([](Agent& a, FrmAgentSetup& f) {
@@ -153,9 +103,8 @@ TEST_F(WindowTest, SetRegistersANewHostWithTheJoinedAddressAndListsItOnce) {
     f.cmdSet->Click();
     const auto m = Entry(a, "PC30");
     ASSERT_TRUE(m);
-    EXPECT_EQ(m->GetHostName(), "pc30");
-    EXPECT_EQ(m->GetIPAddress(), "10.0.0.7");
-    EXPECT_EQ(m->GetLocalPort(), 1231);
+    EXPECT_EQ(m->GetHostName() + " " + m->GetIPAddress() + ":" + std::to_string(m->GetLocalPort()),
+              "pc30 10.0.0.7:1231");
     EXPECT_EQ(m->GetDateReceived(), a.Platform().clock.Now());
     EXPECT_EQ(a.agentHostInfo().GetAgentRecord(a.agentHostInfo().FindAgentIndex("pc30"))->GetPort(),
               0);
@@ -182,8 +131,7 @@ TEST_F(WindowTest, SetAgentAddressOnAKnownHostReplacesAddressAndPortOnly) {
       const auto after = Entry(a, "PC2");
       EXPECT_EQ(after->GetLocalPort(), nWant) << sPort;
       EXPECT_EQ(after->GetIPAddress(), nWant == 1230 ? "10.0.0.2" : "10.9.9.9") << sPort;
-      EXPECT_EQ(after->GetHostName(), "PC2");
-      EXPECT_EQ(after->GetAppPath(), "\\\\PC2\\apps\\Varno2.exe");
+      EXPECT_EQ(after->GetHostName() + after->GetAppPath(), "PC2\\\\PC2\\apps\\Varno2.exe");
       EXPECT_TRUE(after->GetProvideNews());
       EXPECT_EQ(a.agentHostInfo().GetAgentCount(), 1);
       // A port that does not fit ends the operation before the list changes.
