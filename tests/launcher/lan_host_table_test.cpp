@@ -2,34 +2,36 @@
 // steps of ten, and registered in the agent registry at start-up.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "desktop.h"
 #include "launcher/launcher.h"
-#include "messages/cls_msg_host_info.h"
-#include "registry/agent_host_info.h"
 
 namespace launchagent::testing {
 namespace {
+
+std::vector<std::string> Table(Launcher& launcher) {
+  std::vector<std::string> names;
+  for (Integer i = 1; i <= launcher.nLANHostCnt; ++i) names.push_back(launcher.GetLANHost(i));
+  return names;
+}
 
 TEST(LANHostTable, GrowsByTenAndFindsWithoutCase) {
   Pc07 pc;
   pc.Call([](Agent& agent) {
     Launcher& launcher = agent.launcher();
+    std::vector<std::string> added;
     // Room for ten more whenever the table is full: 10, 20, 30.
     for (int i = 0; i <= 21; ++i) {
-      if (i > 0) launcher.AddLANHost("Host" + std::to_string(i));
-      EXPECT_EQ(launcher.nLANHostCnt, i);
+      if (i > 0) launcher.AddLANHost(added.emplace_back("Host" + std::to_string(i)));
       EXPECT_EQ(launcher.nLANHostMax, (i + 9) / 10 * 10) << i;
     }
-    for (int i = 1; i <= 21; ++i) {
-      EXPECT_EQ(launcher.GetLANHost(static_cast<Integer>(i)), "Host" + std::to_string(i));
-      EXPECT_EQ(launcher.FindLANHost("HOST" + std::to_string(i)), i);
-    }
-    EXPECT_EQ(launcher.FindLANHost("host22"), 0);
-    EXPECT_EQ(launcher.FindLANHost(""), 0);
+    EXPECT_EQ(Table(launcher), added);
+    for (int i = 1; i <= 21; ++i) EXPECT_EQ(launcher.FindLANHost("HOST" + std::to_string(i)), i);
+    for (const char* sName : {"host22", ""}) EXPECT_EQ(launcher.FindLANHost(sName), 0);
     for (Integer n : {0, 22, -1}) EXPECT_EQ(launcher.GetLANHost(n), "");
   });
 }
@@ -38,11 +40,8 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
   Pc07 pc;
   // Later searches only add: a computer that disappears stays, and a search that fails or
   // finds nothing changes nothing.
-  const struct {
-    std::vector<std::string> visible;
-    bool bError;
-    std::vector<std::string> table;
-  } steps[] = {
+  using Names = std::vector<std::string>;
+  const std::tuple<Names, bool, Names> steps[] = {
       {{"\\\\HOST\\A", "\\\\HOST\\B", "notashare", "\\\\host\\c", "\\\\PC12", "\\\\pc12\\data"},
        false,
        {"HOST", "PC12"}},
@@ -50,15 +49,12 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
       {{"\\\\pc30\\x"}, true, {"HOST", "PC12", "pc20"}},
       {{}, false, {"HOST", "PC12", "pc20"}},
   };
-  for (const auto& step : steps) {
-    pc.World().SetVisibleShares(pc.host, step.visible);
-    pc.World().SetShareSearchError(pc.host, step.bError);
+  for (const auto& [visible, bError, table] : steps) {
+    pc.World().SetVisibleShares(pc.host, visible);
+    pc.World().SetShareSearchError(pc.host, bError);
     pc.Call([&](Agent& agent) {
       agent.launcher().RefreshLANHosts();
-      std::vector<std::string> table;
-      for (Integer i = 1; i <= agent.launcher().nLANHostCnt; ++i)
-        table.push_back(agent.launcher().GetLANHost(i));
-      EXPECT_EQ(table, step.table);
+      EXPECT_EQ(Table(agent.launcher()), table);
     });
   }
 }
@@ -66,17 +62,17 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
 TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) {
   Pc07 pc;
   AddDesktop(pc.lan, "pc12");
-  const std::string sAddress07 = pc.World().HostAddress(pc.host);
-  const std::string sAddress12 = pc.World().HostAddress(*pc.World().FindHost("pc12"));
+  // An unknown name still gets its entry, with no address.
+  const std::pair<std::string, std::string> entries[] = {
+      {"PC12", pc.World().HostAddress(*pc.World().FindHost("pc12"))},
+      {"pc07", pc.World().HostAddress(pc.host)},
+      {"nowhere", ""}};
   pc.Call([&](Agent& agent) {
-    for (const char* sHost : {"PC12", "pc07", "nowhere"}) agent.launcher().AddLANHost(sHost);
+    for (const auto& entry : entries) agent.launcher().AddLANHost(entry.first);
     // Registering again adds nothing.
     agent.launcher().RegisterLANHosts();
     agent.launcher().RegisterLANHosts();
     ASSERT_EQ(agent.agentHostInfo().GetAgentCount(), 3);
-    // An unknown name still gets its entry, with no address.
-    const std::pair<std::string, std::string> entries[] = {
-        {"PC12", sAddress12}, {"pc07", sAddress07}, {"nowhere", ""}};
     for (const auto& [sName, sAddress] : entries) {
       std::shared_ptr<clsMsgHostInfo> obj;
       ASSERT_TRUE(agent.agentHostInfo().GetAgentHostInfoByName(sName, obj));
