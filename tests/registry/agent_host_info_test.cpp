@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "../support/agent_on_sim.h"
@@ -29,8 +30,7 @@ std::shared_ptr<clsMsgHostInfo> Msg(Agent& agent, const std::string& sHostName) 
 class AgentHostInfoTest : public ::testing::Test {
  protected:
   void SetUp() override { Fresh(); }
-  // A new agent, with an empty registry.
-  void Fresh() {
+  void Fresh() {  // a new agent, with an empty registry
     lan_.emplace();
     lan_->AddHost("PC1");
     ASSERT_NE(lan_->StartAgent("PC1"), 0);
@@ -42,12 +42,15 @@ class AgentHostInfoTest : public ::testing::Test {
   static void Register(Agent& agent, AgentHostInfo& registry, const Names& names) {
     for (const std::string& sName : names) registry.RegisterAgent(Msg(agent, sName));
   }
+  // The message stored at position lngIndex; null when none.
+  static std::shared_ptr<clsMsgHostInfo> At(AgentHostInfo& registry, Long lngIndex) {
+    std::shared_ptr<clsMsgHostInfo> objMsg;
+    return registry.GetAgentHostInfo(lngIndex, objMsg) ? objMsg : nullptr;
+  }
   static Names NamesOf(AgentHostInfo& registry) {
     Names names;
-    for (Long i = 1; i <= registry.GetAgentCount(); ++i) {
-      std::shared_ptr<clsMsgHostInfo> objMsg;
-      if (registry.GetAgentHostInfo(i, objMsg)) names.push_back(objMsg->GetHostName());
-    }
+    for (Long i = 1; i <= registry.GetAgentCount(); ++i)
+      names.push_back(At(registry, i)->GetHostName());
     return names;
   }
   std::optional<testing::AgentOnSim> lan_;
@@ -62,23 +65,20 @@ TEST_F(AgentHostInfoTest, AnyOrderOfRegistrationGivesTheOrdinalOrderOfLowerCased
         EXPECT_EQ(registry.RegisterAgent(Msg(agent, sName)), -1);
       EXPECT_EQ(NamesOf(registry), (Names{"alpha", "Beta", "Gamma"}))
           << order[0] << "," << order[1] << "," << order[2];
-      EXPECT_EQ(registry.FindAgentIndex("BETA"), 2);
-      EXPECT_EQ(registry.FindAgentIndex("ALPHA"), 1);
-      EXPECT_EQ(registry.FindAgentIndex("gamma"), 3);
-      EXPECT_EQ(registry.FindAgentIndex("delta"), -1);
+      for (const auto& [sName, lngAt] :
+           {std::pair<const char*, Long>{"ALPHA", 1}, {"BETA", 2}, {"gamma", 3}, {"delta", -1}})
+        EXPECT_EQ(registry.FindAgentIndex(sName), lngAt) << sName;
     });
   } while (std::next_permutation(order.begin(), order.end()));
 
   // A known name in any case adds nothing, and the spelling first seen stays.
   Run([](Agent& agent, AgentHostInfo& registry) {
-    std::shared_ptr<clsMsgHostInfo> objBefore, objAfter;
-    ASSERT_TRUE(registry.GetAgentHostInfo(2, objBefore));
+    const auto objBefore = At(registry, 2);
     for (const char* sName : {"Beta", "BETA", "bEtA"})
       EXPECT_EQ(registry.RegisterAgent(Msg(agent, sName)), 2) << sName;
     EXPECT_EQ(registry.GetAgentCount(), 3);
-    ASSERT_TRUE(registry.GetAgentHostInfo(2, objAfter));
-    EXPECT_EQ(objAfter, objBefore);
-    EXPECT_EQ(objAfter->GetHostName(), "Beta");
+    EXPECT_EQ(At(registry, 2), objBefore);
+    EXPECT_EQ(objBefore->GetHostName(), "Beta");
     // After lower-casing, '-' (45) < digits < '_' (95) < letters; a name sorts after its
     // prefix.
     Register(agent, registry, {"PCB", "pc1", "PC_A", "pc", "pc-c", "PC10"});
@@ -93,7 +93,6 @@ TEST_F(AgentHostInfoTest, UpdateAgentReplacesTheStoredMessageOnlyWhenItDiffers) 
     EXPECT_EQ(registry.UpdateAgent(objFirst), -1);
     // Inserting stamps the receive time with the agent's clock.
     EXPECT_EQ(objFirst->GetDateReceived(), agent.Platform().clock.Now());
-    EXPECT_NE(objFirst->GetDateReceived(), DateTime{});
     DateTime dtLater = objFirst->GetDateReceived();
     dtLater.lngSeconds += 1;
     auto objSame = Msg(agent, "PC7");
@@ -109,56 +108,36 @@ TEST_F(AgentHostInfoTest, UpdateAgentReplacesTheStoredMessageOnlyWhenItDiffers) 
         {objSame, objFirst}, {objLater, objLater}, {objSite, objSite}};
     for (const auto& c : cases) {
       EXPECT_EQ(registry.UpdateAgent(c[0]), 1);
-      std::shared_ptr<clsMsgHostInfo> objStored;
-      ASSERT_TRUE(registry.GetAgentHostInfo(1, objStored));
-      EXPECT_EQ(objStored, c[1]);
+      EXPECT_EQ(At(registry, 1), c[1]);
     }
     EXPECT_EQ(registry.GetAgentCount(), 1);
   });
 }
 
-TEST_F(AgentHostInfoTest, SearchBoundsAndInsertResultsFromEmptyToFull) {
+TEST_F(AgentHostInfoTest, SearchAndInsertFindEveryNameAndEveryGapAtEverySize) {
   Run([](Agent& agent, AgentHostInfo& registry) {
-    // Each case inserts into the registry that the cases before it left; the result is
-    // minus the new position.
-    const struct {
-      const char* sName;
-      Long lngLow, lngHigh, lngInsert;
-    } cases[] = {
-        {"d", 1, 0, -1},                   // empty
-        {"f", 2, 1, -2}, {"b", 1, 0, -1},  // below every name
-        {"z", 4, 3, -4},                   // above every name: count + 1
-        {"c", 2, 1, -2}, {"e", 4, 3, -4},
-    };
-    for (const auto& c : cases) {
-      Long lngLow = 99, lngHigh = 99;
-      auto objMsg = Msg(agent, c.sName);
-      EXPECT_EQ(registry.SearchAgent(objMsg, lngLow, lngHigh), -1) << c.sName;
-      EXPECT_EQ(lngLow, c.lngLow) << c.sName;
-      EXPECT_EQ(lngHigh, c.lngHigh) << c.sName;
-      EXPECT_EQ(registry.InsertAgent(objMsg, lngLow, lngHigh), c.lngInsert) << c.sName;
-      EXPECT_EQ(registry.FindAgentIndex(c.sName), -c.lngInsert) << c.sName;
-    }
-    EXPECT_EQ(NamesOf(registry), (Names{"b", "c", "d", "e", "f", "z"}));
-  });
-}
-
-TEST_F(AgentHostInfoTest, EverySizeFindsEveryNameAndEveryGap) {
-  Run([](Agent& agent, AgentHostInfo& registry) {
-    // Names "h002", "h004", ...: the odd numbers fall into the gaps between them.
-    auto Name = [](int n) {
-      std::string s = std::to_string(n);
-      return "h" + std::string(3 - s.size(), '0') + s;
-    };
-    for (int nSize = 1; nSize <= 40; ++nSize) {
-      registry.RegisterAgent(Msg(agent, Name(2 * nSize)));
-      ASSERT_EQ(registry.GetAgentCount(), nSize);
-      for (int i = 1; i <= nSize; ++i) {
-        EXPECT_EQ(registry.FindAgentIndex(Name(2 * i)), i) << nSize << " " << i;
-        Long lngLow = 0, lngHigh = 0;
-        EXPECT_EQ(registry.SearchAgentByName(Name(2 * i - 1), lngLow, lngHigh), -1);
-        EXPECT_EQ(lngLow, i);
-        EXPECT_EQ(lngHigh, i - 1);
+    // Names "h002" ... "h080" go in scrambled (17 * n mod 41); the odd numbers fall into
+    // the gaps. A search that misses gives low = the gap's position, high = low - 1, and
+    // the insert answers minus the new position.
+    auto Name = [](int n) { return "h" + std::string(n < 10 ? 2 : 1, '0') + std::to_string(n); };
+    std::vector<int> present;
+    for (int n = 1; n <= 40; ++n) {
+      const int k = 17 * n % 41;
+      const auto at = present.insert(std::upper_bound(present.begin(), present.end(), k), k);
+      const Long lngPos = at - present.begin() + 1;
+      auto objMsg = Msg(agent, Name(2 * k));
+      Long lngLow = 0, lngHigh = 0;
+      EXPECT_EQ(registry.SearchAgent(objMsg, lngLow, lngHigh), -1);
+      EXPECT_EQ(lngLow, lngPos);
+      EXPECT_EQ(lngHigh, lngPos - 1);
+      EXPECT_EQ(registry.InsertAgent(objMsg, lngLow, lngHigh), -lngPos) << k;
+      ASSERT_EQ(registry.GetAgentCount(), n);
+      for (int i = 0; i < n; ++i) EXPECT_EQ(registry.FindAgentIndex(Name(2 * present[i])), i + 1);
+      for (int i = 0; i <= n; ++i) {
+        EXPECT_EQ(
+            registry.SearchAgentByName(Name(i < n ? 2 * present[i] - 1 : 81), lngLow, lngHigh), -1);
+        EXPECT_EQ(lngLow, i + 1) << n << " " << i;
+        EXPECT_EQ(lngHigh, i) << n << " " << i;
       }
     }
   });
@@ -167,12 +146,9 @@ TEST_F(AgentHostInfoTest, EverySizeFindsEveryNameAndEveryGap) {
 TEST_F(AgentHostInfoTest, ReadOperationsHandOutTheStoredObject) {
   Run([](Agent& agent, AgentHostInfo& registry) {
     Register(agent, registry, {"pc07", "pc01", "pc09"});
-    std::shared_ptr<clsMsgHostInfo> objByName, objByPosition;
+    std::shared_ptr<clsMsgHostInfo> objByName;
     ASSERT_TRUE(registry.GetAgentHostInfoByName("PC07", objByName));
-    objByName->SetAppPath("\\\\pc07\\apps\\main");
-    ASSERT_TRUE(registry.GetAgentHostInfo(registry.FindAgentIndex("pc07"), objByPosition));
-    EXPECT_EQ(objByPosition, objByName);
-    EXPECT_EQ(objByPosition->GetAppPath(), "\\\\pc07\\apps\\main");
+    EXPECT_EQ(At(registry, registry.FindAgentIndex("pc07")), objByName);
     EXPECT_EQ(registry.GetAgentRecord(2)->Message(), objByName);
     // Outside the registry the out-argument stays as it was.
     std::shared_ptr<clsMsgHostInfo> objOut = objByName;
@@ -190,9 +166,7 @@ TEST_F(AgentHostInfoTest, PortsOutsideTheAgentRangeComeBackAsTheDefaultAndAreRew
     EXPECT_FALSE(registry.GetAgentPort("PC7", nPort, lngIndex));
     EXPECT_EQ(nPort, 1230);
     EXPECT_EQ(lngIndex, -1);
-    std::shared_ptr<clsMsgHostInfo> objMsg;
-    ASSERT_TRUE(registry.GetAgentHostInfo(1, objMsg));
-    EXPECT_EQ(objMsg->GetHostName(), "PC7");
+    EXPECT_EQ(NamesOf(registry), Names{"PC7"});
     EXPECT_EQ(registry.GetAgentRecord(1)->GetPort(), 0);  // stored only when asked again
     const struct {
       Integer nStored, nAnswered;
@@ -208,8 +182,9 @@ TEST_F(AgentHostInfoTest, PortsOutsideTheAgentRangeComeBackAsTheDefaultAndAreRew
   });
 }
 
-TEST_F(AgentHostInfoTest, UnknownHostsAndMissingMessagesAreRefusedWithoutAChange) {
-  Run([](Agent&, AgentHostInfo& registry) {
+TEST_F(AgentHostInfoTest, SocketIndexAndTrialsOfKnownHostsOnly) {
+  Run([](Agent& agent, AgentHostInfo& registry) {
+    // Unknown hosts and missing messages are refused and change nothing.
     Long lngSocket = 77, lngIndex = 77;
     Integer nTrials = 9;
     EXPECT_FALSE(registry.GetAgentSocketIndex("PC7", lngSocket, lngIndex));
@@ -217,22 +192,15 @@ TEST_F(AgentHostInfoTest, UnknownHostsAndMissingMessagesAreRefusedWithoutAChange
     EXPECT_EQ(lngSocket, 77);
     EXPECT_FALSE(registry.GetAgentConnectTrials("PC7", nTrials));
     EXPECT_EQ(nTrials, 9);
-    EXPECT_FALSE(registry.SetAgentSocketIndex("PC7", 3));
-    EXPECT_FALSE(registry.SetAgentConnectTrials("PC7", 1));
-    EXPECT_FALSE(registry.SetAgentPort("PC7", 1231));
+    EXPECT_FALSE(registry.SetAgentSocketIndex("PC7", 3) ||
+                 registry.SetAgentConnectTrials("PC7", 1) || registry.SetAgentPort("PC7", 1231));
     EXPECT_EQ(registry.SearchAgent(nullptr, lngSocket, lngIndex), 0);
     EXPECT_EQ(registry.RegisterAgent(nullptr), 0);
     EXPECT_EQ(registry.UpdateAgent(nullptr), 0);
     EXPECT_EQ(registry.InsertAgent(nullptr, 1, 0), 0);
     EXPECT_EQ(registry.GetAgentCount(), 0);
-    EXPECT_EQ(registry.GetAgentRecord(1), nullptr);
-  });
-}
 
-TEST_F(AgentHostInfoTest, SocketIndexAndTrialsOfAKnownHost) {
-  Run([](Agent& agent, AgentHostInfo& registry) {
     Register(agent, registry, {"PC5", "PC7", "PC9"});
-    Long lngSocket = 0, lngIndex = 0;
     EXPECT_TRUE(registry.GetAgentSocketIndex("pc7", lngSocket, lngIndex));
     EXPECT_EQ(lngSocket, -1);
     EXPECT_EQ(lngIndex, 2);
@@ -242,28 +210,10 @@ TEST_F(AgentHostInfoTest, SocketIndexAndTrialsOfAKnownHost) {
     EXPECT_EQ(agent.frmClient().tcpClient().Tag(lngNew), std::optional<std::string>("3"));
     EXPECT_TRUE(registry.GetAgentSocketIndex("PC9", lngSocket, lngIndex));
     EXPECT_EQ(lngSocket, lngNew);
-
-    Integer nTrials = 9;
-    EXPECT_TRUE(registry.GetAgentConnectTrials("PC7", nTrials));
-    EXPECT_EQ(nTrials, 0);
     EXPECT_TRUE(registry.SetAgentConnectTrials("PC7", 2));
-    EXPECT_TRUE(registry.SetAgentConnectTrials("PC7", 40000));  // found, but not stored
     EXPECT_TRUE(registry.GetAgentConnectTrials("pc7", nTrials));
     EXPECT_EQ(nTrials, 2);
   });
-}
-
-TEST_F(AgentHostInfoTest, LogAgentSitesWritesOneLinePerRecordInOrder) {
-  const std::size_t nMark = lan_->LogMark("PC1");
-  Run([](Agent& agent, AgentHostInfo& registry) {
-    auto objSeven = Msg(agent, "pc07");
-    objSeven->SetAppPath("\\\\pc07\\apps\\main");
-    registry.RegisterAgent(objSeven);
-    registry.RegisterAgent(Msg(agent, "PC02"));
-    registry.LogAgentSites();
-  });
-  EXPECT_EQ(lan_->LogLinesSince("PC1", nMark),
-            (Names{"Host=PC02 LaunchSite=", "Host=pc07 LaunchSite=\\\\pc07\\apps\\main"}));
 }
 
 }  // namespace

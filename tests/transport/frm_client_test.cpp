@@ -16,9 +16,13 @@ class FrmClientTest : public TransportTest {
     });
     return lan_->LogLinesSince("PC1", nMark);
   }
-  static std::string PortWarning(int nPort, int nSocket) {
-    return "WARNING: No connection to host PC9 via port  " + std::to_string(nPort) +
-           " and Socket  " + std::to_string(nSocket);
+  // The attempt (when nAttemptPort is not 0) and the warning of one SendMessage to PC9.
+  static Lines PortLines(int nAttemptPort, int nWarnPort, int nSocket) {
+    Lines out;
+    if (nAttemptPort != 0) out.push_back(Attempt("PC9", nAttemptPort, nSocket));
+    out.push_back("WARNING: No connection to host PC9 via port  " + std::to_string(nWarnPort) +
+                  " and Socket  " + std::to_string(nSocket));
+    return out;
   }
 };
 
@@ -31,13 +35,7 @@ TEST_F(FrmClientTest, TheFirstSendToEachHostLogsTheAttemptOnTheNextSocketThenThe
     const char* sHost;
     Integer nStoredPort;  // 0: not yet known
     Integer nTried;
-    const char* sAttempt;
-  } cases[] = {
-      {"PC7", 0, 1230, "Trying to connect to PC7 via port  1230 and Socket  1"},
-      {"PC4", 0, 1230, "Trying to connect to PC4 via port  1230 and Socket  2"},
-      {"PC2", 1236, 1230, "Trying to connect to PC2 via port  1230 and Socket  3"},
-      {"PC3", 1233, 1233, "Trying to connect to PC3 via port  1233 and Socket  4"},
-  };
+  } cases[] = {{"PC7", 0, 1230}, {"PC4", 0, 1230}, {"PC2", 1236, 1230}, {"PC3", 1233, 1233}};
   Long lngSocket = 0;
   for (const auto& c : cases) {
     if (c.nStoredPort != 0) {
@@ -46,11 +44,12 @@ TEST_F(FrmClientTest, TheFirstSendToEachHostLogsTheAttemptOnTheNextSocketThenThe
         agent.agentHostInfo().SetAgentPort(c.sHost, c.nStoredPort);
       });
     }
-    EXPECT_EQ(SendEx("PC1", c.sHost), (Lines{c.sAttempt, Warning(c.sHost)}));
+    EXPECT_EQ(SendEx("PC1", c.sHost),
+              (Lines{Attempt(c.sHost, c.nTried, ++lngSocket), Warning(c.sHost)}));
     const auto objRecord = Record("PC1", c.sHost);
     ASSERT_TRUE(objRecord) << c.sHost;
     EXPECT_EQ(objRecord->GetPort(), c.nTried) << c.sHost;
-    EXPECT_EQ(objRecord->GetSocketIndex(), ++lngSocket) << c.sHost;
+    EXPECT_EQ(objRecord->GetSocketIndex(), lngSocket) << c.sHost;
     EXPECT_EQ(objRecord->GetConnectTrials(), 0) << c.sHost;
   }
   Run(sim::Seconds(5));
@@ -58,12 +57,9 @@ TEST_F(FrmClientTest, TheFirstSendToEachHostLogsTheAttemptOnTheNextSocketThenThe
 }
 
 TEST_F(FrmClientTest, TheAddressIsWhereTheConnectionGoesWhileTheLogNamesTheHost) {
-  lan_.emplace();
-  lan_->AddHost("PC1");
-  lan_->AddHost("PC7");
+  NewLan({"PC1", "PC7"});
   lan_->AddHost("OTHER", "10.0.0.77");
-  for (const char* sHost : {"PC1", "PC7", "OTHER"}) ASSERT_NE(lan_->StartAgent(sHost), 0);
-
+  ASSERT_NE(lan_->StartAgent("OTHER"), 0);
   EXPECT_EQ(SendEx("PC1", "PC7", "10.0.0.77"), (Lines{Attempt("PC7", 1230, 1), Warning("PC7")}));
   Run();
   // Once connected, every send goes through.
@@ -78,9 +74,9 @@ TEST_F(FrmClientTest, TheAddressIsWhereTheConnectionGoesWhileTheLogNamesTheHost)
 
 TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
   NewLan({"PC1", "PC7"});
+  Services("PC1", false);
   const std::size_t nMark = lan_->LogMark("PC1");
   Call("PC1", [](Agent& agent) {
-    agent.bActiveAgentServices = false;
     const Bytes image = HostInfoImage(agent, "PC1");
     agent.frmClient().SendMessageEx("PC7", "", image);
     Integer nPort = 0;
@@ -125,10 +121,10 @@ TEST_F(FrmClientTest, SendMessageUsesTheCallersPortUnlessAskedForTheAgentPort) {
     Call("PC1", [](Agent& agent) { Register(agent, "PC9"); });
     Integer nPort = c.nPortIn;
     for (int i = 0; i < 4; ++i) {
-      Lines expected;
-      if (c.attempts[i] != 0) expected.push_back(Attempt("PC9", c.attempts[i], 1));
-      expected.push_back(PortWarning(c.attempts[i] != 0 ? c.attempts[i] : nPort, 1));
-      EXPECT_EQ(SendMessage(nPort, c.bUseAgentPort), expected) << c.sCase << ", send " << i + 1;
+      const int nAttempt = c.attempts[i];
+      EXPECT_EQ(SendMessage(nPort, c.bUseAgentPort),
+                PortLines(nAttempt, nAttempt != 0 ? nAttempt : nPort, 1))
+          << c.sCase << ", send " << i + 1;
       EXPECT_EQ(Record("PC1", "PC9")->GetConnectTrials(), i % 3) << c.sCase;
       Run(kBroadcastPeriod);
     }
@@ -142,15 +138,12 @@ TEST_F(FrmClientTest, SendMessageNeverRegistersAHostAndSendsWithoutALine) {
   // none of them is ever connected when its send comes.
   NewLan({"PC1", "PC9"});
   Integer nPort = 0;
-  for (int nSocket = 1; nSocket <= 3; ++nSocket) {
-    EXPECT_EQ(SendMessage(nPort, false),
-              (Lines{Attempt("PC9", 1230, nSocket), PortWarning(1230, nSocket)}));
+  for (int nSocket = 1; nSocket <= 4; ++nSocket) {
+    EXPECT_EQ(SendMessage(nPort, nSocket == 4), PortLines(1230, 1230, nSocket));
+    EXPECT_EQ(Record("PC1", "PC9") != nullptr, nSocket == 4);
     Run();
   }
-  EXPECT_FALSE(Record("PC1", "PC9"));
-  // With the agent port the host is registered, and a connected send writes nothing.
-  EXPECT_EQ(SendMessage(nPort, true), (Lines{Attempt("PC9", 1230, 4), PortWarning(1230, 4)}));
-  Run();
+  // With the agent port the host was registered, and a connected send writes nothing.
   EXPECT_TRUE(SendMessage(nPort, true).empty());
   Run();
   EXPECT_EQ(HostInfoLines("PC9"), Lines{"HostInfoFrom=PC1"});
@@ -160,21 +153,35 @@ TEST_F(FrmClientTest, PositionsStopAt32767) {
   NewLan({"PC1"}, {"PC7"});
   Call("PC1", [](Agent& agent) {
     FrmClient& client = agent.frmClient();
-    Long lngLast = 0;
-    for (int i = 1; i <= 32767; ++i) lngLast = client.AddSocket();
-    EXPECT_EQ(lngLast, 32767);
-    EXPECT_TRUE(client.tcpClient().Exists(32767));
+    for (int i = 1; i < 32767; ++i) client.AddSocket();
+    EXPECT_EQ(client.AddSocket(), 32767);
     EXPECT_EQ(client.AddSocket(), 32768);
     EXPECT_FALSE(client.tcpClient().Exists(32768));
     EXPECT_EQ(client.tcpClient().UBound(), 32767);
   });
   // A new host gets a number with no socket behind it: the attempt is announced, then the
   // send ends without a warning, and every later send ends silently.
-  EXPECT_EQ(SendEx("PC1", "PC7"),
-            Lines{"Trying to connect to PC7 via port  1230 and Socket  32769"});
+  EXPECT_EQ(SendEx("PC1", "PC7"), Lines{Attempt("PC7", 1230, 32769)});
   EXPECT_EQ(Record("PC1", "PC7")->GetSocketIndex(), 32769);
   Run(kBroadcastPeriod);
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(SendEx("PC1", "PC7").empty()) << i;
+}
+
+// The registry's record per computer.
+TEST(ClsAgentInfo, ConnectTrialsKeepTheOldCountWhenTheNewOneDoesNotFitSixteenBits) {
+  const struct {
+    Long lngIn;
+    Integer nExpected;
+  } cases[] = {
+      {0, 0},     {2, 2},      {-1, -1},   {32767, 32767},  {-32768, -32768},
+      {32768, 1}, {-32769, 1}, {40000, 1}, {2147483647, 1}, {-2147483647 - 1, 1},
+  };
+  for (const auto& c : cases) {
+    clsAgentInfo objRecord;
+    objRecord.SetConnectTrials(1);
+    objRecord.SetConnectTrials(c.lngIn);
+    EXPECT_EQ(objRecord.GetConnectTrials(), c.nExpected) << "count " << c.lngIn;
+  }
 }
 
 }  // namespace

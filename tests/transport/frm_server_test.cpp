@@ -30,10 +30,7 @@ TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
 
 TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   ConnectedPair();
-  auto Services = [&](bool bOn) {
-    Call("PCB", [=](Agent& agent) { agent.bActiveAgentServices = bOn; });
-  };
-  Services(false);
+  Services("PCB", false);
   const std::size_t nMark = lan_->LogMark("PCB");
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
@@ -41,7 +38,7 @@ TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   Call("PCB", [](Agent& agent) { EXPECT_EQ(agent.agentHostInfo().GetAgentCount(), 0); });
 
   // Back on: the waiting bytes come with the next image, and the two read as one.
-  Services(true);
+  Services("PCB", true);
   SendEx("PCA", "PCB");
   Run();
   EXPECT_TRUE(HostInfoLines("PCB", nMark).empty());
@@ -51,16 +48,13 @@ TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   EXPECT_EQ(HostInfoLines("PCB", nMark), Lines{"HostInfoFrom=PCA"});
 
   // Bytes left waiting are not read once their sender has gone.
-  Services(false);
+  Services("PCB", false);
   SendEx("PCA", "PCB");
   Run();
   ASSERT_TRUE(lan_->Kill("PCA"));
   Run();
-  Services(true);
-  Call("PCB", [](Agent& agent) {
-    ASSERT_EQ(agent.frmServer().tcpServer().State(1), platform::kSckClosing);
-    agent.frmServer().tcpServer().OnDataArrival(1, 1);
-  });
+  Services("PCB", true);
+  ReadWaiting("PCB", true);
   EXPECT_EQ(HostInfoLines("PCB", nMark), Lines{"HostInfoFrom=PCA"});
 }
 
@@ -78,9 +72,9 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
                {"receiver inactive", true, false, 1, 0}};  // last: its bytes stay waiting
   for (const auto& c : cases) {
     ConnectedPair();
-    Call("PCA", [&](Agent& agent) { agent.bActiveAgentServices = c.bReceiverActive; });
+    Services("PCA", c.bReceiverActive);
+    Services("PCB", c.bSenderActive);
     Call("PCB", [&](Agent& agent) {
-      agent.bActiveAgentServices = c.bSenderActive;
       agent.frmServer().SendOutMessage(c.nIndex, HostInfoImage(agent, "PCB"));
     });
     Run();
@@ -89,11 +83,8 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
   // What waits on the outgoing connection is not read once the peer has closed it.
   ASSERT_TRUE(lan_->Kill("PCB"));
   Run();
-  Call("PCA", [](Agent& agent) {
-    agent.bActiveAgentServices = true;
-    ASSERT_EQ(agent.frmClient().tcpClient().State(1), platform::kSckClosing);
-    agent.frmClient().tcpClient().OnDataArrival(1, 1);
-  });
+  Services("PCA", true);
+  ReadWaiting("PCA", false);
   EXPECT_TRUE(HostInfoLines("PCA").empty());
 }
 
@@ -106,9 +97,7 @@ TEST_F(FrmServerTest, OnlyTheListenerAcceptsAndPositionsStopAt32767) {
     // Arrivals for positions that do not exist read nothing.
     for (const Long lngIndex : {3, -2, 70000}) sockets.OnDataArrival(lngIndex, 10);
     // Requests nobody made: each takes a position, and the accept itself fails.
-    for (Long i = 1; i <= 32767; ++i) sockets.OnConnectionRequest(0, i);
-    EXPECT_EQ(sockets.UBound(), 32767);
-    sockets.OnConnectionRequest(0, 40000);
+    for (Long i = 1; i <= 32768; ++i) sockets.OnConnectionRequest(0, i);
     EXPECT_EQ(agent.frmServer().AcceptedCount(), 32768);
     EXPECT_EQ(sockets.UBound(), 32767);
   });

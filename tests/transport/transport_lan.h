@@ -58,6 +58,18 @@ class TransportTest : public ::testing::Test {
   void Call(const std::string& sHost, const std::function<void(Agent&)>& fn) {
     EXPECT_TRUE(lan_->Call(sHost, fn)) << sHost;
   }
+  void Services(const std::string& sHost, bool bOn) {
+    Call(sHost, [=](Agent& agent) { agent.bActiveAgentServices = bOn; });
+  }
+  // A caller (not the agent) reads what waits on position 1 of sHost's client or server.
+  void ReadWaiting(const std::string& sHost, bool bServer) {
+    Call(sHost, [=](Agent& agent) {
+      platform::SocketArray& sockets =
+          bServer ? agent.frmServer().tcpServer() : agent.frmClient().tcpClient();
+      ASSERT_EQ(sockets.State(1), platform::kSckClosing);
+      sockets.OnDataArrival(1, 1);
+    });
+  }
   // One SendMessageEx from sFrom to sTo with sFrom's image; the log lines it wrote.
   Lines SendEx(const std::string& sFrom, const std::string& sTo, const std::string& sAddress = "") {
     const std::size_t nMark = lan_->LogMark(sFrom);
