@@ -46,16 +46,12 @@ TEST_F(UserListHelloTest, UserListImages) {
   auto objReceived = std::make_shared<clsMsgUserList>(*this);
   objReceived->SetUsers(4, "kept");  // beyond the count: left alone
   ASSERT_TRUE(objReceived->SetObjectData(objSent->GetObjectData()));
-  EXPECT_EQ(objReceived->GetUserCnt(), 2);
-  EXPECT_EQ(objReceived->GetUsers(2), "Bob Öst");
-  EXPECT_EQ(objReceived->GetUsers(4), "kept");
   EXPECT_EQ(objReceived->GetObjectData(), objSent->GetObjectData());
+  EXPECT_EQ(objReceived->GetUsers(4), "kept");
 
   // Positions up to the count that the image lacks read as empty text.
   ASSERT_TRUE(obj->SetObjectData(ImageOf("MsgType=5\nnUserCnt=3\nUser_1=anna\n")));
-  EXPECT_EQ(obj->GetUsers(1), "anna");
-  EXPECT_EQ(obj->GetUsers(3), "");
-  EXPECT_EQ(obj->GetUsers(4), "0");
+  EXPECT_EQ(obj->GetUsers(1) + "," + obj->GetUsers(3) + "," + obj->GetUsers(4), "anna,,0");
 }
 
 TEST_F(UserListHelloTest, UsersArrayGrowsOnDemand) {
@@ -65,7 +61,7 @@ TEST_F(UserListHelloTest, UsersArrayGrowsOnDemand) {
   obj.SetUsers(-1, "nobody");
   obj.SetUsers(2, "bob");  // inside the array: keeps the rest
   const std::vector<std::string> expected = {"", "", "bob", "", "", "eve", "0"};
-  for (Integer k = -1; k <= 6; ++k) EXPECT_EQ(obj.GetUsers(k), k < 0 ? "0" : expected[k]) << k;
+  for (Integer k = -1; k <= 6; ++k) EXPECT_EQ(obj.GetUsers(k), expected[k < 0 ? 6 : k]) << k;
   EXPECT_EQ(obj.GetUserCnt(), 0);  // the count is set apart
 }
 
@@ -95,11 +91,9 @@ TEST_F(UserListHelloTest, HelloImage) {
   EXPECT_EQ(Show(objSent->GetObjectData()).substr(0, 10), "msgtype=6\n");
   EXPECT_EQ(Body(objSent->GetObjectData()), "nhello=7\nsvarnohost=ALPHA\n");  // bare: no blank
   auto objReceived = std::make_shared<clsMsgHello>(*this);
-  EXPECT_EQ(objReceived->GetHello(), 0);
-  EXPECT_EQ(objReceived->GetVarnoHost(), "");
+  EXPECT_EQ(Body(objReceived->GetObjectData()), "nhello=0\nsvarnohost=\n");
   ASSERT_TRUE(objReceived->SetObjectData(objSent->GetObjectData()));
-  EXPECT_EQ(objReceived->GetHello(), 7);
-  EXPECT_EQ(objReceived->GetVarnoHost(), "ALPHA");
+  EXPECT_EQ(objReceived->GetObjectData(), objSent->GetObjectData());
 }
 
 TEST_F(UserListHelloTest, Change) {

@@ -5,7 +5,6 @@
 #include <limits>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -14,11 +13,10 @@ namespace {
 
 TEST(TextFormsTest, WholeNumbersAndFlags) {
   EXPECT_EQ(BareForm(4) + BareForm(-3) + BareForm(0), "4-30");
-  EXPECT_EQ(SignedForm(Integer{1230}), " 1230");
-  EXPECT_EQ(SignedForm(Integer{0}), " 0");
-  EXPECT_EQ(SignedForm(Integer{-3}), "-3");
-  EXPECT_EQ(SignedForm(Long{-2147483647 - 1}), "-2147483648");
-  EXPECT_EQ(SignedForm(std::int64_t{40000}), " 40000");
+  EXPECT_EQ(SignedForm(Integer{1230}) + SignedForm(Integer{0}) + SignedForm(Integer{-3}),
+            " 1230 0-3");
+  EXPECT_EQ(SignedForm(Long{-2147483647 - 1}) + SignedForm(std::int64_t{40000}),
+            "-2147483648 40000");
   EXPECT_EQ(FlagForm(true) + FlagForm(false), "TrueFalse");
 }
 
@@ -105,13 +103,14 @@ TEST(TextFormsTest, WholeNumberFieldsRoundHalfToEven) {
 }
 
 TEST(TextFormsTest, SingleFields) {
-  EXPECT_EQ(ReadSingle(" .7055475"), 0.7055475f);
-  EXPECT_EQ(ReadSingle(" 0"), 0.0f);
-  EXPECT_EQ(ReadSingle("3.4028235E+38"), std::numeric_limits<Single>::max());
-  EXPECT_EQ(ReadSingle("-3.4028235E+38"), -std::numeric_limits<Single>::max());
-  EXPECT_EQ(ReadSingle("3.5E+38"), std::nullopt);
-  EXPECT_EQ(ReadSingle("1E+300"), std::nullopt);
-  EXPECT_EQ(ReadSingle("1E-50"), 0.0f);
+  constexpr Single kMax = std::numeric_limits<Single>::max();
+  const std::vector<std::pair<const char*, std::optional<Single>>> cases = {
+      {" .7055475", 0.7055475f}, {" 0", 0.0f},
+      {"3.4028235E+38", kMax},   {"-3.4028235E+38", -kMax},
+      {"3.5E+38", std::nullopt}, {"1E+300", std::nullopt},
+      {"1E-50", 0.0f},
+  };
+  for (const auto& [szText, sgl] : cases) EXPECT_EQ(ReadSingle(szText), sgl) << szText;
   // Seven digits bring back the text, if not always every bit.
   const auto sgl = ReadSingle(" 5.960464E-08");
   ASSERT_TRUE(sgl.has_value());

@@ -14,20 +14,14 @@ namespace {
 void Put(Bytes& b, std::size_t at, std::uint32_t n, int nBytes = 4) {
   for (int k = 0; k < nBytes; ++k) b[at + k] = static_cast<std::uint8_t>(n >> (8 * k));
 }
-
 Bytes Patched(Bytes b, std::size_t at, std::uint32_t n, int nBytes = 4) {
   Put(b, at, n, nBytes);
   return b;
 }
-Bytes Recounted(Bytes b) { return Patched(b, 4, static_cast<std::uint32_t>(b.size())); }
-Bytes Cat(Bytes a, const Bytes& b) {
+// a then b; bRecount: with the length field counting both.
+Bytes Cat(Bytes a, const Bytes& b, bool bRecount = false) {
   a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-
-std::uint32_t Get32(const Bytes& b, std::size_t at) {
-  return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) |
-         (static_cast<std::uint32_t>(b[at + 3]) << 24);
+  return bRecount ? Patched(a, 4, static_cast<std::uint32_t>(a.size())) : a;
 }
 
 // Images built entry by entry from raw UTF-16 units, apart from the bag's writer, so the
@@ -59,8 +53,7 @@ Bytes RawImage(const std::vector<RawEntry>& entries) {
       h = ((h << 13) | (h >> 19)) ^ ((c >= u'A' && c <= u'Z') ? c + 32 : c);
       Put(b, nLast + 12 + 2 * k, c, 2);
     }
-    Put(b, nLast, e.nType, 2);
-    Put(b, nLast + 2, static_cast<std::uint32_t>(e.sName.size()), 2);
+    Put(b, nLast, e.nType | static_cast<std::uint32_t>(e.sName.size()) << 16);  // type, name size
     Put(b, nLast + 4, h);
     Put(b, nLast + 8, static_cast<std::uint32_t>(nPadded));
     std::copy(e.value.begin(), e.value.end(), b.begin() + nLast + 12 + 2 * e.sName.size());
@@ -81,16 +74,12 @@ TEST(PropertyBagTest, TestVectorAndHashes) {
                           0x02, 0x00, 0x00, 0x00, 0x4E, 0x00, 0x31, 0x00};
   ASSERT_GE(image.size(), 8 + expected.size());
   EXPECT_EQ(Bytes(image.begin() + 8, image.begin() + 8 + 28), expected);
-  EXPECT_EQ(Get32(image, 4), image.size());
+  EXPECT_EQ(Patched(image, 4, image.size()), image);  // the length field holds the size
   for (const char* sz : {"key1", "KEY1"}) EXPECT_EQ(PropertyBag::NameHash(sz), 0x940F15B0u);
   for (const char* sz : {"_extentx", "_ExtentX"}) EXPECT_EQ(PropertyBag::NameHash(sz), 0x4757F20Bu);
 }
 
 TEST(PropertyBagTest, ReadsBackWhatWasWrittenIgnoringCase) {
-  static constexpr PropertyBag::Key kMsgId{"sglMsgId"};
-  static constexpr PropertyBag::Key kMissing{"sglMsgIdX"};
-  static constexpr PropertyBag::Key kLong{"a_name_longer_than_thirty_two_units_x"};
-  static constexpr PropertyBag::Key kAccented{"cl\xC3\xA9"};
   PropertyBag writer;
   writer.WriteProperty("sglMsgID", " .7055475");
   writer.WriteProperty("sHostName", "PC7");
@@ -100,21 +89,22 @@ TEST(PropertyBagTest, ReadsBackWhatWasWrittenIgnoringCase) {
   writer.WriteProperty("cl\xC3\xA9", "accented");
   PropertyBag reader;
   ASSERT_TRUE(reader.SetContents(writer.Contents()));
-  // A fixed key's lookup, and that a failed one leaves the text alone.
+  // By fixed key: a failed lookup leaves the text alone.
   const auto Find = [](const PropertyBag& bag, const PropertyBag::Key& key) {
     std::string sValue = "untouched";
     return bag.FindText(key, sValue) ? sValue : "not found, " + sValue;
   };
+  static constexpr PropertyBag::Key kMsgId{"sglMsgId"}, kMissing{"sglMsgIdX"},
+      kLong{"a_name_longer_than_thirty_two_units_x"}, kAccented{"cl\xC3\xA9"};
   for (const PropertyBag* pBag : {&writer, &reader}) {
     EXPECT_EQ(pBag->ReadProperty("SGLMSGID"), " .7055475");
     EXPECT_EQ(pBag->ReadProperty("shostname"), "PC7");  // the first of that name wins
     EXPECT_EQ(pBag->ReadProperty("sUserName"), "");
     EXPECT_EQ(pBag->ReadProperty("sUser"), std::nullopt);
     EXPECT_EQ(pBag->ReadProperty(""), std::nullopt);
-    EXPECT_EQ(Find(*pBag, kMissing), "not found, untouched");
-    EXPECT_EQ(Find(*pBag, kMsgId), " .7055475");
-    EXPECT_EQ(Find(*pBag, kLong), "long");
-    EXPECT_EQ(Find(*pBag, kAccented), "accented");
+    EXPECT_EQ(
+        Find(*pBag, kMissing) + Find(*pBag, kMsgId) + Find(*pBag, kLong) + Find(*pBag, kAccented),
+        "not found, untouched .7055475longaccented");
   }
   ASSERT_EQ(reader.Count(), 6u);
   EXPECT_EQ(reader.Entries()[0].sName, "sglmsgid");  // stored lower-cased
@@ -122,16 +112,15 @@ TEST(PropertyBagTest, ReadsBackWhatWasWrittenIgnoringCase) {
 
   // Names stored with capitals are found too, by text and by fixed key.
   ASSERT_TRUE(reader.SetContents(RawImage({Text(u"sglMsgID", u" .25")})));
-  EXPECT_EQ(Find(reader, kMsgId), " .25");
-  EXPECT_EQ(reader.ReadProperty("sglmsgid"), " .25");
-
+  EXPECT_EQ(Find(reader, kMsgId) + reader.ReadProperty("sglmsgid").value_or("none"), " .25 .25");
   // Loading from its own image, then writing on, keeps a valid image.
   ASSERT_TRUE(reader.SetContents(reader.ContentsRef()));
   reader.WriteProperty("extra", "1");
   ASSERT_TRUE(writer.SetContents(reader.Contents()));
   EXPECT_EQ(writer.Count(), 2u);
-  EXPECT_EQ(writer.ReadProperty("EXTRA"), "1");
-  EXPECT_EQ(writer.ReadProperty("sglMsgId"), " .25");
+  EXPECT_EQ(
+      writer.ReadProperty("EXTRA").value_or("none") + writer.ReadProperty("sglMsgId").value_or(""),
+      "1 .25");
 }
 
 TEST(PropertyBagTest, TextIsUtf16OnTheWireAndUtf8InTheProgram) {
@@ -140,9 +129,8 @@ TEST(PropertyBagTest, TextIsUtf16OnTheWireAndUtf8InTheProgram) {
   bag.WriteProperty("v", sValue);
   bag.WriteProperty("w", "a\377b\303");  // not UTF-8
   const Bytes b = bag.Contents();
-  ASSERT_EQ(Get32(b, 8 + 14), 10u);  // 10 units: 12 + 2 (name) + 4 + 2 * 10 = 38 -> 40
-  // ü, then the surrogate pair of U+1D11E.
-  EXPECT_EQ(b[8 + 18 + 4], 0xFC);
+  // 10 units, ü among them, then the surrogate pair of U+1D11E; 12 + 2 + 4 + 2 * 10 = 38 -> 40.
+  EXPECT_EQ(Bytes(b.begin() + 22, b.begin() + 32), (Bytes{10, 0, 0, 0, 'G', 0, 'r', 0, 0xFC, 0}));
   EXPECT_EQ(Bytes(b.begin() + 42, b.begin() + 46), (Bytes{0x34, 0xD8, 0x1E, 0xDD}));
   PropertyBag reader;
   ASSERT_TRUE(reader.SetContents(b));
@@ -166,21 +154,22 @@ TEST(PropertyBagTest, TextIsUtf16OnTheWireAndUtf8InTheProgram) {
 }
 
 TEST(PropertyBagTest, OtherValueTypesReadAsText) {
-  const std::vector<std::pair<RawEntry, std::optional<std::string>>> cases = {
-      {{u"n", {0xFB, 0xFF}, 2}, "-5"},
-      {{u"n", {0xCE, 0x04}, 2}, "1230"},
-      {{u"n", {0x70, 0x11, 0x01, 0x00}, 3}, "70000"},
-      {{u"n", {0x00, 0x00, 0x00, 0x80}, 3}, "-2147483648"},
-      {{u"n", {0xFF, 0xFF}, 11}, "True"},
-      {{u"n", {0x00, 0x00}, 11}, "False"},
-      {{u"n", {0x01, 0x00}, 11}, std::nullopt},  // a flag is all bits or none
+  const std::vector<std::pair<RawEntry, std::string>> cases = {
+      {{u"n", {0xFB, 0xFF}, 2}, "-5x"},
+      {{u"n", {0xCE, 0x04}, 2}, "1230x"},
+      {{u"n", {0x70, 0x11, 0x01, 0x00}, 3}, "70000x"},
+      {{u"n", {0x00, 0x00, 0x00, 0x80}, 3}, "-2147483648x"},
+      {{u"n", {0xFF, 0xFF}, 11}, "Truex"},
+      {{u"n", {0x00, 0x00}, 11}, "Falsex"},
+      {{u"n", {0x01, 0x00}, 11}, "not an image"},  // a flag is all bits or none
   };
   for (const auto& [entry, sExpected] : cases) {
     PropertyBag bag;
-    ASSERT_EQ(bag.SetContents(RawImage({entry, Text(u"t", u"x")})), sExpected.has_value());
-    if (!sExpected) continue;
-    EXPECT_EQ(bag.ReadProperty("N"), sExpected);
-    EXPECT_EQ(bag.ReadProperty("t"), "x");
+    // Shown with the text entry after it, "x": that is read as well.
+    EXPECT_EQ(bag.SetContents(RawImage({entry, Text(u"t", u"x")}))
+                  ? bag.ReadProperty("N").value_or("none") + bag.ReadProperty("t").value_or("none")
+                  : "not an image",
+              sExpected);
   }
 }
 
@@ -191,9 +180,9 @@ TEST(PropertyBagTest, EveryBrokenRuleIsNotAnImage) {
   ASSERT_TRUE(PropertyBag().SetContents(good));
   const std::vector<std::pair<const char*, Bytes>> cases = {
       {"trailing byte", Cat(good, {0})},
-      {"trailing byte, length counting it", Recounted(Cat(good, {0}))},
+      {"trailing byte, length counting it", Cat(good, {0}, true)},
       {"two images", Cat(good, good)},
-      {"two images, length of both", Recounted(Cat(good, good))},
+      {"two images, length of both", Cat(good, good, true)},
       {"bad magic", Patched(good, 0, 0x94, 1)},
       {"magic high bytes", Patched(good, 3, 1, 1)},
       {"length too small", Patched(good, 4, 59)},
@@ -209,7 +198,7 @@ TEST(PropertyBagTest, EveryBrokenRuleIsNotAnImage) {
       {"text longer by one unit", Patched(good, 28, 3)},
       {"text shorter by one unit", Patched(good, 50, 1)},
       {"padding not zero", Patched(good, 59, 1, 1)},
-      {"entry header cut", Recounted(Bytes(good.begin(), good.begin() + 8 + 28 + 8))},
+      {"entry header cut", Cat(Bytes(good.begin(), good.begin() + 8 + 28 + 8), {}, true)},
   };
   for (const auto& [szWhat, b] : cases) {
     PropertyBag bag;
@@ -217,7 +206,6 @@ TEST(PropertyBagTest, EveryBrokenRuleIsNotAnImage) {
     EXPECT_FALSE(bag.SetContents(b)) << szWhat;
     // A rejected image leaves the bag empty.
     EXPECT_EQ(bag.Count(), 0u) << szWhat;
-    EXPECT_EQ(bag.ReadProperty("before"), std::nullopt) << szWhat;
     EXPECT_EQ(bag.Contents(), PropertyBag().Contents()) << szWhat;
   }
   for (std::size_t n = 0; n < good.size(); ++n) {
