@@ -51,16 +51,15 @@ FrmClient::~FrmClient() {
   for (Long i = 1; i <= lngLast; ++i) tcpClient_->Close(i);
 }
 
-void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& sIPAddress,
-                              const Bytes& byteArray) {
-  if (!agent_.bActiveAgentServices || !tcpClient_) return;
+// The steps both sends share: find or make the host's socket and start a new attempt
+// where the trial cycle calls for one. With bUseAgentPort the port is the registry's and
+// steps through the agent ports; without it the caller's port is tried again. nullopt
+// when the send ends here.
+std::optional<Long> FrmClient::PrepareSocket(const std::string& sHostName,
+                                             const std::string& sTarget, Integer& nPort,
+                                             bool bUseAgentPort) {
   AgentHostInfo& registry = agent_.agentHostInfo();
-
-  Integer nPort = 0;
   Long lngAgentIndex = 0;
-  registry.GetAgentPort(sHostName, nPort, lngAgentIndex);
-  // The address, when known, is where the connection goes; the logs always name the host.
-  const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
   Long lngSocket = 0;
   registry.GetAgentSocketIndex(sHostName, lngSocket, lngAgentIndex);
 
@@ -70,31 +69,46 @@ void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& s
     registry.SetAgentConnectTrials(sHostName, 0);
     agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
     // A position the table cannot hold ends the send here.
-    if (!FitsPosition(lngSocket)) return;
+    if (!FitsPosition(lngSocket)) return std::nullopt;
     ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
-    registry.SetAgentPort(sHostName, nPort);
+    if (bUseAgentPort) registry.SetAgentPort(sHostName, nPort);
   } else if (IsSocketDisconnected(lngSocket)) {
     Integer nTrials = 0;
     registry.GetAgentConnectTrials(sHostName, nTrials);
     if (nTrials <= 1) {
       registry.SetAgentConnectTrials(sHostName, static_cast<Long>(nTrials) + 1);
     } else {
-      // Third send in a row that found it down: a fresh attempt on the next port.
+      // Third send in a row that found it down: a fresh attempt, on the next port.
+      if (bUseAgentPort) {
+        Launcher::NextAgentPort(nPort);
+        registry.SetAgentPort(sHostName, nPort);
+      }
       registry.SetAgentConnectTrials(sHostName, 0);
-      Launcher::NextAgentPort(nPort);
-      registry.SetAgentPort(sHostName, nPort);
       agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
-      if (!FitsPosition(lngSocket)) return;
+      if (!FitsPosition(lngSocket)) return std::nullopt;
       CloseSocket(static_cast<Integer>(lngSocket));
       ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
     }
   }
+  return lngSocket;
+}
 
-  const std::optional<Integer> nState = tcpClient_->State(lngSocket);
+void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& sIPAddress,
+                              const Bytes& byteArray) {
+  if (!agent_.bActiveAgentServices || !tcpClient_) return;
+  Integer nPort = 0;
+  Long lngAgentIndex = 0;
+  agent_.agentHostInfo().GetAgentPort(sHostName, nPort, lngAgentIndex);
+  // The address, when known, is where the connection goes; the logs always name the host.
+  const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
+  const std::optional<Long> lngSocket = PrepareSocket(sHostName, sTarget, nPort, true);
+  if (!lngSocket) return;
+
+  const std::optional<Integer> nState = tcpClient_->State(*lngSocket);
   if (!nState) return;  // a socket that cannot be asked ends the send silently
   if (*nState == platform::kSckConnected) {
     // One unframed send: the image is the whole message.
-    if (!tcpClient_->SendData(lngSocket, byteArray)) return;
+    if (!tcpClient_->SendData(*lngSocket, byteArray)) return;
     agent_.LogActivity("Connected to host " + sHostName, 5);
   } else {
     // The image is not kept: the next broadcast carries a fresh one.
@@ -105,53 +119,24 @@ void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& s
 void FrmClient::SendMessage(const std::string& sHostName, const std::string& sIPAddress,
                             Integer& nPort, const Bytes& byteArray, bool bUseAgentPort) {
   if (!agent_.bActiveAgentServices || !tcpClient_) return;
-  AgentHostInfo& registry = agent_.agentHostInfo();
-
-  Long lngAgentIndex = 0;
   if (bUseAgentPort) {
-    registry.GetAgentPort(sHostName, nPort, lngAgentIndex);
+    Long lngAgentIndex = 0;
+    agent_.agentHostInfo().GetAgentPort(sHostName, nPort, lngAgentIndex);
   } else if (nPort == 0) {
     nPort = Launcher::GetDefaultAgentPort();
   }
   const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
-  Long lngSocket = 0;
-  registry.GetAgentSocketIndex(sHostName, lngSocket, lngAgentIndex);
+  const std::optional<Long> lngSocket = PrepareSocket(sHostName, sTarget, nPort, bUseAgentPort);
+  if (!lngSocket) return;
 
-  if (lngSocket <= 0) {
-    lngSocket = AddSocket();
-    registry.SetAgentSocketIndex(sHostName, lngSocket);
-    registry.SetAgentConnectTrials(sHostName, 0);
-    agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
-    if (!FitsPosition(lngSocket)) return;
-    ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
-    if (bUseAgentPort) registry.SetAgentPort(sHostName, nPort);
-  } else if (IsSocketDisconnected(lngSocket)) {
-    Integer nTrials = 0;
-    registry.GetAgentConnectTrials(sHostName, nTrials);
-    if (nTrials <= 1) {
-      registry.SetAgentConnectTrials(sHostName, static_cast<Long>(nTrials) + 1);
-    } else {
-      // Without the agent port the caller's port is tried again.
-      if (bUseAgentPort) {
-        Launcher::NextAgentPort(nPort);
-        registry.SetAgentPort(sHostName, nPort);
-      }
-      registry.SetAgentConnectTrials(sHostName, 0);
-      agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
-      if (!FitsPosition(lngSocket)) return;
-      CloseSocket(static_cast<Integer>(lngSocket));
-      ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
-    }
-  }
-
-  const std::optional<Integer> nState = tcpClient_->State(lngSocket);
+  const std::optional<Integer> nState = tcpClient_->State(*lngSocket);
   if (!nState) return;
   if (*nState == platform::kSckConnected) {
-    tcpClient_->SendData(lngSocket, byteArray);
+    tcpClient_->SendData(*lngSocket, byteArray);
   } else {
     agent_.LogActivity("WARNING: No connection to host " + sHostName + " via port " +
                            text_forms::SignedForm(std::int64_t{nPort}) + " and Socket " +
-                           text_forms::SignedForm(std::int64_t{lngSocket}),
+                           text_forms::SignedForm(std::int64_t{*lngSocket}),
                        5);
   }
 }

@@ -2,6 +2,7 @@
 // The agent's sending side: one outgoing connection per computer, opened on first use
 // and re-opened on the next agent port when it stays down.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/services.h"
@@ -31,6 +32,8 @@ class FrmClient {
   bool IsSocketDisconnected(Long lngIndex);
 
  private:
+  std::optional<Long> PrepareSocket(const std::string& sHostName, const std::string& sTarget,
+                                    Integer& nPort, bool bUseAgentPort);
   void tcpClient_DataArrival(Integer Index, Long bytesTotal);
 
   Agent& agent_;
