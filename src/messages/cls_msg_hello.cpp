@@ -14,7 +14,7 @@ constexpr message_image::Key kVarnoHost{"sVarnoHost"};
 
 }  // namespace
 
-clsMsgHello::clsMsgHello(MessageContext& ctx) : clsMsg(InterfaceOnly{}), m_objEnvelope(ctx) {}
+clsMsgHello::clsMsgHello(MessageContext& ctx) : clsMsgConcrete(ctx) {}
 
 clsMsgHello::~clsMsgHello() = default;
 
@@ -38,38 +38,9 @@ bool clsMsgHello::SetObjectData(const Bytes& byteArray) {
   return true;
 }
 
-Long clsMsgHello::GetMsgType(const Bytes& byteArray) { return m_objEnvelope.GetMsgType(byteArray); }
-
-Single clsMsgHello::GetMsgID() { return m_objEnvelope.GetMsgID(); }
-
-void clsMsgHello::SetMsgID(Single sglMsgIDIn) { m_objEnvelope.SetMsgID(sglMsgIDIn); }
-
-Single clsMsgHello::GetMsgReferenceID() { return m_objEnvelope.GetMsgReferenceID(); }
-
-void clsMsgHello::SetMsgReferenceID(Single sglMsgReferenceIDIn) {
-  m_objEnvelope.SetMsgReferenceID(sglMsgReferenceIDIn);
-}
-
-std::string clsMsgHello::GetReturnAddress() { return m_objEnvelope.GetReturnAddress(); }
-
-void clsMsgHello::SetReturnAddress(const std::string& sReturnAddressIn) {
-  m_objEnvelope.SetReturnAddress(sReturnAddressIn);
-}
-
-bool clsMsgHello::StringToBoolean(const std::string& sVal) {
-  return m_objEnvelope.StringToBoolean(sVal);
-}
-
-std::shared_ptr<clsMsg> clsMsgHello::Clone() { return Self(); }
-
-bool clsMsgHello::Change(const std::shared_ptr<clsMsg>& /*objIn*/) { return false; }
-
 bool clsMsgHello::ChangeHello(const std::shared_ptr<clsMsg>& obj) {
   const auto objIn = std::dynamic_pointer_cast<clsMsgHello>(obj);
   if (!objIn) return false;
   return m_nHello != objIn->m_nHello || m_sVarnoHost != objIn->m_sVarnoHost;
 }
-
-std::string clsMsgHello::GetMsgIDText() { return text_forms::DecimalText(GetMsgID()); }
-
 }  // namespace launchagent

@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 
-#include "messages/cls_msg.h"
+#include "messages/cls_msg_concrete.h"
 
 namespace launchagent {
 
-class clsMsgHello : public clsMsg {
+class clsMsgHello : public clsMsgConcrete {
  public:
   static constexpr Integer kMsgType = kMsgTypeHello;
 
@@ -21,21 +21,10 @@ class clsMsgHello : public clsMsg {
   // The interface.
   Bytes GetObjectData() override;
   bool SetObjectData(const Bytes& byteArray) override;
-  Long GetMsgType(const Bytes& byteArray) override;
-  Single GetMsgID() override;
-  void SetMsgID(Single sglMsgIDIn) override;
-  Single GetMsgReferenceID() override;
-  void SetMsgReferenceID(Single sglMsgReferenceIDIn) override;
-  std::string GetReturnAddress() override;
-  void SetReturnAddress(const std::string& sReturnAddressIn) override;
-  bool StringToBoolean(const std::string& sVal) override;
-  std::shared_ptr<clsMsg> Clone() override;                    // the object itself
-  bool Change(const std::shared_ptr<clsMsg>& objIn) override;  // always false
 
   // True when obj is a hello message whose number or host text differs (letter case
   // counts).
   bool ChangeHello(const std::shared_ptr<clsMsg>& obj);
-  std::string GetMsgIDText();
 
   Integer GetHello() const { return m_nHello; }
   void SetHello(Integer nHelloIn) { m_nHello = nHelloIn; }
@@ -43,7 +32,6 @@ class clsMsgHello : public clsMsg {
   void SetVarnoHost(const std::string& sVarnoHostIn) { m_sVarnoHost = sVarnoHostIn; }
 
  private:
-  clsMsg m_objEnvelope;
   Integer m_nHello = 0;
   std::string m_sVarnoHost;
 };

@@ -33,7 +33,7 @@ std::string LowerCase(std::string s) {
 
 }  // namespace
 
-clsMsgHostInfo::clsMsgHostInfo(MessageContext& ctx) : clsMsg(InterfaceOnly{}), m_objEnvelope(ctx) {}
+clsMsgHostInfo::clsMsgHostInfo(MessageContext& ctx) : clsMsgConcrete(ctx) {}
 
 clsMsgHostInfo::~clsMsgHostInfo() = default;
 
@@ -92,34 +92,6 @@ bool clsMsgHostInfo::SetObjectData(const Bytes& byteArray) {
   return true;
 }
 
-Long clsMsgHostInfo::GetMsgType(const Bytes& byteArray) {
-  return m_objEnvelope.GetMsgType(byteArray);
-}
-
-Single clsMsgHostInfo::GetMsgID() { return m_objEnvelope.GetMsgID(); }
-
-void clsMsgHostInfo::SetMsgID(Single sglMsgIDIn) { m_objEnvelope.SetMsgID(sglMsgIDIn); }
-
-Single clsMsgHostInfo::GetMsgReferenceID() { return m_objEnvelope.GetMsgReferenceID(); }
-
-void clsMsgHostInfo::SetMsgReferenceID(Single sglMsgReferenceIDIn) {
-  m_objEnvelope.SetMsgReferenceID(sglMsgReferenceIDIn);
-}
-
-std::string clsMsgHostInfo::GetReturnAddress() { return m_objEnvelope.GetReturnAddress(); }
-
-void clsMsgHostInfo::SetReturnAddress(const std::string& sReturnAddressIn) {
-  m_objEnvelope.SetReturnAddress(sReturnAddressIn);
-}
-
-bool clsMsgHostInfo::StringToBoolean(const std::string& sVal) {
-  return m_objEnvelope.StringToBoolean(sVal);
-}
-
-std::shared_ptr<clsMsg> clsMsgHostInfo::Clone() { return Self(); }
-
-bool clsMsgHostInfo::Change(const std::shared_ptr<clsMsg>& /*objIn*/) { return false; }
-
 bool clsMsgHostInfo::ChangeHostInfo(const std::shared_ptr<clsMsg>& obj) {
   const auto objIn = std::dynamic_pointer_cast<clsMsgHostInfo>(obj);
   if (!objIn) return false;
@@ -133,7 +105,4 @@ bool clsMsgHostInfo::ChangeHostInfo(const std::shared_ptr<clsMsg>& obj) {
          m_bProvideJobs != objIn->m_bProvideJobs || m_bInternetReady != objIn->m_bInternetReady ||
          m_bIndexing != objIn->m_bIndexing || m_dtDateReceived != objIn->m_dtDateReceived;
 }
-
-std::string clsMsgHostInfo::GetMsgIDText() { return text_forms::DecimalText(GetMsgID()); }
-
 }  // namespace launchagent

@@ -9,13 +9,13 @@
 #include <memory>
 #include <string>
 
-#include "messages/cls_msg.h"
+#include "messages/cls_msg_concrete.h"
 #include "messages/cls_msg_user_list.h"
 #include "platform/date_time.h"
 
 namespace launchagent {
 
-class clsMsgHostInfo : public clsMsg {
+class clsMsgHostInfo : public clsMsgConcrete {
  public:
   static constexpr Integer kMsgType = kMsgTypeHostInfo;
 
@@ -27,23 +27,11 @@ class clsMsgHostInfo : public clsMsg {
   // True when the image is a host information image and was read whole. Another type
   // changes nothing; a failure part-way keeps the fields read before it.
   bool SetObjectData(const Bytes& byteArray) override;
-  Long GetMsgType(const Bytes& byteArray) override;
-  Single GetMsgID() override;
-  void SetMsgID(Single sglMsgIDIn) override;
-  Single GetMsgReferenceID() override;
-  void SetMsgReferenceID(Single sglMsgReferenceIDIn) override;
-  std::string GetReturnAddress() override;
-  void SetReturnAddress(const std::string& sReturnAddressIn) override;
-  bool StringToBoolean(const std::string& sVal) override;
-  std::shared_ptr<clsMsg> Clone() override;                    // the object itself
-  bool Change(const std::shared_ptr<clsMsg>& objIn) override;  // always false
 
   // The class's own Change: true when obj is a host information message that differs
   // in host name (letter case ignored), IP address, application path, user name, local
   // port, a service flag, internet ready, indexing or date received.
   bool ChangeHostInfo(const std::shared_ptr<clsMsg>& obj);
-  // The identifier as decimal text.
-  std::string GetMsgIDText();
 
   std::string GetHostName() const { return m_sHostName; }
   void SetHostName(const std::string& sHostNameIn) { m_sHostName = sHostNameIn; }
@@ -80,7 +68,6 @@ class clsMsgHostInfo : public clsMsg {
   void SetMsgUL(std::shared_ptr<clsMsgUserList> clsMsgULIn) { m_objMsgUL = std::move(clsMsgULIn); }
 
  private:
-  clsMsg m_objEnvelope;
   std::string m_sHostName;
   std::string m_sUserName;
   bool m_bIndexing = false;

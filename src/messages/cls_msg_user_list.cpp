@@ -15,7 +15,7 @@ std::string UserKey(Integer nIndex) { return "User_" + text_forms::BareForm(nInd
 
 }  // namespace
 
-clsMsgUserList::clsMsgUserList(MessageContext& ctx) : clsMsg(InterfaceOnly{}), m_objEnvelope(ctx) {}
+clsMsgUserList::clsMsgUserList(MessageContext& ctx) : clsMsgConcrete(ctx) {}
 
 clsMsgUserList::~clsMsgUserList() = default;
 
@@ -48,34 +48,6 @@ bool clsMsgUserList::SetObjectData(const Bytes& byteArray) {
   return true;
 }
 
-Long clsMsgUserList::GetMsgType(const Bytes& byteArray) {
-  return m_objEnvelope.GetMsgType(byteArray);
-}
-
-Single clsMsgUserList::GetMsgID() { return m_objEnvelope.GetMsgID(); }
-
-void clsMsgUserList::SetMsgID(Single sglMsgIDIn) { m_objEnvelope.SetMsgID(sglMsgIDIn); }
-
-Single clsMsgUserList::GetMsgReferenceID() { return m_objEnvelope.GetMsgReferenceID(); }
-
-void clsMsgUserList::SetMsgReferenceID(Single sglMsgReferenceIDIn) {
-  m_objEnvelope.SetMsgReferenceID(sglMsgReferenceIDIn);
-}
-
-std::string clsMsgUserList::GetReturnAddress() { return m_objEnvelope.GetReturnAddress(); }
-
-void clsMsgUserList::SetReturnAddress(const std::string& sReturnAddressIn) {
-  m_objEnvelope.SetReturnAddress(sReturnAddressIn);
-}
-
-bool clsMsgUserList::StringToBoolean(const std::string& sVal) {
-  return m_objEnvelope.StringToBoolean(sVal);
-}
-
-std::shared_ptr<clsMsg> clsMsgUserList::Clone() { return Self(); }
-
-bool clsMsgUserList::Change(const std::shared_ptr<clsMsg>& /*objIn*/) { return false; }
-
 bool clsMsgUserList::ChangeUserList(const std::shared_ptr<clsMsg>& obj) {
   const auto objIn = std::dynamic_pointer_cast<clsMsgUserList>(obj);
   if (!objIn) return false;
@@ -86,9 +58,6 @@ bool clsMsgUserList::ChangeUserList(const std::shared_ptr<clsMsg>& obj) {
   }
   return false;
 }
-
-std::string clsMsgUserList::GetMsgIDText() { return text_forms::DecimalText(GetMsgID()); }
-
 std::string clsMsgUserList::GetUsers(Integer nIndex) const {
   if (!m_colUsers || nIndex < 0 || static_cast<std::size_t>(nIndex) >= m_colUsers->size()) {
     return "0";

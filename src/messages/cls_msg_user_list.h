@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "messages/cls_msg.h"
+#include "messages/cls_msg_concrete.h"
 
 namespace launchagent {
 
-class clsMsgUserList : public clsMsg {
+class clsMsgUserList : public clsMsgConcrete {
  public:
   static constexpr Integer kMsgType = kMsgTypeUserList;
 
@@ -24,21 +24,10 @@ class clsMsgUserList : public clsMsg {
   // The interface.
   Bytes GetObjectData() override;
   bool SetObjectData(const Bytes& byteArray) override;
-  Long GetMsgType(const Bytes& byteArray) override;
-  Single GetMsgID() override;
-  void SetMsgID(Single sglMsgIDIn) override;
-  Single GetMsgReferenceID() override;
-  void SetMsgReferenceID(Single sglMsgReferenceIDIn) override;
-  std::string GetReturnAddress() override;
-  void SetReturnAddress(const std::string& sReturnAddressIn) override;
-  bool StringToBoolean(const std::string& sVal) override;
-  std::shared_ptr<clsMsg> Clone() override;                    // the object itself
-  bool Change(const std::shared_ptr<clsMsg>& objIn) override;  // always false
 
   // True when obj is a user list whose count differs or whose user at some position
   // from 1 to the count differs (letter case counts).
   bool ChangeUserList(const std::shared_ptr<clsMsg>& obj);
-  std::string GetMsgIDText();
 
   // The user at nIndex; "0" for a position outside the array or before any user was
   // stored.
@@ -51,7 +40,6 @@ class clsMsgUserList : public clsMsg {
   void SetUserCnt(Integer nUserCntIn) { m_nUserCnt = nUserCntIn; }
 
  private:
-  clsMsg m_objEnvelope;
   std::optional<std::vector<std::string>> m_colUsers;  // none until a user is stored
   Integer m_nUserCnt = 0;
 };
