@@ -2,8 +2,9 @@
 // from outside the agent, through the same calls a user's desktop makes.
 //   version FILE                      prints the version resource's strings
 //   wait TITLE present|gone SECONDS   waits for a top-level window with that title
-//   click TITLE CONTROL...            clicks each check box or button (by its caption)
-//                                     of that window with BM_CLICK, in order
+//   click TITLE CONTROL...            clicks each check box or button of that window
+//                                     with BM_CLICK, in order; a control is named by its
+//                                     caption, "Web#2" for the second control so named
 //   close TITLE                       sends WM_CLOSE to the window and waits for it
 // Exit code 0 when done, 1 when the thing waited for did not come, 2 on bad usage.
 #include <windows.h>
@@ -68,6 +69,7 @@ bool WaitFor(const std::string& sTitle, bool bPresent, double dSeconds) {
 
 struct Search {
   std::string sCaption;
+  int nSkip = 0;  // matches to pass over before the one wanted
   HWND hFound = nullptr;
 };
 
@@ -75,16 +77,23 @@ BOOL CALLBACK MatchCaption(HWND h, LPARAM l) {
   auto* s = reinterpret_cast<Search*>(l);
   char sz[256] = {};
   GetWindowTextA(h, sz, sizeof sz);
-  if (s->sCaption != sz) return TRUE;
+  if (s->sCaption != sz || s->nSkip-- > 0) return TRUE;
   s->hFound = h;
   return FALSE;
+}
+
+// "Web#2" -> caption "Web", one match skipped.
+Search ParseControl(const std::string& sName) {
+  const auto n = sName.rfind('#');
+  if (n == std::string::npos || n + 1 == sName.size()) return Search{sName};
+  return Search{sName.substr(0, n), std::atoi(sName.c_str() + n + 1) - 1};
 }
 
 int Click(const std::string& sTitle, const std::vector<std::string>& controls) {
   if (!WaitFor(sTitle, true, 10)) return 1;
   HWND hWnd = FindWindowA(nullptr, sTitle.c_str());
   for (const auto& sControl : controls) {
-    Search s{sControl};
+    Search s = ParseControl(sControl);
     EnumChildWindows(hWnd, MatchCaption, reinterpret_cast<LPARAM>(&s));
     if (!s.hFound) {
       std::fprintf(stderr, "no control \"%s\" in \"%s\"\n", sControl.c_str(), sTitle.c_str());
