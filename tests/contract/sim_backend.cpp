@@ -22,7 +22,11 @@ class SimBackend : public Backend {
 
   platform::Platform& Get() override { return *w_.PlatformOf(pid_); }
   Traits Differences() const override {
-    return {.bCreationOrder = true, .bCapsArrivals = false, .bDotFolders = false};
+    Traits t;
+    t.bCreationOrder = true;
+    t.bCapsArrivals = false;
+    t.bDotFolders = false;
+    return t;
   }
   void In(const std::function<void()>& fn) override {
     EXPECT_TRUE(w_.Call(pid_, fn)) << "the process ended inside the case";
