@@ -34,7 +34,7 @@ int PrintVersion(const std::string& sFile) {
   VS_FIXEDFILEINFO* fixed = nullptr;
   UINT len = 0;
   if (VerQueryValueA(data.data(), "\\", reinterpret_cast<void**>(&fixed), &len) && fixed)
-    std::printf("Fixed=%lu.%lu.%lu.%lu\n", HIWORD(fixed->dwFileVersionMS),
+    std::printf("Fixed=%u.%u.%u.%u\n", HIWORD(fixed->dwFileVersionMS),
                 LOWORD(fixed->dwFileVersionMS), HIWORD(fixed->dwFileVersionLS),
                 LOWORD(fixed->dwFileVersionLS));
   struct Translation {

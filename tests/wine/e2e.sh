@@ -52,8 +52,6 @@ logged() { grep -qF -- "$2" "$work/$1.log" 2>/dev/null; }
 count() { grep -cF -- "$2" "$work/$1.log" 2>/dev/null; }
 # Line number of the first line holding $2 in agent $1's log (a large one when none).
 first_line() { grep -nF -- "$2" "$work/$1.log" 2>/dev/null | head -1 | cut -d: -f1 | grep . || echo 999999; }
-# Line number of the $3rd line holding $2.
-nth_line() { grep -nF -- "$2" "$work/$1.log" 2>/dev/null | sed -n "${3}p" | cut -d: -f1 | grep . || echo 999999; }
 
 # start NAME ADDRESS DESKTOP(yes|no) TIME-SCALE SHARES [more options]
 # Runs the agent from C:\e2e\CASE\NAME\Launch.exe; its log goes to NAME.log.
@@ -91,26 +89,44 @@ linux)
   printf '127.0.0.23 pcw\n127.0.0.24 pcl\n' >"$work/hosts"
   # The Linux agent finds its LAN as \\host\share folders under a mount root.
   mkdir -p "$work/linux/net/pcw/c" "$work/linux/net/pcl/c" "$work/linux/c"
-  # An agent verifies its check-in at start and then every 30 agent seconds, and logs
-  # it; it broadcasts at start and then every 31. By its third verification (60 s) both
-  # agents have broadcast twice: the peer's first may come before our listener, its
-  # second must have arrived.
-  start pcw 127.0.0.23 no 10 '\\pcw\c;\\pcl\c'
+  # An agent whose first connection to a peer fails steps to the next port of
+  # 1230..1235 and comes back to 1230 only many broadcasts later. So both listeners must
+  # be up before either agent's first broadcast: the Linux agent's start-up share search
+  # is made to last 30 agent seconds (3 real ones), between its listener and its first
+  # broadcast, and the Windows agent starts within them.
   "$linux_launch" --host-name pcl --computer-name pcl --bind 127.0.0.24 --offscreen \
-    --hosts-file "$work/hosts" --time-scale 10 --drive "C:=$work/linux/c" \
-    --mount-root "$work/linux/net" --window-table "$work/linux/windows" \
-    --registry-file "$work/linux/registry" --autostart-dir "$work/linux/autostart" \
-    --user-registry-file "$work/linux/user-registry" \
+    --hosts-file "$work/hosts" --time-scale 10 --share-search-delay 30 \
+    --drive "C:=$work/linux/c" --mount-root "$work/linux/net" \
+    --window-table "$work/linux/windows" --registry-file "$work/linux/registry" \
+    --autostart-dir "$work/linux/autostart" --user-registry-file "$work/linux/user-registry" \
     --user-autostart-dir "$work/linux/user-autostart" --log-stdout \
     </dev/null >"$work/pcl.log" 2>&1 &
   linux_pid=$!
+  listening() { [ -n "$(ss -Hltn "src $1:1230")" ]; }
+  wait_until 100 listening 127.0.0.24 || fail "the Linux agent does not listen"
+  start pcw 127.0.0.23 no 10 '\\pcw\c;\\pcl\c'
+  wait_until 100 listening 127.0.0.23 || fail "the Windows agent does not listen"
+  # The first broadcast to a peer opens the connection, later ones carry the message.
+  # From the Linux agent's first broadcast on, both have made one; an agent verifies its
+  # check-in every 30 agent seconds and logs it, and broadcasts every 31, so each must
+  # have heard the other before its third verification from there: two broadcasts.
+  wait_until 100 logged pcl "to connect to pcw" || fail "the Linux agent did not broadcast"
+  declare -A since=([pcw]=$(wc -l <"$work/pcw.log") [pcl]=$(wc -l <"$work/pcl.log"))
   verify="Verifying Agent CheckIn"
-  wait_until 400 eval '[ "$(count pcw "$verify")" -ge 3 ] && [ "$(count pcl "$verify")" -ge 3 ]'
+  third_verify() {
+    local n
+    n=$(tail -n +$((since[$1] + 1)) "$work/$1.log" | grep -nF -- "$verify" | sed -n 3p |
+      cut -d: -f1)
+    [ -n "$n" ] && echo $((n + since[$1]))
+  }
+  wait_until 300 eval '[ -n "$(third_verify pcw)" ] && [ -n "$(third_verify pcl)" ]'
   check_exchange pcw pcl
-  [ "$(first_line pcw HostInfoFrom=pcl)" -lt "$(nth_line pcw "$verify" 3)" ] ||
-    fail "the Windows agent heard the Linux agent only after two broadcasts"
-  [ "$(first_line pcl HostInfoFrom=pcw)" -lt "$(nth_line pcl "$verify" 3)" ] ||
-    fail "the Linux agent heard the Windows agent only after two broadcasts"
+  for pair in pcw:pcl pcl:pcw; do
+    me=${pair%%:*} peer=${pair##*:}
+    limit=$(third_verify "$me")
+    [ "$(first_line "$me" "HostInfoFrom=$peer")" -lt "${limit:-0}" ] ||
+      fail "$me heard $peer only after two broadcasts"
+  done
   ;;
 
 stand-in)
