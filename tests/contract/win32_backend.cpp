@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "backend.h"
+#include "platform/win32/desktop.h"
 #include "platform/win32/win.h"
 #include "platform/win32/win32_platform.h"
 
@@ -50,6 +51,11 @@ std::string ModuleFolder() {
 class Win32Backend : public Backend {
  public:
   Win32Backend() : sRoot_(TempFolder()) {
+    // Windows of other tests running at the same time (a "Varno" of their own) stay on
+    // the default desktop; this process and the stand-ins it starts use one of its own.
+    static const bool bOwnDesktop =
+        win32::JoinDesktop("la-contract-" + std::to_string(GetCurrentProcessId()));
+    EXPECT_TRUE(bOwnDesktop);
     fs::create_directories(sRoot_ + "\\ct");
     fs::create_directories(sRoot_ + "\\Apps");
     CopyFileA(BuildPath(LA_STANDIN_PATH).c_str(), (sRoot_ + "\\Apps\\Varno2.exe").c_str(), FALSE);

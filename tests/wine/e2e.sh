@@ -11,8 +11,7 @@
 #                  AgentInfo_1 byte for byte
 # Agents run at a raised time scale so whole cycles take seconds. Two agents on one
 # Wine prefix share its desktop, where the second would see the first's window and end;
-# each of them therefore runs on a Wine desktop of its own (explorer /desktop=NAME), as
-# on two computers. Needs a prepared prefix in WINEPREFIX; 77 (skipped) without.
+# each of them therefore runs on a desktop of its own (--desktop), as on two computers. Needs a prepared prefix in WINEPREFIX; 77 (skipped) without.
 set -uo pipefail
 case_name=$1 launch=$2 standin=$3 driver=$4 linux_launch=${5:-}
 [ -n "${WINEPREFIX:-}" ] && [ -d "$WINEPREFIX/drive_c" ] || { echo "no Wine prefix"; exit 77; }
@@ -61,9 +60,9 @@ start() {
   mkdir -p "$work/$name"
   cp "$launch" "$work/$name/Launch.exe"
   local exe="$work_win\\$name\\Launch.exe"
-  local -a cmd=(wine)
-  [ "$desktop" = yes ] && cmd+=(explorer "/desktop=$name,800x600")
-  "${cmd[@]}" "$exe" --host-name "$name" --computer-name "$name" --bind "$address" \
+  local -a own=()
+  [ "$desktop" = yes ] && own=(--desktop "$name")
+  wine "$exe" "${own[@]}" --host-name "$name" --computer-name "$name" --bind "$address" \
     --hosts-file "$work_win\\hosts" --time-scale "$scale" --shares "$shares" --log-stdout \
     "$@" </dev/null >"$work/$name.log" 2>&1 &
 }
