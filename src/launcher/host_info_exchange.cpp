@@ -2,9 +2,9 @@
 // every half minute; descriptions that arrive are stored in the registry.
 #include <memory>
 
-#include "agent/agent.h"
 #include "lanresources/frm_lan_resources.h"
 #include "launcher/launcher.h"
+#include "launcher/launcher_forms.h"
 #include "messages/cls_msg.h"
 #include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
@@ -18,20 +18,20 @@ constexpr Integer kLogLevel = 1;
 }
 
 void Launcher::RefreshLocalHostInfo() {
-  agent_.frmAgentSetup().SocketsInitialize();
-  agent_.frmAgentSetup().GetHostInfo();
+  forms_.frmAgentSetup().SocketsInitialize();
+  forms_.frmAgentSetup().GetHostInfo();
   RefreshLANHosts();
-  agent_.frmAgentSetup().PopulateNeighborhoodList();
+  forms_.frmAgentSetup().PopulateNeighborhoodList();
   const std::string sName = FindMainAppFile();
 
-  std::shared_ptr<clsMsgHostInfo> objLocalHost = agent_.objLocalHost();
-  objLocalHost->SetHostName(agent_.frmAgentSetup().GetHostName());
-  objLocalHost->SetIPAddress(agent_.frmAgentSetup().GetIPAddress());
+  std::shared_ptr<clsMsgHostInfo> objHost = objLocalHost();
+  objHost->SetHostName(forms_.frmAgentSetup().GetHostName());
+  objHost->SetIPAddress(forms_.frmAgentSetup().GetIPAddress());
   if (!sName.empty()) {
     // Peers reach the executable through one of this computer's shares.
-    objLocalHost->SetAppPath(agent_.frmLANResources().GetUNC(agent_.AppPath() + "\\" + sName));
+    objHost->SetAppPath(forms_.frmLANResources().GetUNC(AppPath() + "\\" + sName));
   } else {
-    objLocalHost->SetAppPath("");
+    objHost->SetAppPath("");
   }
 }
 
@@ -39,25 +39,25 @@ void Launcher::BroadcastLocalHostInfo() {
   const Integer nCount = nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
     const std::string sHost = GetLANHost(i);
-    const std::string sAddress = agent_.frmAgentSetup().GetIPInfo(sHost);
+    const std::string sAddress = forms_.frmAgentSetup().GetIPInfo(sHost);
     // Taken anew for every host: the description may change while events run.
-    const Bytes byteArray = agent_.objLocalHost()->GetObjectData();
-    agent_.frmClient().SendMessageEx(sHost, sAddress, byteArray);
-    agent_.Platform().loop.ProcessPendingEvents();
+    const Bytes byteArray = objLocalHost()->GetObjectData();
+    forms_.frmClient().SendMessageEx(sHost, sAddress, byteArray);
+    platform_.loop.ProcessPendingEvents();
   }
 }
 
 void Launcher::ProcessReceivedMessage(Long Index, const Bytes& byteArray) {
-  const Long lngType = agent_.objMsg()->GetMsgType(byteArray);
+  const Long lngType = objMsg()->GetMsgType(byteArray);
   if (lngType == clsMsg::kMsgTypeHostInfo) ProcessHostInfo(Index, byteArray);
 }
 
 void Launcher::ProcessHostInfo(Long /*Index*/, const Bytes& byteArray) {
-  auto objHostInfo = std::make_shared<clsMsgHostInfo>(agent_);
+  auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
   objHostInfo->SetObjectData(byteArray);
   // The check-in verification compares this with the clock.
-  objHostInfo->SetDateReceived(agent_.Platform().clock.Now());
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  objHostInfo->SetDateReceived(platform_.clock.Now());
+  AgentHostInfo& registry = registry_;
   registry.UpdateAgent(objHostInfo);
 
   const std::string sHostName = objHostInfo->GetHostName();
@@ -76,9 +76,19 @@ void Launcher::ProcessHostInfo(Long /*Index*/, const Bytes& byteArray) {
   registry.LogAgentSites();
 }
 
+std::shared_ptr<clsMsgHostInfo> Launcher::objLocalHost() {
+  if (!objLocalHost_) objLocalHost_ = std::make_shared<clsMsgHostInfo>(context_);
+  return objLocalHost_;
+}
+
+std::shared_ptr<clsMsg> Launcher::objMsg() {
+  if (!objMsg_) objMsg_ = std::make_shared<clsMsg>(context_);
+  return objMsg_;
+}
+
 bool Launcher::CanOpenFile(const std::string& sPath) {
   if (sPath.empty()) return false;
-  return agent_.Platform().files.CanOpenForReading(sPath);
+  return platform_.files.CanOpenForReading(sPath);
 }
 
 }  // namespace launchagent

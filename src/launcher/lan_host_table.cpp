@@ -4,9 +4,9 @@
 #include <limits>
 #include <memory>
 
-#include "agent/agent.h"
 #include "lanresources/frm_lan_resources.h"
 #include "launcher/launcher.h"
+#include "launcher/launcher_forms.h"
 #include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
@@ -28,11 +28,11 @@ std::string LowerCase(std::string s) {
 void Launcher::RefreshLANHosts() {
   // Left empty when the search finds nothing: the table then stays as it is.
   std::vector<std::string> sResources;
-  agent_.frmLANResources().UpdateResources(sResources);
+  forms_.frmLANResources().UpdateResources(sResources);
   for (std::size_t i = 1; i < sResources.size(); ++i) {
     const std::string sHost = GetHostFromUNC(sResources[i]);
     if (FindLANHost(sHost) == 0) AddLANHost(sHost);
-    agent_.Platform().loop.ProcessPendingEvents();
+    platform_.loop.ProcessPendingEvents();
   }
 }
 
@@ -51,7 +51,7 @@ Integer Launcher::FindLANHost(const std::string& sHostName) {
     // Read anew each time: a refresh running in the pumped events may have grown it.
     if (static_cast<std::size_t>(i) < LANHosts.size() && LowerCase(LANHosts[i]) == sWanted)
       return i;
-    agent_.Platform().loop.ProcessPendingEvents();
+    platform_.loop.ProcessPendingEvents();
   }
   return 0;
 }
@@ -78,10 +78,10 @@ void Launcher::RegisterLANHosts() {
   const Integer nCount = nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
     const std::string sHost = GetLANHost(i);
-    auto objHostInfo = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
     objHostInfo->SetHostName(sHost);
-    objHostInfo->SetIPAddress(agent_.frmAgentSetup().GetIPInfo(sHost));
-    agent_.agentHostInfo().UpdateAgent(objHostInfo);
+    objHostInfo->SetIPAddress(forms_.frmAgentSetup().GetIPInfo(sHost));
+    registry_.UpdateAgent(objHostInfo);
   }
 }
 

@@ -6,15 +6,28 @@
 #include <string>
 #include <vector>
 
+#include "launcher/launch_globals.h"
+#include "platform/services.h"
 #include "platform/types.h"
 
 namespace launchagent {
 
-class Agent;
+class AgentHostInfo;
+class LauncherForms;
+class MessageContext;
+class clsMsg;
+class clsMsgHostInfo;
 
 class Launcher {
  public:
-  explicit Launcher(Agent& agent) : agent_(agent) {}
+  Launcher(platform::Platform& platform, LauncherForms& forms, AgentHostInfo& registry,
+           MessageContext& context, bool& bActiveAgentServices, LaunchGlobals& launch)
+      : platform_(platform),
+        forms_(forms),
+        registry_(registry),
+        context_(context),
+        bActiveAgentServices_(bActiveAgentServices),
+        launch_(launch) {}
 
   // ---- Start-up (launcher_main.cpp) ----
   void Main();
@@ -22,14 +35,6 @@ class Launcher {
 
   // ---- Activity log (activity_log.cpp) ----
   void LogActivity(const std::string& sText, Integer nLevel);
-
-  // ---- Agent ports, pause and path test (agent_ports.cpp) ----
-  static Integer GetDefaultAgentPort() { return 1230; }
-  static Integer GetFirstAgentPort() { return 1230; }
-  static Integer GetLastAgentPort() { return 1235; }
-  static void NextAgentPort(Integer& nPort);
-  void Pause(Long lngSeconds);
-  bool PathExists(const std::string& sPath);
 
   // ---- Launching the main application (main_app_launch.cpp) ----
   std::string FindMainAppFile();
@@ -65,9 +70,22 @@ class Launcher {
   void ProcessReceivedMessage(Long Index, const Bytes& byteArray);
   void ProcessHostInfo(Long Index, const Bytes& byteArray);
   bool CanOpenFile(const std::string& sPath);
+  // This computer's description as it is broadcast, and the plain message that reads
+  // the type of an arrival; both made on first use.
+  std::shared_ptr<clsMsgHostInfo> objLocalHost();
+  std::shared_ptr<clsMsg> objMsg();
 
  private:
-  Agent& agent_;
+  std::string AppPath() { return platform_.files.AgentFolder(); }
+
+  platform::Platform& platform_;
+  LauncherForms& forms_;
+  AgentHostInfo& registry_;
+  MessageContext& context_;
+  bool& bActiveAgentServices_;
+  LaunchGlobals& launch_;
+  std::shared_ptr<clsMsgHostInfo> objLocalHost_;
+  std::shared_ptr<clsMsg> objMsg_;
 };
 
 }  // namespace launchagent

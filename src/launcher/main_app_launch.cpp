@@ -4,7 +4,6 @@
 #include <cctype>
 #include <memory>
 
-#include "agent/agent.h"
 #include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
@@ -73,8 +72,8 @@ bool Launcher::IsMainAppFileName(const std::string& sFileName) {
 }
 
 std::string Launcher::FindMainAppFile() {
-  const std::string sFolder = agent_.AppPath();
-  const auto entries = agent_.Platform().files.List(sFolder + "\\*", true, false);
+  const std::string sFolder = AppPath();
+  const auto entries = platform_.files.List(sFolder + "\\*", true, false);
   if (!entries) return "";
   for (const platform::DirEntry& entry : *entries) {
     if (entry.bFolder) continue;
@@ -86,7 +85,7 @@ std::string Launcher::FindMainAppFile() {
 
 std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
   std::vector<std::string> sFiles;
-  const auto entries = agent_.Platform().files.List(sFolder + "\\*", true, false);
+  const auto entries = platform_.files.List(sFolder + "\\*", true, false);
   if (!entries) return sFiles;
   for (const platform::DirEntry& entry : *entries) {
     if (entry.bFolder) continue;
@@ -96,14 +95,14 @@ std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
 }
 
 std::string Launcher::GetSystemFolder() {
-  auto sFolder = agent_.Platform().files.SystemFolder();
+  auto sFolder = platform_.files.SystemFolder();
   // Without a system folder the libraries go beside the agent.
-  if (!sFolder) return agent_.AppPath();
+  if (!sFolder) return AppPath();
   return *sFolder;
 }
 
 bool Launcher::CopyAppFile(std::string& sSource, std::string& sDestination) {
-  return agent_.Platform().files.CopyFile(sSource, sDestination) == 0;
+  return platform_.files.CopyFile(sSource, sDestination) == 0;
 }
 
 std::string Launcher::GetFileName(const std::string& sPath) {
@@ -131,12 +130,12 @@ bool Launcher::LaunchMainApp(std::string& sPath) {
     CopyAppFile(sSource, sDestination);
   }
 
-  platform::Shell& shell = agent_.Platform().shell;
+  platform::Shell& shell = platform_.shell;
   Long lngResult = 0;
-  if (agent_.bLaunchIndexing) {
-    LogActivity("*** User=" + agent_.sLaunchUserName + " ***", kLogLevel);
+  if (launch_.bLaunchIndexing) {
+    LogActivity("*** User=" + launch_.sLaunchUserName + " ***", kLogLevel);
     lngResult =
-        shell.Execute("open", sPath, "-ReindexVarno " + agent_.sLaunchUserName, "", kShowNormal);
+        shell.Execute("open", sPath, "-ReindexVarno " + launch_.sLaunchUserName, "", kShowNormal);
   } else {
     lngResult = shell.Execute("open", sPath, "-default", "", kShowNormal);
   }
@@ -150,7 +149,7 @@ bool Launcher::LaunchMainApp(std::string& sPath) {
 }
 
 void Launcher::LaunchFromLaunchSite() {
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  AgentHostInfo& registry = registry_;
   const Long lngCount = registry.GetAgentCount();
   for (Long i = 1; i <= lngCount; ++i) {
     std::shared_ptr<clsMsgHostInfo> objHostInfo;
@@ -159,7 +158,7 @@ void Launcher::LaunchFromLaunchSite() {
     if (sAppPath.empty()) continue;
     // A copy under the executable's own name lets the next search find it locally; this
     // launch still runs from the other computer.
-    std::string sLocalCopy = agent_.AppPath() + "\\" + GetFileName(sAppPath);
+    std::string sLocalCopy = AppPath() + "\\" + GetFileName(sAppPath);
     CopyAppFile(sAppPath, sLocalCopy);
     if (LaunchMainApp(sAppPath)) break;
   }

@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "agent/agent.h"
 #include "launcher/launcher.h"
 
 namespace launchagent {
@@ -16,7 +15,7 @@ constexpr Integer kCountOnFailure = 1;
 }  // namespace
 
 Integer Launcher::CountMainAppWindows() {
-  platform::WindowSystem& windows = agent_.Platform().windows;
+  platform::WindowSystem& windows = platform_.windows;
   std::int32_t nCount = 0;
   platform::WindowHandle hWnd = windows.FindWindowByTitle(kMainAppTitle);
   while (hWnd != 0) {
@@ -39,7 +38,7 @@ void Launcher::MonitorMainApp() {
   if (CountMainAppWindows() != 0) return;
   const std::string sName = FindMainAppFile();
   if (!sName.empty()) {
-    std::string sPath = agent_.AppPath() + "\\" + sName;
+    std::string sPath = AppPath() + "\\" + sName;
     LaunchMainApp(sPath);
   } else {
     LaunchFromLaunchSite();

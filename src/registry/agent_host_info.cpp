@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
-#include "transport/cls_agent_info.h"
-#include "transport/frm_client.h"
+#include "registry/agent_ports.h"
+#include "registry/cls_agent_info.h"
 
 namespace launchagent {
 
@@ -50,7 +48,12 @@ Long Middle(Long lngLow, Long lngHigh) {
 
 }  // namespace
 
-AgentHostInfo::AgentHostInfo(Agent& agent) : agent_(agent) {}
+AgentHostInfo::AgentHostInfo(platform::Clock& clock, MessageContext& context,
+                             LogActivityFn logActivity, SocketPositionFn onSocketPosition)
+    : clock_(clock),
+      context_(context),
+      logActivity_(std::move(logActivity)),
+      onSocketPosition_(std::move(onSocketPosition)) {}
 AgentHostInfo::~AgentHostInfo() = default;
 
 Long AgentHostInfo::SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long& lngLow,
@@ -98,7 +101,7 @@ Long AgentHostInfo::InsertAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, L
   if (!objMsg) return 0;
   auto objRecord = std::make_shared<clsAgentInfo>();
   objRecord->Init(objMsg);
-  objMsg->SetDateReceived(agent_.Platform().clock.Now());
+  objMsg->SetDateReceived(clock_.Now());
 
   const Long lngCount = GetAgentCount();
   if (lngCount == 0) {
@@ -161,17 +164,17 @@ bool AgentHostInfo::GetAgentHostInfoByName(const std::string& sHostName,
 bool AgentHostInfo::GetAgentPort(const std::string& sHostName, Integer& nPort, Long& lngIndex) {
   lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) {
-    nPort = Launcher::GetDefaultAgentPort();
+    nPort = GetDefaultAgentPort();
     // A host asked for is a host known from now on, with only its name.
-    auto objMsg = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
     objMsg->SetHostName(sHostName);
     RegisterAgent(objMsg);
     return false;
   }
   clsAgentInfo& objRecord = *colAgents_[lngIndex - 1];
   nPort = objRecord.GetPort();
-  if (nPort < Launcher::GetFirstAgentPort() || nPort > Launcher::GetLastAgentPort()) {
-    nPort = Launcher::GetDefaultAgentPort();
+  if (nPort < GetFirstAgentPort() || nPort > GetLastAgentPort()) {
+    nPort = GetDefaultAgentPort();
     objRecord.SetPort(nPort);
   }
   return true;
@@ -200,7 +203,7 @@ bool AgentHostInfo::SetAgentSocketIndex(const std::string& sHostName, Long lngSo
   if (lngIndex < 1) return false;
   colAgents_[lngIndex - 1]->SetSocketIndex(lngSocketIndex);
   // The socket's tag names the registry position it serves.
-  agent_.frmClient().SetAgentIndex(lngSocketIndex, lngIndex);
+  if (onSocketPosition_) onSocketPosition_(lngSocketIndex, lngIndex);
   return true;
 }
 
@@ -226,7 +229,7 @@ void AgentHostInfo::LogAgentSites() {
     if (i > GetAgentCount()) continue;
     const std::shared_ptr<clsMsgHostInfo> objMsg = colAgents_[i - 1]->Message();
     if (!objMsg) continue;
-    agent_.LogActivity("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 5);
+    logActivity_("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 5);
   }
 }
 

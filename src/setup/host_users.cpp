@@ -1,7 +1,6 @@
 // Host users and contexts: the agent-info table keeps, per neighbourhood computer, the
 // users seen on it and the context chosen for each; the two lists of the selected-host
 // frame show and edit it.
-#include "agent/agent.h"
 #include "messages/cls_msg_host_info.h"
 #include "messages/cls_msg_user_list.h"
 #include "registry/agent_host_info.h"
@@ -71,7 +70,7 @@ void FrmAgentSetup::StoreHostUsers(Integer nHost, const std::shared_ptr<clsMsgHo
 }
 
 void FrmAgentSetup::UpdateHostUsers(const std::string& sHostName) {
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  AgentHostInfo& registry = registry_;
   std::shared_ptr<clsMsgHostInfo> objMsg;
   if (!registry.GetAgentHostInfo(registry.FindAgentIndex(sHostName), objMsg) || !objMsg) return;
   const Long h = FindHostRecord(sHostName);

@@ -2,11 +2,10 @@
 // them, and the selected-host frame that shows what the registry knows of a computer.
 // Building the neighbourhood list also registers every LAN host and rebuilds the
 // agent-info table, which the agent relies on while the window stays hidden.
-#include "agent/agent.h"
-#include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
 #include "messages/text_forms.h"
 #include "registry/agent_host_info.h"
+#include "registry/agent_ports.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
@@ -24,9 +23,10 @@ std::string FrmAgentSetup::UCase(std::string s) {
 }
 
 void FrmAgentSetup::PopulateNeighborhoodList() {
+  // It lets events run, in which the window may be unloaded.
+  const HandlerScope scope(*this);
   lstNeighborhood->Clear();
-  Launcher& launcher = agent_.launcher();
-  const Integer n = launcher.nLANHostCnt;
+  const Integer n = links_.lanHostCount();
   if (n < 1) return;  // nothing to size the table to: table and file stay as they are
   AgentInfoTable.resize(static_cast<std::size_t>(n));
 
@@ -35,16 +35,16 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
     // Events pumped below may rebuild the table under us; a position that is gone
     // ends the run without saving.
     if (static_cast<std::size_t>(i) > AgentInfoTable.size()) return;
-    const std::string sHost = launcher.GetLANHost(i);
+    const std::string sHost = links_.lanHost(i);
     AgentInfoTable[static_cast<std::size_t>(i - 1)].sHostName.Assign(sHost);
     lstNeighborhood->AddItem(sHost);
 
-    auto objMsg = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
     objMsg->SetHostName(sHost);
     objMsg->SetIPAddress(GetIPInfo(sHost));
-    objMsg->SetLocalPort(Launcher::GetDefaultAgentPort());
+    objMsg->SetLocalPort(GetDefaultAgentPort());
     if (LCase(sHost) == sLocalHost) {
-      objMsg->SetProvideHostServices(agent_.bActiveAgentServices);
+      objMsg->SetProvideHostServices(bActiveAgentServices_);
       objMsg->SetProvideIntranet(bSeekIntranet);
       objMsg->SetProvideWeb(bSeekWeb);
       objMsg->SetProvideNews(bSeekNews);
@@ -52,10 +52,10 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
       objMsg->SetProvideStocks(bSeekStocks);
     }
     // A host the registry already holds keeps what it has.
-    agent_.agentHostInfo().RegisterAgent(objMsg);
+    registry_.RegisterAgent(objMsg);
     StoreHostUsers(i, objMsg);
     // Keeps the window responsive: a click arriving now runs before the next computer.
-    agent_.Platform().loop.ProcessPendingEvents();
+    platform_.loop.ProcessPendingEvents();
   }
   SaveAgentInfo();
 }
@@ -105,7 +105,7 @@ void FrmAgentSetup::ClearRemoteHostFields() {
 void FrmAgentSetup::cmdRefresh_Click() {
   // Disabled while it runs, so a second refresh cannot start from the pumped events.
   cmdRefresh->SetEnabled(false);
-  agent_.launcher().RefreshLANHosts();
+  links_.refreshLANHosts();
   PopulateNeighborhoodList();
   PopulateContextList();
   cmdRefresh->SetEnabled(true);
@@ -142,7 +142,7 @@ void FrmAgentSetup::cmdActiveClear_Click() {
 void FrmAgentSetup::lstNeighborhood_Click() {
   const std::string sHost = lstNeighborhood->Text();
   std::shared_ptr<clsMsgHostInfo> objMsg;
-  if (!agent_.agentHostInfo().GetAgentHostInfoByName(sHost, objMsg) || !objMsg) {
+  if (!registry_.GetAgentHostInfoByName(sHost, objMsg) || !objMsg) {
     ClearRemoteHostFields();
     return;
   }
