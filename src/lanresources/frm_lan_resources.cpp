@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdint>
 
 #include "platform/shared_steps.h"
+#include "platform/text.h"
 
 namespace launchagent {
 
@@ -16,12 +16,6 @@ namespace {
 // The search runs in the background; it is given at most this many one-second waits.
 constexpr int kMaxSearchWaits = 60;
 constexpr std::size_t kBufferLen = 256;
-
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
 
 }  // namespace
 
@@ -61,9 +55,9 @@ void FrmLANResources::UpdateResources(std::vector<std::string>& sResources) {
 
   colLocalShares.clear();
   // A containment test: \\pc070\x counts as a share of pc07 too.
-  const std::string sLocalPrefix = "\\\\" + LowerCase(localHostName_());
+  const std::string sLocalPrefix = "\\\\" + AsciiLower(localHostName_());
   for (const KeyedText& entry : colLANResources) {
-    if (LowerCase(entry.sText).find(sLocalPrefix) != std::string::npos)
+    if (AsciiLower(entry.sText).find(sLocalPrefix) != std::string::npos)
       colLocalShares.push_back(entry);
   }
 }

@@ -3,14 +3,14 @@
 // the main application is closed; the window watch starts it again.
 #include "launcher/check_in_verification.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <string>
 
 #include "messages/cls_msg_host_info.h"
+#include "platform/main_app_window.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "registry/cls_agent_info.h"
 
@@ -20,19 +20,12 @@ namespace {
 
 constexpr Integer kLogLevel = 1;
 constexpr std::int64_t kCheckInMinutes = 9;
-constexpr const char* kMainAppTitle = "Varno";
-
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
 
 }  // namespace
 
 void CheckInVerification::VerifyCheckIn() {
   platform::Platform& p = platform_;
-  const std::string sLocalName = LowerCase(p.kernel.ComputerName().value_or(""));
+  const std::string sLocalName = AsciiLower(p.kernel.ComputerName().value_or(""));
   logActivity_("Verifying Agent CheckIn (" + sLocalName + ") ...", kLogLevel);
 
   AgentHostInfo& registry = registry_;
@@ -48,7 +41,7 @@ void CheckInVerification::VerifyCheckIn() {
       return;
     }
     logActivity_("Verifying Agent  " + objHostInfo->GetHostName(), kLogLevel);
-    if (LowerCase(objHostInfo->GetHostName()) != sLocalName) continue;
+    if (AsciiLower(objHostInfo->GetHostName()) != sLocalName) continue;
 
     const DateTime dtReceived = objHostInfo->GetDateReceived();
     launch_.sLaunchUserName = objHostInfo->GetUserName();
@@ -63,7 +56,7 @@ void CheckInVerification::VerifyCheckIn() {
     }
     const Integer nAge = static_cast<Integer>(lngAge);
     logActivity_("Last Updated=" + dtReceived.ToText() + "(" + std::to_string(nAge) + ")",
-                       kLogLevel);
+                 kLogLevel);
 
     if (nAge >= kCheckInMinutes) {
       // Reset so the next shutdown comes 9 minutes later at the earliest.

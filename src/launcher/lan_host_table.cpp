@@ -1,6 +1,5 @@
 // The LAN host table: every computer that offers a reachable share. It only grows.
 #include <algorithm>
-#include <cctype>
 #include <limits>
 #include <memory>
 
@@ -8,6 +7,7 @@
 #include "launcher/launcher.h"
 #include "launcher/launcher_forms.h"
 #include "messages/cls_msg_host_info.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
 
@@ -16,12 +16,6 @@ namespace launchagent {
 namespace {
 
 constexpr Integer kGrowBy = 10;
-
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
 
 }  // namespace
 
@@ -45,11 +39,11 @@ std::string Launcher::GetHostFromUNC(const std::string& sPath) {
 }
 
 Integer Launcher::FindLANHost(const std::string& sHostName) {
-  const std::string sWanted = LowerCase(sHostName);
+  const std::string sWanted = AsciiLower(sHostName);
   const Integer nCount = nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
     // Read anew each time: a refresh running in the pumped events may have grown it.
-    if (static_cast<std::size_t>(i) < LANHosts.size() && LowerCase(LANHosts[i]) == sWanted)
+    if (static_cast<std::size_t>(i) < LANHosts.size() && AsciiLower(LANHosts[i]) == sWanted)
       return i;
     platform_.loop.ProcessPendingEvents();
   }

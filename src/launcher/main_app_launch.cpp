@@ -6,6 +6,7 @@
 
 #include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 
 namespace launchagent {
@@ -20,12 +21,6 @@ constexpr const char* kLibraryExtension = ".dll";
 constexpr Long kShowNormal = 1;
 // Start results above this are successes.
 constexpr Long kShellSuccessFloor = 32;
-
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
 
 // Reads a number the way the runtime's numeric-text reader does: leading blanks skipped,
 // then sign, digits and a point up to the first character that cannot continue it; no
@@ -59,12 +54,12 @@ double ReadLeadingNumber(const std::string& sText) {
 
 bool Launcher::HasExtension(const std::string& sFileName, const std::string& sExtension) {
   if (sFileName.size() <= sExtension.size()) return false;
-  return LowerCase(sFileName.substr(sFileName.size() - sExtension.size())) == LowerCase(sExtension);
+  return EqualsIgnoringCase(sFileName.substr(sFileName.size() - sExtension.size()), sExtension);
 }
 
 bool Launcher::IsMainAppFileName(const std::string& sFileName) {
   const std::string sName = kMainAppName;
-  if (LowerCase(sFileName.substr(0, sName.size())) != LowerCase(sName)) return false;
+  if (!EqualsIgnoringCase(sFileName.substr(0, sName.size()), sName)) return false;
   // The two characters after the name hold the version; Varno1 was never a release.
   const std::string sVersion =
       sFileName.size() > sName.size() ? sFileName.substr(sName.size(), 2) : std::string();

@@ -3,12 +3,11 @@
 #include <limits>
 
 #include "launcher/launcher.h"
+#include "platform/main_app_window.h"
 
 namespace launchagent {
 
 namespace {
-constexpr const char* kMainAppClass = "ThunderRT6FormDC";
-constexpr const char* kMainAppTitle = "Varno";
 constexpr int kNameBufferLen = 50;
 // What the watch assumes when it cannot look: the application runs, nothing is launched.
 constexpr Integer kCountOnFailure = 1;
@@ -21,7 +20,7 @@ Integer Launcher::CountMainAppWindows() {
   while (hWnd != 0) {
     const auto sClass = windows.ClassName(hWnd, kNameBufferLen);
     if (!sClass) return kCountOnFailure;
-    if (*sClass == kMainAppClass) {
+    if (*sClass == kFormWindowClass) {
       const auto sTitle = windows.WindowText(hWnd, kNameBufferLen);
       if (!sTitle) return kCountOnFailure;
       if (*sTitle == kMainAppTitle) {

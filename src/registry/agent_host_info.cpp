@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "messages/cls_msg_host_info.h"
+#include "platform/text.h"
 #include "registry/agent_ports.h"
 #include "registry/cls_agent_info.h"
 
@@ -13,21 +14,13 @@ namespace launchagent {
 
 namespace {
 
-char LowerChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string LowerCase(std::string_view s) {
-  std::string sOut(s);
-  for (char& c : sOut) c = LowerChar(c);
-  return sOut;
-}
-
 // Ordinal order of a lower-cased query against a stored name, lower-cased on the fly:
 // character code by character code, the shorter name first when one starts the other.
 int CompareOrdinal(std::string_view sQuery, std::string_view sStored) {
   const std::size_t n = std::min(sQuery.size(), sStored.size());
   for (std::size_t i = 0; i < n; ++i) {
     const auto a = static_cast<unsigned char>(sQuery[i]);
-    const auto b = static_cast<unsigned char>(LowerChar(sStored[i]));
+    const auto b = static_cast<unsigned char>(AsciiLower(sStored[i]));
     if (a != b) return a < b ? -1 : 1;
   }
   if (sQuery.size() == sStored.size()) return 0;
@@ -60,7 +53,7 @@ Long AgentHostInfo::SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, L
                                 Long& lngHigh) {
   // A missing message ends the search before it starts: 0, which callers take as not found.
   if (!objMsg) return 0;
-  return SearchName(LowerCase(objMsg->GetHostName()), lngLow, lngHigh);
+  return SearchName(AsciiLower(objMsg->GetHostName()), lngLow, lngHigh);
 }
 
 Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh) {
@@ -85,7 +78,7 @@ Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& ln
 Long AgentHostInfo::SearchAgentByName(const std::string& sHostName, Long& lngLow, Long& lngHigh) {
   // Only the host name of a query message is ever compared, so the name is searched
   // directly rather than through a message built for it.
-  return SearchName(LowerCase(sHostName), lngLow, lngHigh);
+  return SearchName(AsciiLower(sHostName), lngLow, lngHigh);
 }
 
 Long AgentHostInfo::FindAgentIndex(const std::string& sHostName) {

@@ -179,10 +179,6 @@ class FrmAgentSetup {
   std::function<void()> Handler(void (FrmAgentSetup::*fn)());
   void TimerCheckInternet_Timer();
   void CreateControls();
-  // Host names compare after lower-casing; neighbourhood entries added by hand are
-  // upper case.
-  static std::string LCase(std::string s);
-  static std::string UCase(std::string s);
 };
 
 }  // namespace launchagent

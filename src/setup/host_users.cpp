@@ -3,6 +3,7 @@
 // frame show and edit it.
 #include "messages/cls_msg_host_info.h"
 #include "messages/cls_msg_user_list.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
 
@@ -25,9 +26,9 @@ std::string TrimBlanks(const std::string& s) {
 // The table follows the LAN host order, not name order, so it is searched from the
 // front rather than by halving.
 Long FrmAgentSetup::FindHostRecord(const std::string& sHostName) {
-  const std::string sKey = LCase(sHostName);
+  const std::string sKey = AsciiLower(sHostName);
   for (std::size_t i = 0; i < AgentInfoTable.size(); ++i) {
-    if (LCase(AgentInfoTable[i].sHostName.Trimmed()) == sKey) return static_cast<Long>(i + 1);
+    if (AsciiLower(AgentInfoTable[i].sHostName.Trimmed()) == sKey) return static_cast<Long>(i + 1);
   }
   return 0;
 }

@@ -4,23 +4,12 @@
 // agent-info table, which the agent relies on while the window stays hidden.
 #include "messages/cls_msg_host_info.h"
 #include "messages/text_forms.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "registry/agent_ports.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
-
-std::string FrmAgentSetup::LCase(std::string s) {
-  for (char& c : s)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return s;
-}
-
-std::string FrmAgentSetup::UCase(std::string s) {
-  for (char& c : s)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  return s;
-}
 
 void FrmAgentSetup::PopulateNeighborhoodList() {
   // It lets events run, in which the window may be unloaded.
@@ -30,7 +19,7 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
   if (n < 1) return;  // nothing to size the table to: table and file stay as they are
   AgentInfoTable.resize(static_cast<std::size_t>(n));
 
-  const std::string sLocalHost = LCase(GetHostName());
+  const std::string sLocalHost = AsciiLower(GetHostName());
   for (Integer i = 1; i <= n; ++i) {
     // Events pumped below may rebuild the table under us; a position that is gone
     // ends the run without saving.
@@ -43,7 +32,7 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
     objMsg->SetHostName(sHost);
     objMsg->SetIPAddress(GetIPInfo(sHost));
     objMsg->SetLocalPort(GetDefaultAgentPort());
-    if (LCase(sHost) == sLocalHost) {
+    if (AsciiLower(sHost) == sLocalHost) {
       objMsg->SetProvideHostServices(bActiveAgentServices_);
       objMsg->SetProvideIntranet(bSeekIntranet);
       objMsg->SetProvideWeb(bSeekWeb);
@@ -61,16 +50,16 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
 }
 
 void FrmAgentSetup::AddHostToNeighborhood(std::string& sHostName) {
-  sHostName = UCase(sHostName);
+  sHostName = AsciiUpper(sHostName);
   for (Integer i = 0; i < lstNeighborhood->ListCount(); ++i)
     if (lstNeighborhood->List(i) == sHostName) return;
   lstNeighborhood->AddItem(sHostName);
 }
 
 bool FrmAgentSetup::InActiveHostList(const std::string& sHostName) {
-  const std::string sKey = LCase(sHostName);
+  const std::string sKey = AsciiLower(sHostName);
   for (Integer i = 0; i < lstActive->ListCount(); ++i)
-    if (LCase(lstActive->List(i)) == sKey) return true;
+    if (AsciiLower(lstActive->List(i)) == sKey) return true;
   return false;
 }
 
