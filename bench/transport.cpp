@@ -24,7 +24,7 @@ void BM_SendMessageExRound(benchmark::State& state) {
   lan.StartAgent("PC0");
   Bytes image;
   lan.Call("PC0", [&](Agent& agent) {
-    auto objMsg = agent.launcher().objLocalHost();
+    auto objMsg = agent.launcher().exchange().objLocalHost();
     objMsg->SetHostName("PC0");
     image = objMsg->GetObjectData();
   });

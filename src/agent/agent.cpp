@@ -49,11 +49,11 @@ FrmLaunch& Agent::frmLaunch() {
 
 FrmServer& Agent::frmServer() {
   if (!frmServer_)
-    frmServer_ =
-        std::make_unique<FrmServer>(platform_.network, platform_.loop, bActiveAgentServices,
-                                    [this](Long Index, const Bytes& byteArray) {
-                                      launcher_->ProcessReceivedMessage(Index, byteArray);
-                                    });
+    frmServer_ = std::make_unique<FrmServer>(
+        platform_.network, platform_.loop, bActiveAgentServices,
+        [this](Long Index, const Bytes& byteArray) {
+          launcher_->exchange().ProcessReceivedMessage(Index, byteArray);
+        });
   return *frmServer_;
 }
 
@@ -63,7 +63,7 @@ FrmClient& Agent::frmClient() {
         platform_.network, *agentHostInfo_, bActiveAgentServices,
         [this](const std::string& sText, Integer nLevel) { LogActivity(sText, nLevel); },
         [this](Long Index, const Bytes& byteArray) {
-          launcher_->ProcessReceivedMessage(Index, byteArray);
+          launcher_->exchange().ProcessReceivedMessage(Index, byteArray);
         });
   return *frmClient_;
 }
@@ -71,10 +71,10 @@ FrmClient& Agent::frmClient() {
 FrmAgentSetup& Agent::frmAgentSetup() {
   if (!frmAgentSetup_) {
     FreeIdleSetupWindows();
-    FrmAgentSetup::Links links{[this] { return launcher_->nLANHostCnt; },
-                               [this](Integer nIndex) { return launcher_->GetLANHost(nIndex); },
-                               [this] { launcher_->RefreshLANHosts(); },
-                               [this] { UnloadAgentSetup(); }};
+    FrmAgentSetup::Links links{
+        [this] { return launcher_->lanHosts().nLANHostCnt; },
+        [this](Integer nIndex) { return launcher_->lanHosts().GetLANHost(nIndex); },
+        [this] { launcher_->lanHosts().RefreshLANHosts(); }, [this] { UnloadAgentSetup(); }};
     frmAgentSetup_ = std::make_unique<FrmAgentSetup>(
         platform_, *agentHostInfo_, *this,
         [this](const std::string& sText, Integer nLevel) { LogActivity(sText, nLevel); },

@@ -71,7 +71,7 @@ void FrmLaunch::Init() {
   TimerSendMessages.SetTimerEnabled(true);
   forms_.frmAgentSetup().SocketsInitialize();
   forms_.frmAgentSetup().GetHostInfo();
-  launcher_.RefreshLANHosts();
+  launcher_.lanHosts().RefreshLANHosts();
 }
 
 // Each handler disables its own timer while its work runs, so the work never overlaps
@@ -81,7 +81,7 @@ void FrmLaunch::TimerCheckResources_Timer() {
   ++nCheckResourcesTicks;
   if (nCheckResourcesTicks > kCheckResourcesThreshold) {
     nCheckResourcesTicks = 0;
-    launcher_.RefreshLocalHostInfo();
+    launcher_.exchange().RefreshLocalHostInfo();
   }
   TimerCheckResources.SetTimerEnabled(true);
 }
@@ -91,7 +91,7 @@ void FrmLaunch::TimerSendMessages_Timer() {
   ++nSendMessagesTicks;
   if (nSendMessagesTicks > kSendMessagesThreshold) {
     nSendMessagesTicks = 0;
-    launcher_.BroadcastLocalHostInfo();
+    launcher_.exchange().BroadcastLocalHostInfo();
   }
   TimerSendMessages.SetTimerEnabled(true);
 }
@@ -99,7 +99,7 @@ void FrmLaunch::TimerSendMessages_Timer() {
 void FrmLaunch::TimerMonitor_Timer() {
   TimerMonitor.SetTimerEnabled(false);
   TimerMonitor.SetInterval(kWatchIntervalMs);
-  launcher_.MonitorMainApp();
+  launcher_.mainApp().MonitorMainApp();
   TimerMonitor.SetTimerEnabled(true);
 }
 

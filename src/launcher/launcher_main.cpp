@@ -10,6 +10,19 @@ namespace {
 constexpr const char* kRunKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
 }
 
+Launcher::Launcher(platform::Platform& platform, LauncherForms& forms, AgentHostInfo& registry,
+                   MessageContext& context, bool& bActiveAgentServices, LaunchGlobals& launch)
+    : platform_(platform),
+      forms_(forms),
+      bActiveAgentServices_(bActiveAgentServices),
+      launch_(launch),
+      lanHosts_(platform.loop, forms, registry, context),
+      mainApp_(
+          platform, registry,
+          [this](const std::string& sText, Integer nLevel) { LogActivity(sText, nLevel); }, launch),
+      exchange_(platform, forms, registry, context, lanHosts_, mainApp_,
+                [this](const std::string& sText, Integer nLevel) { LogActivity(sText, nLevel); }) {}
+
 void Launcher::Main() {
   platform::Platform& p = platform_;
   launch_.bLaunchIndexing = false;
@@ -28,9 +41,9 @@ void Launcher::Main() {
   forms_.frmClient();
   forms_.frmServer();
   frm.Init();
-  RefreshLocalHostInfo();
-  RegisterLANHosts();
-  BroadcastLocalHostInfo();
+  exchange_.RefreshLocalHostInfo();
+  lanHosts_.RegisterLANHosts();
+  exchange_.BroadcastLocalHostInfo();
 }
 
 bool Launcher::RegisterAutoStart() {
@@ -38,7 +51,7 @@ bool Launcher::RegisterAutoStart() {
   const auto key = p.registry.CreateKey(platform::RegistryRoot::LocalMachine, kRunKey);
   if (!key) return false;
   // Always "Launch.exe" in the agent's folder, whatever this executable is called.
-  const std::string sData = AppPath() + "\\" + "Launch.exe";
+  const std::string sData = platform_.files.AgentFolder() + "\\" + "Launch.exe";
   if (!p.registry.SetStringValue(*key, "1", sData)) return false;
   p.registry.CloseKey(*key);
   return true;

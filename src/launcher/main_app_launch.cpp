@@ -4,7 +4,7 @@
 #include <cctype>
 #include <memory>
 
-#include "launcher/launcher.h"
+#include "launcher/main_app.h"
 #include "messages/cls_msg_host_info.h"
 #include "platform/text.h"
 #include "registry/agent_host_info.h"
@@ -52,12 +52,12 @@ double ReadLeadingNumber(const std::string& sText) {
 
 }  // namespace
 
-bool Launcher::HasExtension(const std::string& sFileName, const std::string& sExtension) {
+bool MainApp::HasExtension(const std::string& sFileName, const std::string& sExtension) {
   if (sFileName.size() <= sExtension.size()) return false;
   return EqualsIgnoringCase(sFileName.substr(sFileName.size() - sExtension.size()), sExtension);
 }
 
-bool Launcher::IsMainAppFileName(const std::string& sFileName) {
+bool MainApp::IsMainAppFileName(const std::string& sFileName) {
   const std::string sName = kMainAppName;
   if (!EqualsIgnoringCase(sFileName.substr(0, sName.size()), sName)) return false;
   // The two characters after the name hold the version; Varno1 was never a release.
@@ -66,7 +66,7 @@ bool Launcher::IsMainAppFileName(const std::string& sFileName) {
   return ReadLeadingNumber(sVersion) > 1;
 }
 
-std::string Launcher::FindMainAppFile() {
+std::string MainApp::FindMainAppFile() {
   const std::string sFolder = AppPath();
   const auto entries = platform_.files.List(sFolder + "\\*", true, false);
   if (!entries) return "";
@@ -78,7 +78,7 @@ std::string Launcher::FindMainAppFile() {
   return "";
 }
 
-std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
+std::vector<std::string> MainApp::GetLibraryFiles(const std::string& sFolder) {
   std::vector<std::string> sFiles;
   const auto entries = platform_.files.List(sFolder + "\\*", true, false);
   if (!entries) return sFiles;
@@ -89,33 +89,33 @@ std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
   return sFiles;
 }
 
-std::string Launcher::GetSystemFolder() {
+std::string MainApp::GetSystemFolder() {
   auto sFolder = platform_.files.SystemFolder();
   // Without a system folder the libraries go beside the agent.
   if (!sFolder) return AppPath();
   return *sFolder;
 }
 
-bool Launcher::CopyAppFile(std::string& sSource, std::string& sDestination) {
+bool MainApp::CopyAppFile(std::string& sSource, std::string& sDestination) {
   return platform_.files.CopyFile(sSource, sDestination) == 0;
 }
 
-std::string Launcher::GetFileName(const std::string& sPath) {
+std::string MainApp::GetFileName(const std::string& sPath) {
   const std::size_t nPos = sPath.rfind('\\');
   if (nPos == std::string::npos) return sPath;
   return sPath.substr(nPos + 1);
 }
 
-std::string Launcher::GetFolderName(const std::string& sPath) {
+std::string MainApp::GetFolderName(const std::string& sPath) {
   const std::size_t nPos = sPath.rfind('\\');
   if (nPos == std::string::npos) return sPath;
   return sPath.substr(0, nPos);
 }
 
-bool Launcher::LaunchMainApp(std::string& sPath) {
+bool MainApp::LaunchMainApp(std::string& sPath) {
   const std::string sFolder = GetFolderName(sPath);
-  LogActivity("*** Launching Varno now ... ***", kLogLevel);
-  LogActivity("*** Launching From: " + sPath, kLogLevel);
+  logActivity_("*** Launching Varno now ... ***", kLogLevel);
+  logActivity_("*** Launching From: " + sPath, kLogLevel);
 
   // The application needs its libraries in the system folder; one that cannot be copied
   // (in use, say) does not stop the launch.
@@ -128,7 +128,7 @@ bool Launcher::LaunchMainApp(std::string& sPath) {
   platform::Shell& shell = platform_.shell;
   Long lngResult = 0;
   if (launch_.bLaunchIndexing) {
-    LogActivity("*** User=" + launch_.sLaunchUserName + " ***", kLogLevel);
+    logActivity_("*** User=" + launch_.sLaunchUserName + " ***", kLogLevel);
     lngResult =
         shell.Execute("open", sPath, "-ReindexVarno " + launch_.sLaunchUserName, "", kShowNormal);
   } else {
@@ -136,14 +136,14 @@ bool Launcher::LaunchMainApp(std::string& sPath) {
   }
 
   if (lngResult > kShellSuccessFloor) {
-    LogActivity("*** Launch Successful ***", kLogLevel);
+    logActivity_("*** Launch Successful ***", kLogLevel);
     return true;
   }
-  LogActivity("*** ERROR ***", kLogLevel);
+  logActivity_("*** ERROR ***", kLogLevel);
   return false;
 }
 
-void Launcher::LaunchFromLaunchSite() {
+void MainApp::LaunchFromLaunchSite() {
   AgentHostInfo& registry = registry_;
   const Long lngCount = registry.GetAgentCount();
   for (Long i = 1; i <= lngCount; ++i) {

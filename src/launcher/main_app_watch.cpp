@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "launcher/launcher.h"
+#include "launcher/main_app.h"
 #include "platform/main_app_window.h"
 
 namespace launchagent {
@@ -13,7 +13,7 @@ constexpr int kNameBufferLen = 50;
 constexpr Integer kCountOnFailure = 1;
 }  // namespace
 
-Integer Launcher::CountMainAppWindows() {
+Integer MainApp::CountMainAppWindows() {
   platform::WindowSystem& windows = platform_.windows;
   std::int32_t nCount = 0;
   platform::WindowHandle hWnd = windows.FindWindowByTitle(kMainAppTitle);
@@ -33,7 +33,7 @@ Integer Launcher::CountMainAppWindows() {
   return static_cast<Integer>(nCount);
 }
 
-void Launcher::MonitorMainApp() {
+void MainApp::MonitorMainApp() {
   if (CountMainAppWindows() != 0) return;
   const std::string sName = FindMainAppFile();
   if (!sName.empty()) {

@@ -14,7 +14,7 @@ using Names = std::vector<std::string>;
 TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
     a.bActiveAgentServices = f.bSeekWeb = f.bSeekStocks = true;
-    for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().AddLANHost(s);
+    for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().lanHosts().AddLANHost(s);
     f.PopulateNeighborhoodList();
     f.bSeekWeb = false;
     f.PopulateNeighborhoodList();  // emptied first; entries the registry holds stay
