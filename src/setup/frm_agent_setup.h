@@ -13,6 +13,7 @@
 #include "platform/types.h"
 #include "platform/ui/form.h"
 #include "setup/host_identity.h"
+#include "setup/host_users_table.h"
 #include "setup/local_option_changes.h"
 #include "setup/option_records.h"
 
@@ -81,11 +82,7 @@ class FrmAgentSetup {
   std::string sAgentInfoFN;  // "" until SetAgentInfoFN
 
   // ---- Host users and contexts (host_users.cpp) ----
-  std::vector<AgentInfoRecord> AgentInfoTable;  // entry i at [i - 1]
-  Long FindHostRecord(const std::string& sHostName);
-  Integer FindHostUser(Long lngHost, const std::string& sUserName);
-  std::string LookupUserContext(const std::string& sHostName, const std::string& sUserName);
-  void StoreHostUsers(Integer nHost, const std::shared_ptr<clsMsgHostInfo>& objMsg);
+  HostUsersTable hostUsers;  // the agent-info table the file holds
   void UpdateHostUsers(const std::string& sHostName);
   void ShowHostUsers(const std::shared_ptr<clsMsgUserList>& objUL);
   void SelectContext(const std::string& sContext);
@@ -146,6 +143,21 @@ class FrmAgentSetup {
   ui::Frame* fraLocalHost = nullptr;
   ui::Frame* fraLog = nullptr;
 
+ private:
+  // Counts a running handler for as long as it lives.
+  class HandlerScope {
+   public:
+    explicit HandlerScope(FrmAgentSetup& form) : form_(form) { ++form_.nHandlersRunning_; }
+    ~HandlerScope() { --form_.nHandlersRunning_; }
+    HandlerScope(const HandlerScope&) = delete;
+    HandlerScope& operator=(const HandlerScope&) = delete;
+
+   private:
+    FrmAgentSetup& form_;
+  };
+  // Wires a handler to run inside a HandlerScope.
+  std::function<void()> Handler(void (FrmAgentSetup::*fn)());
+
   // ---- Event handlers (wired to the controls by the constructor) ----
   void cmdRefresh_Click();
   void cmdActiveAdd_Click();
@@ -163,20 +175,6 @@ class FrmAgentSetup {
   void cmdSet_Click();
   void cmdOk_Click();
 
- private:
-  // Counts a running handler for as long as it lives.
-  class HandlerScope {
-   public:
-    explicit HandlerScope(FrmAgentSetup& form) : form_(form) { ++form_.nHandlersRunning_; }
-    ~HandlerScope() { --form_.nHandlersRunning_; }
-    HandlerScope(const HandlerScope&) = delete;
-    HandlerScope& operator=(const HandlerScope&) = delete;
-
-   private:
-    FrmAgentSetup& form_;
-  };
-  // Wires a handler to run inside a HandlerScope.
-  std::function<void()> Handler(void (FrmAgentSetup::*fn)());
   void TimerCheckInternet_Timer();
   void CreateControls();
 };

@@ -41,14 +41,14 @@ void HostIdentity::SocketsInitialize() {
   const Long hi = hibyte(wVersion);
   if (lo < 1 || (lo == 1 && hi < 1)) {
     logActivity_("Windows Sockets version " + std::to_string(lo) + "." + std::to_string(hi) +
-                           " is not supported by winsock.dll ",
-                       1);
+                     " is not supported by winsock.dll ",
+                 1);
     loop_.EndProcess();
   }
   if (data.lngMaxSockets < kMinSockets) {
     logActivity_("This application requires a minimum of " + std::to_string(kMinSockets) +
-                           " supported sockets.",
-                       1);
+                     " supported sockets.",
+                 1);
     loop_.EndProcess();
   }
 }

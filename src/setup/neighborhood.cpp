@@ -17,15 +17,15 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
   lstNeighborhood->Clear();
   const Integer n = links_.lanHostCount();
   if (n < 1) return;  // nothing to size the table to: table and file stay as they are
-  AgentInfoTable.resize(static_cast<std::size_t>(n));
+  hostUsers.AgentInfoTable.resize(static_cast<std::size_t>(n));
 
   const std::string sLocalHost = AsciiLower(GetHostName());
   for (Integer i = 1; i <= n; ++i) {
     // Events pumped below may rebuild the table under us; a position that is gone
     // ends the run without saving.
-    if (static_cast<std::size_t>(i) > AgentInfoTable.size()) return;
+    if (static_cast<std::size_t>(i) > hostUsers.AgentInfoTable.size()) return;
     const std::string sHost = links_.lanHost(i);
-    AgentInfoTable[static_cast<std::size_t>(i - 1)].sHostName.Assign(sHost);
+    hostUsers.AgentInfoTable[static_cast<std::size_t>(i - 1)].sHostName.Assign(sHost);
     lstNeighborhood->AddItem(sHost);
 
     auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
@@ -42,7 +42,7 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
     }
     // A host the registry already holds keeps what it has.
     registry_.RegisterAgent(objMsg);
-    StoreHostUsers(i, objMsg);
+    hostUsers.StoreHostUsers(i, objMsg);
     // Keeps the window responsive: a click arriving now runs before the next computer.
     platform_.loop.ProcessPendingEvents();
   }

@@ -101,7 +101,7 @@ bool FrmAgentSetup::LoadAgentInfo() {
   std::vector<AgentInfoRecord> table;
   AgentInfoRecord rec;
   for (std::size_t k = 1; DecodeAgentInfoRecord(*file, k, rec); ++k) table.push_back(rec);
-  AgentInfoTable = std::move(table);
+  hostUsers.AgentInfoTable = std::move(table);
   return true;
 }
 
@@ -110,8 +110,8 @@ bool FrmAgentSetup::SaveAgentInfo() {
   const HandlerScope scope(*this);
   const std::string sPath = FilePath(platform_.files, sAgentInfoFN);
   Bytes records;
-  records.reserve(AgentInfoTable.size() * AgentInfoRecord::kRecordLength);
-  for (const AgentInfoRecord& rec : AgentInfoTable) {
+  records.reserve(hostUsers.AgentInfoTable.size() * AgentInfoRecord::kRecordLength);
+  for (const AgentInfoRecord& rec : hostUsers.AgentInfoTable) {
     const Bytes one = EncodeAgentInfoRecord(rec);
     records.insert(records.end(), one.begin(), one.end());
   }
