@@ -7,7 +7,7 @@
 
 #include "messages/cls_msg.h"
 #include "messages/cls_msg_host_info.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ BENCHMARK(BM_HostInfoEncode);
 void BM_HostInfoDecodeBag(benchmark::State& state) {
   BenchContext ctx;
   const Bytes image = HostInfo(ctx)->GetObjectData();
-  using Key = launchagent::platform::PropertyBag::Key;
+  using Key = launchagent::PropertyBag::Key;
   static constexpr Key kKeys[] = {Key("MsgType"),
                                   Key("sReturnAddress"),
                                   Key("sglMsgId"),
@@ -68,7 +68,7 @@ void BM_HostInfoDecodeBag(benchmark::State& state) {
                                   Key("bInternetReady")};
   std::string sValue;
   for (auto _ : state) {
-    launchagent::platform::PropertyBag bag;
+    launchagent::PropertyBag bag;
     bool bOk = bag.SetContents(image);
     for (const Key& key : kKeys) bOk &= bag.FindText(key, sValue);
     benchmark::DoNotOptimize(bOk);
@@ -101,7 +101,7 @@ void BM_HostInfoDecodeReadProperty(benchmark::State& state) {
                                "bProvideJobs",
                                "bInternetReady"};
   for (auto _ : state) {
-    launchagent::platform::PropertyBag bag;
+    launchagent::PropertyBag bag;
     bool bOk = bag.SetContents(image);
     for (const std::string& sKey : kKeys) bOk &= bag.ReadProperty(sKey).has_value();
     benchmark::DoNotOptimize(bOk);

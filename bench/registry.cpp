@@ -85,7 +85,8 @@ void BM_Register10000(benchmark::State& state) {
       std::vector<std::shared_ptr<clsMsgHostInfo>> msgs;
       for (int i = 0; i < kHosts; ++i) msgs.push_back(Msg(agent, HostName(i)));
       // A fresh registry for each round.
-      AgentHostInfo registry(agent);
+      AgentHostInfo registry(
+          agent.Platform().clock, agent, [](const std::string&, Integer) {}, [](Long, Long) {});
       state.ResumeTiming();
       for (const auto& objMsg : msgs) registry.RegisterAgent(objMsg);
       state.PauseTiming();

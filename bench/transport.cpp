@@ -6,6 +6,7 @@
 #include <string>
 
 #include "../tests/support/agent_on_sim.h"
+#include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
 #include "transport/frm_client.h"
 
@@ -23,7 +24,7 @@ void BM_SendMessageExRound(benchmark::State& state) {
   lan.StartAgent("PC0");
   Bytes image;
   lan.Call("PC0", [&](Agent& agent) {
-    auto objMsg = agent.objLocalHost();
+    auto objMsg = agent.launcher().exchange().objLocalHost();
     objMsg->SetHostName("PC0");
     image = objMsg->GetObjectData();
   });

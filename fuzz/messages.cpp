@@ -11,7 +11,7 @@
 #include "messages/cls_msg_hello.h"
 #include "messages/cls_msg_host_info.h"
 #include "messages/cls_msg_user_list.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ class FuzzContext : public launchagent::MessageContext {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize) {
   using launchagent::Bytes;
-  using launchagent::platform::PropertyBag;
+  using launchagent::PropertyBag;
   const Bytes byteArray(pData, pData + nSize);
 
   PropertyBag bag;

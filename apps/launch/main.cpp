@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
 
   int nQtArgc = 1;
   QApplication app(nQtArgc, argv);
-  QCoreApplication::setApplicationName(native::kFormClass);
+  QCoreApplication::setApplicationName(launchagent::kFormWindowClass);
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication::setWindowIcon(native::AgentIcon());
 

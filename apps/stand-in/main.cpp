@@ -22,12 +22,13 @@
 
 namespace {
 
-using launchagent::native::kFormClass;
+using launchagent::kFormWindowClass;
+using launchagent::kMainAppTitle;
 
 struct Options {
   int nRefuse = 0;
   int nDelayMs = 0;
-  std::string sTitle = "Varno";
+  std::string sTitle = kMainAppTitle;
   std::string sLog;
   std::string sArgs;  // what the agent passed, for the log
 };
@@ -123,7 +124,7 @@ int main(int argc, char** argv) {
   const bool bTable = settings.bOffscreen || qgetenv("QT_QPA_PLATFORM") == "offscreen";
 
   QApplication app(argc, argv);
-  QCoreApplication::setApplicationName(kFormClass);
+  QCoreApplication::setApplicationName(kFormWindowClass);
   Log log(o.sLog);
   log.Line("started " + o.sArgs);
 
@@ -137,16 +138,17 @@ int main(int argc, char** argv) {
       window.show();
       // The class the agent looks for, whatever this program is called.
       if (auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()) {
-        static const char kClass[] = "ThunderRT6FormDC\0ThunderRT6FormDC";
+        const std::string sClass = launchagent::native::FormWmClass();
         xcb_change_property(x11->connection(), XCB_PROP_MODE_REPLACE,
                             static_cast<xcb_window_t>(window.winId()), XCB_ATOM_WM_CLASS,
-                            XCB_ATOM_STRING, 8, sizeof kClass, kClass);
+                            XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(sClass.size()),
+                            sClass.data());
         xcb_flush(x11->connection());
       }
       log.Line("window open");
       return;
     }
-    lngHandle = table.Add(kFormClass, o.sTitle);
+    lngHandle = table.Add(kFormWindowClass, o.sTitle);
     log.Line(lngHandle ? "window open" : "window table not writable");
   };
   QTimer::singleShot(o.nDelayMs, &app, open);

@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "messages/image_text.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace {
 
 using launchagent::Bytes;
-using launchagent::platform::PropertyBag;
+using launchagent::PropertyBag;
 
 constexpr int kExitBad = 2;
 // Text input larger than this cannot make an image within the cap, comments aside.

@@ -6,6 +6,7 @@
 
 #include "agent/agent.h"
 #include "platform/date_time.h"
+#include "platform/main_app_window.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
 #include "platform/ui/form.h"
@@ -16,8 +17,6 @@ namespace {
 
 constexpr const char* kAgentKind = "launch";
 constexpr const char* kMainAppKind = "varno";
-constexpr const char* kMainAppClass = "ThunderRT6FormDC";
-constexpr const char* kMainAppTitle = "Varno";
 
 double ToSeconds(Nanos n) { return static_cast<double>(n) / static_cast<double>(kNanosPerSecond); }
 
@@ -205,7 +204,7 @@ class Run {
       case ActionKind::kCloseApp: {
         bool bAny = false;
         for (const sim::WindowInfo& win : w.Windows(id))
-          if (win.sClass == kMainAppClass && win.sTitle == kMainAppTitle && win.owner != 0) {
+          if (win.sClass == kFormWindowClass && win.sTitle == kMainAppTitle && win.owner != 0) {
             w.CloseWindow(id, win.hWnd);
             bAny = true;
           }

@@ -11,7 +11,7 @@
 #include <map>
 #include <set>
 
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 #include "scenario.h"
 
 namespace launchagent::scenario {
@@ -638,7 +638,7 @@ class Parser {
     if (S().steps.back().action.kind == ActionKind::kSendBytes && bBagPending_) {
       pendingBag_ = &S().steps.back().action;
       payload_ = PayloadKind::kBag;
-      bag_ = platform::PropertyBag();
+      bag_ = PropertyBag();
     }
     bBagPending_ = false;
   }
@@ -997,7 +997,7 @@ class Parser {
   PayloadKind payload_ = PayloadKind::kNone;
   bool bBagPending_ = false;
   Action* pendingBag_ = nullptr;
-  platform::PropertyBag bag_;
+  PropertyBag bag_;
 };
 
 }  // namespace

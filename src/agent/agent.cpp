@@ -1,25 +1,30 @@
 #include "agent/agent.h"
 
+#include <algorithm>
+
+#include "lanresources/frm_lan_resources.h"
+#include "launcher/check_in_verification.h"
 #include "launcher/frm_launch.h"
 #include "launcher/launcher.h"
-#include "lanresources/frm_lan_resources.h"
-#include "messages/cls_msg.h"
-#include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
-#include "registry/check_in_verification.h"
-#include "registry/local_option_changes.h"
 #include "setup/frm_agent_setup.h"
 #include "transport/frm_client.h"
 #include "transport/frm_server.h"
 
 namespace launchagent {
 
-Agent::Agent(platform::Platform& platform)
-    : platform_(platform),
-      launcher_(std::make_unique<Launcher>(*this)),
-      agentHostInfo_(std::make_unique<AgentHostInfo>(*this)),
-      checkIn_(std::make_unique<CheckInVerification>(*this)),
-      localOptions_(std::make_unique<LocalOptionChanges>(*this)) {}
+Agent::Agent(platform::Platform& platform) : platform_(platform) {
+  const LogActivityFn log = [this](const std::string& sText, Integer nLevel) {
+    LogActivity(sText, nLevel);
+  };
+  // The client is loaded here when it is not yet, as any use of it would.
+  agentHostInfo_ = std::make_unique<AgentHostInfo>(
+      platform_.clock, *this, log,
+      [this](Long lngSocket, Long lngAgent) { frmClient().SetAgentIndex(lngSocket, lngAgent); });
+  launcher_ = std::make_unique<Launcher>(platform_, *this, *agentHostInfo_, *this,
+                                         bActiveAgentServices, launch_);
+  checkIn_ = std::make_unique<CheckInVerification>(platform_, *agentHostInfo_, log, launch_);
+}
 
 Agent::~Agent() = default;
 
@@ -36,37 +41,58 @@ void Agent::OpenAgentSetup() {
   setup.Form().Show();
 }
 
-ui::Form* Agent::SetupForm() { return frmAgentSetup_ ? &frmAgentSetup_->Form() : nullptr; }
-
-std::string Agent::AppPath() { return platform_.files.AgentFolder(); }
-
 FrmLaunch& Agent::frmLaunch() {
-  if (!frmLaunch_) frmLaunch_ = std::make_unique<FrmLaunch>(*this);
+  if (!frmLaunch_)
+    frmLaunch_ = std::make_unique<FrmLaunch>(platform_, *this, *launcher_, *checkIn_);
   return *frmLaunch_;
 }
 
 FrmServer& Agent::frmServer() {
-  if (!frmServer_) frmServer_ = std::make_unique<FrmServer>(*this);
+  if (!frmServer_)
+    frmServer_ = std::make_unique<FrmServer>(
+        platform_.network, platform_.loop, bActiveAgentServices,
+        [this](Long Index, const Bytes& byteArray) {
+          launcher_->exchange().ProcessReceivedMessage(Index, byteArray);
+        });
   return *frmServer_;
 }
 
 FrmClient& Agent::frmClient() {
-  if (!frmClient_) frmClient_ = std::make_unique<FrmClient>(*this);
+  if (!frmClient_)
+    frmClient_ = std::make_unique<FrmClient>(
+        platform_.network, *agentHostInfo_, bActiveAgentServices,
+        [this](const std::string& sText, Integer nLevel) { LogActivity(sText, nLevel); },
+        [this](Long Index, const Bytes& byteArray) {
+          launcher_->exchange().ProcessReceivedMessage(Index, byteArray);
+        });
   return *frmClient_;
 }
 
 FrmAgentSetup& Agent::frmAgentSetup() {
-  if (!frmAgentSetup_) frmAgentSetup_ = std::make_unique<FrmAgentSetup>(*this);
+  if (!frmAgentSetup_) {
+    FreeIdleSetupWindows();
+    FrmAgentSetup::Links links{
+        [this] { return launcher_->lanHosts().nLANHostCnt; },
+        [this](Integer nIndex) { return launcher_->lanHosts().GetLANHost(nIndex); },
+        [this] { launcher_->lanHosts().RefreshLANHosts(); }, [this] { UnloadAgentSetup(); }};
+    frmAgentSetup_ = std::make_unique<FrmAgentSetup>(
+        platform_, *agentHostInfo_, *this,
+        [this](const std::string& sText, Integer nLevel) { LogActivity(sText, nLevel); },
+        bActiveAgentServices, std::move(links));
+  }
   return *frmAgentSetup_;
 }
 
 FrmLANResources& Agent::frmLANResources() {
-  if (!frmLANResources_) frmLANResources_ = std::make_unique<FrmLANResources>(*this);
+  if (!frmLANResources_)
+    frmLANResources_ = std::make_unique<FrmLANResources>(
+        platform_, [this] { return frmAgentSetup().GetHostName(); });
   return *frmLANResources_;
 }
 
 void Agent::UnloadAgentSetup() {
   if (!frmAgentSetup_) return;
+  FreeIdleSetupWindows();
   std::unique_ptr<FrmAgentSetup> form = std::move(frmAgentSetup_);
   bSetupInitialised_ = false;
   form->Form().Hide();
@@ -75,19 +101,14 @@ void Agent::UnloadAgentSetup() {
   unloadedSetupForms_.back()->Form_Unload();
 }
 
+void Agent::FreeIdleSetupWindows() {
+  std::erase_if(unloadedSetupForms_,
+                [](const std::unique_ptr<FrmAgentSetup>& form) { return !form->HandlerRunning(); });
+}
+
 void Agent::UnloadTransport() {
   frmServer_.reset();
   frmClient_.reset();
-}
-
-std::shared_ptr<clsMsgHostInfo> Agent::objLocalHost() {
-  if (!objLocalHost_) objLocalHost_ = std::make_shared<clsMsgHostInfo>(*this);
-  return objLocalHost_;
-}
-
-std::shared_ptr<clsMsg> Agent::objMsg() {
-  if (!objMsg_) objMsg_ = std::make_shared<clsMsg>(*this);
-  return objMsg_;
 }
 
 void Agent::LogActivity(const std::string& sText, Integer nLevel) {

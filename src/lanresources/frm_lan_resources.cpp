@@ -4,12 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdint>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
-#include "setup/frm_agent_setup.h"
+#include "platform/shared_steps.h"
+#include "platform/text.h"
 
 namespace launchagent {
 
@@ -19,20 +17,14 @@ namespace {
 constexpr int kMaxSearchWaits = 60;
 constexpr std::size_t kBufferLen = 256;
 
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
-
 }  // namespace
 
 void FrmLANResources::UpdateResources(std::vector<std::string>& sResources) {
-  platform::ShareSearch& shares = agent_.Platform().shares;
+  platform::ShareSearch& shares = platform_.shares;
   colLANResources.clear();
   shares.FindResources();
   for (int nWait = 0; nWait < kMaxSearchWaits; ++nWait) {
-    agent_.launcher().Pause(1);
+    Pause(platform_.clock, platform_.loop, 1);
     if (shares.StillProcessing() == 0) break;
   }
   // A search still running after the last wait is read as it stands.
@@ -63,9 +55,9 @@ void FrmLANResources::UpdateResources(std::vector<std::string>& sResources) {
 
   colLocalShares.clear();
   // A containment test: \\pc070\x counts as a share of pc07 too.
-  const std::string sLocalPrefix = "\\\\" + LowerCase(agent_.frmAgentSetup().GetHostName());
+  const std::string sLocalPrefix = "\\\\" + AsciiLower(localHostName_());
   for (const KeyedText& entry : colLANResources) {
-    if (LowerCase(entry.sText).find(sLocalPrefix) != std::string::npos)
+    if (AsciiLower(entry.sText).find(sLocalPrefix) != std::string::npos)
       colLocalShares.push_back(entry);
   }
 }
@@ -87,12 +79,12 @@ std::string FrmLANResources::GetUNC(const std::string& sPath) {
 
 bool FrmLANResources::CanAccessFile(const std::string& sPath) {
   if (sPath.empty()) return false;
-  return agent_.Platform().files.CanOpenForReading(sPath);
+  return platform_.files.CanOpenForReading(sPath);
 }
 
 bool FrmLANResources::CanAccessFolder(const std::string& sPath) {
   if (sPath.empty()) return false;
-  return agent_.Platform().files.FolderExists(sPath);
+  return platform_.files.FolderExists(sPath);
 }
 
 std::string FrmLANResources::TrimAtNull(const std::string& s) {

@@ -1,14 +1,14 @@
 #pragma once
 // Wraps the share search: runs one search per call, keeps the \\host\share resources
 // found and those of this computer, and maps local paths to network paths.
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "platform/services.h"
 #include "platform/types.h"
 
 namespace launchagent {
-
-class Agent;
 
 class FrmLANResources {
  public:
@@ -17,7 +17,9 @@ class FrmLANResources {
     std::string sText;
   };
 
-  explicit FrmLANResources(Agent& agent) : agent_(agent) {}
+  // localHostName names this computer, whose shares are kept apart.
+  FrmLANResources(platform::Platform& platform, std::function<std::string()> localHostName)
+      : platform_(platform), localHostName_(std::move(localHostName)) {}
   // Fills sResources (entries 1..n, entry 0 unused) with every UNC resource found. When
   // nothing is found the caller's list is left exactly as it was.
   void UpdateResources(std::vector<std::string>& sResources);
@@ -30,7 +32,8 @@ class FrmLANResources {
   std::vector<KeyedText> colLocalShares;
 
  private:
-  Agent& agent_;
+  platform::Platform& platform_;
+  std::function<std::string()> localHostName_;
 };
 
 }  // namespace launchagent

@@ -1,6 +1,6 @@
-#include "agent/agent.h"
 #include "launcher/frm_launch.h"
 #include "launcher/launcher.h"
+#include "launcher/launcher_forms.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
@@ -10,7 +10,7 @@ constexpr std::size_t kLogLimit = 2048;
 }
 
 void Launcher::LogActivity(const std::string& sText, Integer /*nLevel*/) {
-  ui::TextBox& txtInfo = agent_.frmLaunch().txtInfo;
+  ui::TextBox& txtInfo = forms_.frmLaunch().txtInfo;
   // The limit is tested before appending: past it the whole log starts afresh.
   std::string sLog = txtInfo.Text().size() > kLogLimit ? std::string() : txtInfo.Text();
   sLog += sText;
@@ -22,9 +22,9 @@ void Launcher::LogActivity(const std::string& sText, Integer /*nLevel*/) {
   txtInfo.SetSelStart(lngLength - lngLine);
   txtInfo.SetSelLength(lngLine);
 
-  agent_.Platform().trace.ActivityLine(sText);
+  platform_.trace.ActivityLine(sText);
   // The setup window's "Log" box shows the same lines while that window is loaded.
-  if (agent_.IsAgentSetupLoaded()) agent_.frmAgentSetup().txtAgentLog_Display(sText, 5);
+  if (forms_.IsAgentSetupLoaded()) forms_.frmAgentSetup().txtAgentLog_Display(sText, 5);
 }
 
 }  // namespace launchagent

@@ -1,8 +1,8 @@
 #include "launcher/frm_launch.h"
 
-#include "agent/agent.h"
+#include "launcher/check_in_verification.h"
 #include "launcher/launcher.h"
-#include "registry/check_in_verification.h"
+#include "launcher/launcher_forms.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
@@ -13,8 +13,12 @@ constexpr Integer kSendMessagesThreshold = 30;
 constexpr Long kWatchIntervalMs = 30000;
 }  // namespace
 
-FrmLaunch::FrmLaunch(Agent& agent)
-    : agent_(agent),
+FrmLaunch::FrmLaunch(platform::Platform& platform, LauncherForms& forms, Launcher& launcher,
+                     CheckInVerification& checkIn)
+    : platform_(platform),
+      forms_(forms),
+      launcher_(launcher),
+      checkIn_(checkIn),
       form_("frmLaunch", "Launch"),
       txtInfo(form_.Add<ui::TextBox>("txtInfo", "", true)),
       cmdAgentSetup(form_.Add<ui::CommandButton>("cmdAgentSetup", "Agent Setup...")),
@@ -33,7 +37,7 @@ FrmLaunch::FrmLaunch(Agent& agent)
   cmdAgentSetup.nTop = 328;
   cmdAgentSetup.nWidth = 116;
   cmdAgentSetup.nHeight = 28;
-  cmdAgentSetup.OnClick = [this] { agent_.OpenAgentSetup(); };
+  cmdAgentSetup.OnClick = [this] { forms_.OpenAgentSetup(); };
   // Closing the window only hides it: the agent keeps running behind it.
   form_.OnUserClose = [this] { form_.Hide(); };
 
@@ -42,18 +46,18 @@ FrmLaunch::FrmLaunch(Agent& agent)
   TimerMonitor.OnTick = [this] { TimerMonitor_Timer(); };
   TimerVerifyCheckIn.OnTick = [this] { TimerVerifyCheckIn_Timer(); };
 
-  platform::Platform& p = agent_.Platform();
+  platform::Platform& p = platform_;
   p.windows.AttachForm(form_);
-  for (ui::Timer* t : {&TimerCheckResources, &TimerSendMessages, &TimerMonitor,
-                       &TimerVerifyCheckIn})
+  for (ui::Timer* t :
+       {&TimerCheckResources, &TimerSendMessages, &TimerMonitor, &TimerVerifyCheckIn})
     t->AttachDriver(&p.loop.Timers());
 }
 
 FrmLaunch::~FrmLaunch() {
-  for (ui::Timer* t : {&TimerCheckResources, &TimerSendMessages, &TimerMonitor,
-                       &TimerVerifyCheckIn})
+  for (ui::Timer* t :
+       {&TimerCheckResources, &TimerSendMessages, &TimerMonitor, &TimerVerifyCheckIn})
     t->SetTimerEnabled(false);
-  agent_.Platform().windows.DetachForm(form_);
+  platform_.windows.DetachForm(form_);
 }
 
 void FrmLaunch::Init() {
@@ -65,9 +69,9 @@ void FrmLaunch::Init() {
   TimerCheckResources.SetTimerEnabled(true);
   TimerSendMessages.SetInterval(1000);
   TimerSendMessages.SetTimerEnabled(true);
-  agent_.frmAgentSetup().SocketsInitialize();
-  agent_.frmAgentSetup().GetHostInfo();
-  agent_.launcher().RefreshLANHosts();
+  forms_.frmAgentSetup().SocketsInitialize();
+  forms_.frmAgentSetup().GetHostInfo();
+  launcher_.lanHosts().RefreshLANHosts();
 }
 
 // Each handler disables its own timer while its work runs, so the work never overlaps
@@ -77,7 +81,7 @@ void FrmLaunch::TimerCheckResources_Timer() {
   ++nCheckResourcesTicks;
   if (nCheckResourcesTicks > kCheckResourcesThreshold) {
     nCheckResourcesTicks = 0;
-    agent_.launcher().RefreshLocalHostInfo();
+    launcher_.exchange().RefreshLocalHostInfo();
   }
   TimerCheckResources.SetTimerEnabled(true);
 }
@@ -87,7 +91,7 @@ void FrmLaunch::TimerSendMessages_Timer() {
   ++nSendMessagesTicks;
   if (nSendMessagesTicks > kSendMessagesThreshold) {
     nSendMessagesTicks = 0;
-    agent_.launcher().BroadcastLocalHostInfo();
+    launcher_.exchange().BroadcastLocalHostInfo();
   }
   TimerSendMessages.SetTimerEnabled(true);
 }
@@ -95,14 +99,14 @@ void FrmLaunch::TimerSendMessages_Timer() {
 void FrmLaunch::TimerMonitor_Timer() {
   TimerMonitor.SetTimerEnabled(false);
   TimerMonitor.SetInterval(kWatchIntervalMs);
-  agent_.launcher().MonitorMainApp();
+  launcher_.mainApp().MonitorMainApp();
   TimerMonitor.SetTimerEnabled(true);
 }
 
 void FrmLaunch::TimerVerifyCheckIn_Timer() {
   TimerVerifyCheckIn.SetTimerEnabled(false);
   TimerVerifyCheckIn.SetInterval(kWatchIntervalMs);
-  agent_.checkInVerification().VerifyCheckIn();
+  checkIn_.VerifyCheckIn();
   TimerVerifyCheckIn.SetTimerEnabled(true);
 }
 

@@ -3,22 +3,29 @@
 // periodic work.
 #include <memory>
 
+#include "platform/services.h"
 #include "platform/types.h"
 #include "platform/ui/form.h"
 
 namespace launchagent {
 
-class Agent;
+class CheckInVerification;
+class Launcher;
+class LauncherForms;
 
 class FrmLaunch {
   // Declared first: the control references below point into the form.
-  Agent& agent_;
+  platform::Platform& platform_;
+  LauncherForms& forms_;
+  Launcher& launcher_;
+  CheckInVerification& checkIn_;
   ui::Form form_;
 
  public:
   static constexpr const char* kServiceTitle = "Launch Service for Varno";
 
-  explicit FrmLaunch(Agent& agent);
+  FrmLaunch(platform::Platform& platform, LauncherForms& forms, Launcher& launcher,
+            CheckInVerification& checkIn);
   ~FrmLaunch();
   ui::Form& Form() { return form_; }
   void Init();

@@ -1,10 +1,9 @@
-// The host information exchange: this computer's description goes to every LAN host about
-// every half minute; descriptions that arrive are stored in the registry.
-#include <memory>
+#include "launcher/host_info_exchange.h"
 
-#include "agent/agent.h"
 #include "lanresources/frm_lan_resources.h"
-#include "launcher/launcher.h"
+#include "launcher/lan_host_table.h"
+#include "launcher/launcher_forms.h"
+#include "launcher/main_app.h"
 #include "messages/cls_msg.h"
 #include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
@@ -17,53 +16,54 @@ namespace {
 constexpr Integer kLogLevel = 1;
 }
 
-void Launcher::RefreshLocalHostInfo() {
-  agent_.frmAgentSetup().SocketsInitialize();
-  agent_.frmAgentSetup().GetHostInfo();
-  RefreshLANHosts();
-  agent_.frmAgentSetup().PopulateNeighborhoodList();
-  const std::string sName = FindMainAppFile();
+void HostInfoExchange::RefreshLocalHostInfo() {
+  forms_.frmAgentSetup().SocketsInitialize();
+  forms_.frmAgentSetup().GetHostInfo();
+  lanHosts_.RefreshLANHosts();
+  forms_.frmAgentSetup().PopulateNeighborhoodList();
+  const std::string sName = mainApp_.FindMainAppFile();
 
-  std::shared_ptr<clsMsgHostInfo> objLocalHost = agent_.objLocalHost();
-  objLocalHost->SetHostName(agent_.frmAgentSetup().GetHostName());
-  objLocalHost->SetIPAddress(agent_.frmAgentSetup().GetIPAddress());
+  std::shared_ptr<clsMsgHostInfo> objHost = objLocalHost();
+  objHost->SetHostName(forms_.frmAgentSetup().GetHostName());
+  objHost->SetIPAddress(forms_.frmAgentSetup().GetIPAddress());
   if (!sName.empty()) {
     // Peers reach the executable through one of this computer's shares.
-    objLocalHost->SetAppPath(agent_.frmLANResources().GetUNC(agent_.AppPath() + "\\" + sName));
+    objHost->SetAppPath(
+        forms_.frmLANResources().GetUNC(platform_.files.AgentFolder() + "\\" + sName));
   } else {
-    objLocalHost->SetAppPath("");
+    objHost->SetAppPath("");
   }
 }
 
-void Launcher::BroadcastLocalHostInfo() {
-  const Integer nCount = nLANHostCnt;
+void HostInfoExchange::BroadcastLocalHostInfo() {
+  const Integer nCount = lanHosts_.nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
-    const std::string sHost = GetLANHost(i);
-    const std::string sAddress = agent_.frmAgentSetup().GetIPInfo(sHost);
+    const std::string sHost = lanHosts_.GetLANHost(i);
+    const std::string sAddress = forms_.frmAgentSetup().GetIPInfo(sHost);
     // Taken anew for every host: the description may change while events run.
-    const Bytes byteArray = agent_.objLocalHost()->GetObjectData();
-    agent_.frmClient().SendMessageEx(sHost, sAddress, byteArray);
-    agent_.Platform().loop.ProcessPendingEvents();
+    const Bytes byteArray = objLocalHost()->GetObjectData();
+    forms_.frmClient().SendMessageEx(sHost, sAddress, byteArray);
+    platform_.loop.ProcessPendingEvents();
   }
 }
 
-void Launcher::ProcessReceivedMessage(Long Index, const Bytes& byteArray) {
-  const Long lngType = agent_.objMsg()->GetMsgType(byteArray);
+void HostInfoExchange::ProcessReceivedMessage(Long Index, const Bytes& byteArray) {
+  const Long lngType = objMsg()->GetMsgType(byteArray);
   if (lngType == clsMsg::kMsgTypeHostInfo) ProcessHostInfo(Index, byteArray);
 }
 
-void Launcher::ProcessHostInfo(Long /*Index*/, const Bytes& byteArray) {
-  auto objHostInfo = std::make_shared<clsMsgHostInfo>(agent_);
+void HostInfoExchange::ProcessHostInfo(Long /*Index*/, const Bytes& byteArray) {
+  auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
   objHostInfo->SetObjectData(byteArray);
   // The check-in verification compares this with the clock.
-  objHostInfo->SetDateReceived(agent_.Platform().clock.Now());
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  objHostInfo->SetDateReceived(platform_.clock.Now());
+  AgentHostInfo& registry = registry_;
   registry.UpdateAgent(objHostInfo);
 
   const std::string sHostName = objHostInfo->GetHostName();
   const std::string sAppPath = objHostInfo->GetAppPath();
-  LogActivity("HostInfoFrom=" + sHostName, kLogLevel);
-  LogActivity("LaunchSite=" + sAppPath, kLogLevel);
+  logActivity_("HostInfoFrom=" + sHostName, kLogLevel);
+  logActivity_("LaunchSite=" + sAppPath, kLogLevel);
 
   // A launch site this computer cannot open is erased in the registry, so the launch
   // search passes over that host until it announces one that can be opened.
@@ -76,9 +76,19 @@ void Launcher::ProcessHostInfo(Long /*Index*/, const Bytes& byteArray) {
   registry.LogAgentSites();
 }
 
-bool Launcher::CanOpenFile(const std::string& sPath) {
+std::shared_ptr<clsMsgHostInfo> HostInfoExchange::objLocalHost() {
+  if (!objLocalHost_) objLocalHost_ = std::make_shared<clsMsgHostInfo>(context_);
+  return objLocalHost_;
+}
+
+std::shared_ptr<clsMsg> HostInfoExchange::objMsg() {
+  if (!objMsg_) objMsg_ = std::make_shared<clsMsg>(context_);
+  return objMsg_;
+}
+
+bool HostInfoExchange::CanOpenFile(const std::string& sPath) {
   if (sPath.empty()) return false;
-  return agent_.Platform().files.CanOpenForReading(sPath);
+  return platform_.files.CanOpenForReading(sPath);
 }
 
 }  // namespace launchagent

@@ -1,13 +1,13 @@
-// The LAN host table: every computer that offers a reachable share. It only grows.
+#include "launcher/lan_host_table.h"
+
 #include <algorithm>
-#include <cctype>
 #include <limits>
 #include <memory>
 
-#include "agent/agent.h"
 #include "lanresources/frm_lan_resources.h"
-#include "launcher/launcher.h"
+#include "launcher/launcher_forms.h"
 #include "messages/cls_msg_host_info.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
 
@@ -17,26 +17,20 @@ namespace {
 
 constexpr Integer kGrowBy = 10;
 
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
-
 }  // namespace
 
-void Launcher::RefreshLANHosts() {
+void LanHostTable::RefreshLANHosts() {
   // Left empty when the search finds nothing: the table then stays as it is.
   std::vector<std::string> sResources;
-  agent_.frmLANResources().UpdateResources(sResources);
+  forms_.frmLANResources().UpdateResources(sResources);
   for (std::size_t i = 1; i < sResources.size(); ++i) {
     const std::string sHost = GetHostFromUNC(sResources[i]);
     if (FindLANHost(sHost) == 0) AddLANHost(sHost);
-    agent_.Platform().loop.ProcessPendingEvents();
+    loop_.ProcessPendingEvents();
   }
 }
 
-std::string Launcher::GetHostFromUNC(const std::string& sPath) {
+std::string LanHostTable::GetHostFromUNC(const std::string& sPath) {
   // The two leading backslashes are skipped whatever they hold.
   if (sPath.size() <= 2) return "";
   const std::size_t nPos = sPath.find('\\', 2);
@@ -44,19 +38,19 @@ std::string Launcher::GetHostFromUNC(const std::string& sPath) {
   return sPath.substr(2, nPos - 2);
 }
 
-Integer Launcher::FindLANHost(const std::string& sHostName) {
-  const std::string sWanted = LowerCase(sHostName);
+Integer LanHostTable::FindLANHost(const std::string& sHostName) {
+  const std::string sWanted = AsciiLower(sHostName);
   const Integer nCount = nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
     // Read anew each time: a refresh running in the pumped events may have grown it.
-    if (static_cast<std::size_t>(i) < LANHosts.size() && LowerCase(LANHosts[i]) == sWanted)
+    if (static_cast<std::size_t>(i) < LANHosts.size() && AsciiLower(LANHosts[i]) == sWanted)
       return i;
-    agent_.Platform().loop.ProcessPendingEvents();
+    loop_.ProcessPendingEvents();
   }
   return 0;
 }
 
-void Launcher::AddLANHost(const std::string& sHostName) {
+void LanHostTable::AddLANHost(const std::string& sHostName) {
   // The table is addressed by 16-bit positions; beyond them nothing more is added.
   if (nLANHostCnt >= std::numeric_limits<Integer>::max()) return;
   ++nLANHostCnt;
@@ -68,20 +62,20 @@ void Launcher::AddLANHost(const std::string& sHostName) {
   LANHosts[static_cast<std::size_t>(nLANHostCnt)] = sHostName;
 }
 
-std::string Launcher::GetLANHost(Integer nIndex) {
+std::string LanHostTable::GetLANHost(Integer nIndex) {
   if (nIndex < 1 || nIndex > nLANHostCnt) return "";
   if (static_cast<std::size_t>(nIndex) >= LANHosts.size()) return "";
   return LANHosts[static_cast<std::size_t>(nIndex)];
 }
 
-void Launcher::RegisterLANHosts() {
+void LanHostTable::RegisterLANHosts() {
   const Integer nCount = nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
     const std::string sHost = GetLANHost(i);
-    auto objHostInfo = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
     objHostInfo->SetHostName(sHost);
-    objHostInfo->SetIPAddress(agent_.frmAgentSetup().GetIPInfo(sHost));
-    agent_.agentHostInfo().UpdateAgent(objHostInfo);
+    objHostInfo->SetIPAddress(forms_.frmAgentSetup().GetIPInfo(sHost));
+    registry_.UpdateAgent(objHostInfo);
   }
 }
 

@@ -4,9 +4,9 @@
 #include <cctype>
 #include <memory>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
+#include "launcher/main_app.h"
 #include "messages/cls_msg_host_info.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 
 namespace launchagent {
@@ -21,12 +21,6 @@ constexpr const char* kLibraryExtension = ".dll";
 constexpr Long kShowNormal = 1;
 // Start results above this are successes.
 constexpr Long kShellSuccessFloor = 32;
-
-std::string LowerCase(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return s;
-}
 
 // Reads a number the way the runtime's numeric-text reader does: leading blanks skipped,
 // then sign, digits and a point up to the first character that cannot continue it; no
@@ -58,23 +52,23 @@ double ReadLeadingNumber(const std::string& sText) {
 
 }  // namespace
 
-bool Launcher::HasExtension(const std::string& sFileName, const std::string& sExtension) {
+bool MainApp::HasExtension(const std::string& sFileName, const std::string& sExtension) {
   if (sFileName.size() <= sExtension.size()) return false;
-  return LowerCase(sFileName.substr(sFileName.size() - sExtension.size())) == LowerCase(sExtension);
+  return EqualsIgnoringCase(sFileName.substr(sFileName.size() - sExtension.size()), sExtension);
 }
 
-bool Launcher::IsMainAppFileName(const std::string& sFileName) {
+bool MainApp::IsMainAppFileName(const std::string& sFileName) {
   const std::string sName = kMainAppName;
-  if (LowerCase(sFileName.substr(0, sName.size())) != LowerCase(sName)) return false;
+  if (!EqualsIgnoringCase(sFileName.substr(0, sName.size()), sName)) return false;
   // The two characters after the name hold the version; Varno1 was never a release.
   const std::string sVersion =
       sFileName.size() > sName.size() ? sFileName.substr(sName.size(), 2) : std::string();
   return ReadLeadingNumber(sVersion) > 1;
 }
 
-std::string Launcher::FindMainAppFile() {
-  const std::string sFolder = agent_.AppPath();
-  const auto entries = agent_.Platform().files.List(sFolder + "\\*", true, false);
+std::string MainApp::FindMainAppFile() {
+  const std::string sFolder = AppPath();
+  const auto entries = platform_.files.List(sFolder + "\\*", true, false);
   if (!entries) return "";
   for (const platform::DirEntry& entry : *entries) {
     if (entry.bFolder) continue;
@@ -84,9 +78,9 @@ std::string Launcher::FindMainAppFile() {
   return "";
 }
 
-std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
+std::vector<std::string> MainApp::GetLibraryFiles(const std::string& sFolder) {
   std::vector<std::string> sFiles;
-  const auto entries = agent_.Platform().files.List(sFolder + "\\*", true, false);
+  const auto entries = platform_.files.List(sFolder + "\\*", true, false);
   if (!entries) return sFiles;
   for (const platform::DirEntry& entry : *entries) {
     if (entry.bFolder) continue;
@@ -95,33 +89,33 @@ std::vector<std::string> Launcher::GetLibraryFiles(const std::string& sFolder) {
   return sFiles;
 }
 
-std::string Launcher::GetSystemFolder() {
-  auto sFolder = agent_.Platform().files.SystemFolder();
+std::string MainApp::GetSystemFolder() {
+  auto sFolder = platform_.files.SystemFolder();
   // Without a system folder the libraries go beside the agent.
-  if (!sFolder) return agent_.AppPath();
+  if (!sFolder) return AppPath();
   return *sFolder;
 }
 
-bool Launcher::CopyAppFile(std::string& sSource, std::string& sDestination) {
-  return agent_.Platform().files.CopyFile(sSource, sDestination) == 0;
+bool MainApp::CopyAppFile(std::string& sSource, std::string& sDestination) {
+  return platform_.files.CopyFile(sSource, sDestination) == 0;
 }
 
-std::string Launcher::GetFileName(const std::string& sPath) {
+std::string MainApp::GetFileName(const std::string& sPath) {
   const std::size_t nPos = sPath.rfind('\\');
   if (nPos == std::string::npos) return sPath;
   return sPath.substr(nPos + 1);
 }
 
-std::string Launcher::GetFolderName(const std::string& sPath) {
+std::string MainApp::GetFolderName(const std::string& sPath) {
   const std::size_t nPos = sPath.rfind('\\');
   if (nPos == std::string::npos) return sPath;
   return sPath.substr(0, nPos);
 }
 
-bool Launcher::LaunchMainApp(std::string& sPath) {
+bool MainApp::LaunchMainApp(std::string& sPath) {
   const std::string sFolder = GetFolderName(sPath);
-  LogActivity("*** Launching Varno now ... ***", kLogLevel);
-  LogActivity("*** Launching From: " + sPath, kLogLevel);
+  logActivity_("*** Launching Varno now ... ***", kLogLevel);
+  logActivity_("*** Launching From: " + sPath, kLogLevel);
 
   // The application needs its libraries in the system folder; one that cannot be copied
   // (in use, say) does not stop the launch.
@@ -131,26 +125,26 @@ bool Launcher::LaunchMainApp(std::string& sPath) {
     CopyAppFile(sSource, sDestination);
   }
 
-  platform::Shell& shell = agent_.Platform().shell;
+  platform::Shell& shell = platform_.shell;
   Long lngResult = 0;
-  if (agent_.bLaunchIndexing) {
-    LogActivity("*** User=" + agent_.sLaunchUserName + " ***", kLogLevel);
+  if (launch_.bLaunchIndexing) {
+    logActivity_("*** User=" + launch_.sLaunchUserName + " ***", kLogLevel);
     lngResult =
-        shell.Execute("open", sPath, "-ReindexVarno " + agent_.sLaunchUserName, "", kShowNormal);
+        shell.Execute("open", sPath, "-ReindexVarno " + launch_.sLaunchUserName, "", kShowNormal);
   } else {
     lngResult = shell.Execute("open", sPath, "-default", "", kShowNormal);
   }
 
   if (lngResult > kShellSuccessFloor) {
-    LogActivity("*** Launch Successful ***", kLogLevel);
+    logActivity_("*** Launch Successful ***", kLogLevel);
     return true;
   }
-  LogActivity("*** ERROR ***", kLogLevel);
+  logActivity_("*** ERROR ***", kLogLevel);
   return false;
 }
 
-void Launcher::LaunchFromLaunchSite() {
-  AgentHostInfo& registry = agent_.agentHostInfo();
+void MainApp::LaunchFromLaunchSite() {
+  AgentHostInfo& registry = registry_;
   const Long lngCount = registry.GetAgentCount();
   for (Long i = 1; i <= lngCount; ++i) {
     std::shared_ptr<clsMsgHostInfo> objHostInfo;
@@ -159,7 +153,7 @@ void Launcher::LaunchFromLaunchSite() {
     if (sAppPath.empty()) continue;
     // A copy under the executable's own name lets the next search find it locally; this
     // launch still runs from the other computer.
-    std::string sLocalCopy = agent_.AppPath() + "\\" + GetFileName(sAppPath);
+    std::string sLocalCopy = AppPath() + "\\" + GetFileName(sAppPath);
     CopyAppFile(sAppPath, sLocalCopy);
     if (LaunchMainApp(sAppPath)) break;
   }

@@ -2,27 +2,25 @@
 #include <cstdint>
 #include <limits>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
+#include "launcher/main_app.h"
+#include "platform/main_app_window.h"
 
 namespace launchagent {
 
 namespace {
-constexpr const char* kMainAppClass = "ThunderRT6FormDC";
-constexpr const char* kMainAppTitle = "Varno";
 constexpr int kNameBufferLen = 50;
 // What the watch assumes when it cannot look: the application runs, nothing is launched.
 constexpr Integer kCountOnFailure = 1;
 }  // namespace
 
-Integer Launcher::CountMainAppWindows() {
-  platform::WindowSystem& windows = agent_.Platform().windows;
+Integer MainApp::CountMainAppWindows() {
+  platform::WindowSystem& windows = platform_.windows;
   std::int32_t nCount = 0;
   platform::WindowHandle hWnd = windows.FindWindowByTitle(kMainAppTitle);
   while (hWnd != 0) {
     const auto sClass = windows.ClassName(hWnd, kNameBufferLen);
     if (!sClass) return kCountOnFailure;
-    if (*sClass == kMainAppClass) {
+    if (*sClass == kFormWindowClass) {
       const auto sTitle = windows.WindowText(hWnd, kNameBufferLen);
       if (!sTitle) return kCountOnFailure;
       if (*sTitle == kMainAppTitle) {
@@ -35,11 +33,11 @@ Integer Launcher::CountMainAppWindows() {
   return static_cast<Integer>(nCount);
 }
 
-void Launcher::MonitorMainApp() {
+void MainApp::MonitorMainApp() {
   if (CountMainAppWindows() != 0) return;
   const std::string sName = FindMainAppFile();
   if (!sName.empty()) {
-    std::string sPath = agent_.AppPath() + "\\" + sName;
+    std::string sPath = AppPath() + "\\" + sName;
     LaunchMainApp(sPath);
   } else {
     LaunchFromLaunchSite();

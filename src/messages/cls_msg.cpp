@@ -4,7 +4,7 @@
 
 #include "messages/message_image.h"
 #include "messages/text_forms.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace launchagent {
 namespace {
@@ -39,7 +39,7 @@ Bytes clsMsg::GetObjectData() { return Bytes(); }
 bool clsMsg::SetObjectData(const Bytes& /*byteArray*/) { return false; }
 
 Long clsMsg::GetMsgType(const Bytes& byteArray) {
-  platform::PropertyBag bag;
+  PropertyBag bag;
   if (!bag.SetContents(byteArray)) return 0;
   const auto lngType = text_forms::ReadLong(message_image::Text(bag, message_image::kMsgType));
   return lngType ? *lngType : 0;

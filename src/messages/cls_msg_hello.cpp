@@ -4,7 +4,7 @@
 
 #include "messages/message_image.h"
 #include "messages/text_forms.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace launchagent {
 namespace {
@@ -19,7 +19,7 @@ clsMsgHello::clsMsgHello(MessageContext& ctx) : clsMsgConcrete(ctx) {}
 clsMsgHello::~clsMsgHello() = default;
 
 Bytes clsMsgHello::GetObjectData() {
-  platform::PropertyBag bag;
+  PropertyBag bag;
   message_image::WriteEnvelope(bag, kMsgType, m_objEnvelope);
   message_image::Write(bag, kHello, text_forms::BareForm(m_nHello));
   message_image::Write(bag, kVarnoHost, m_sVarnoHost);
@@ -27,7 +27,7 @@ Bytes clsMsgHello::GetObjectData() {
 }
 
 bool clsMsgHello::SetObjectData(const Bytes& byteArray) {
-  platform::PropertyBag bag;
+  PropertyBag bag;
   if (!bag.SetContents(byteArray)) return false;
   if (!message_image::IsOfType(bag, kMsgType)) return false;
   if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;

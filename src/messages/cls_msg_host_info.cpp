@@ -5,7 +5,7 @@
 #include "messages/cls_msg_user_list.h"
 #include "messages/message_image.h"
 #include "messages/text_forms.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace launchagent {
 namespace {
@@ -39,7 +39,7 @@ clsMsgHostInfo::~clsMsgHostInfo() = default;
 
 Bytes clsMsgHostInfo::GetObjectData() {
   using text_forms::FlagForm;
-  platform::PropertyBag bag;
+  PropertyBag bag;
   message_image::WriteEnvelope(bag, kMsgType, m_objEnvelope);
   message_image::Write(bag, kHostName, m_sHostName);
   message_image::Write(bag, kUserName, m_sUserName);
@@ -59,7 +59,7 @@ Bytes clsMsgHostInfo::GetObjectData() {
 
 bool clsMsgHostInfo::SetObjectData(const Bytes& byteArray) {
   using message_image::Text;
-  platform::PropertyBag bag;
+  PropertyBag bag;
   if (!bag.SetContents(byteArray)) return false;
   if (!message_image::IsOfType(bag, kMsgType)) return false;
   if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;

@@ -4,7 +4,7 @@
 
 #include "messages/message_image.h"
 #include "messages/text_forms.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace launchagent {
 namespace {
@@ -20,7 +20,7 @@ clsMsgUserList::clsMsgUserList(MessageContext& ctx) : clsMsgConcrete(ctx) {}
 clsMsgUserList::~clsMsgUserList() = default;
 
 Bytes clsMsgUserList::GetObjectData() {
-  platform::PropertyBag bag;
+  PropertyBag bag;
   message_image::WriteEnvelope(bag, kMsgType, m_objEnvelope);
   message_image::Write(bag, kUserCnt, text_forms::BareForm(m_nUserCnt));
   for (int nIndex = 1; nIndex <= m_nUserCnt; ++nIndex) {
@@ -33,7 +33,7 @@ Bytes clsMsgUserList::GetObjectData() {
 }
 
 bool clsMsgUserList::SetObjectData(const Bytes& byteArray) {
-  platform::PropertyBag bag;
+  PropertyBag bag;
   if (!bag.SetContents(byteArray)) return false;
   if (!message_image::IsOfType(bag, kMsgType)) return false;
   if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;

@@ -12,7 +12,7 @@ void AppendHexByte(std::string& s, unsigned n) {
 }  // namespace
 
 bool BuildImage(const std::string& sText, Bytes& byteImage, std::string& sError) {
-  platform::PropertyBag bag;
+  PropertyBag bag;
   std::size_t nStart = 0;
   int nLine = 0;
   while (nStart < sText.size()) {
@@ -35,8 +35,8 @@ bool BuildImage(const std::string& sText, Bytes& byteImage, std::string& sError)
     if (!bag.AppendText(std::string_view(sLine).substr(0, nEq),
                         std::string_view(sLine).substr(nEq + 1))) {
       sError = "line " + std::to_string(nLine) + ": the image would pass " +
-               std::to_string(platform::PropertyBag::kMaxImageSize) + " bytes or " +
-               std::to_string(platform::PropertyBag::kMaxEntries) + " entries";
+               std::to_string(PropertyBag::kMaxImageSize) + " bytes or " +
+               std::to_string(PropertyBag::kMaxEntries) + " entries";
       return false;
     }
   }
@@ -44,7 +44,7 @@ bool BuildImage(const std::string& sText, Bytes& byteImage, std::string& sError)
   return true;
 }
 
-std::string ShowImage(const platform::PropertyBag& bag) {
+std::string ShowImage(const PropertyBag& bag) {
   std::string sOut;
   for (const auto& entry : bag.Entries()) {
     sOut += entry.sName;

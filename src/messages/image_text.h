@@ -3,7 +3,7 @@
 // that need hand-made images (varno-msg uses these).
 #include <string>
 
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 #include "platform/types.h"
 
 namespace launchagent::image_text {
@@ -17,7 +17,7 @@ bool BuildImage(const std::string& sText, Bytes& byteImage, std::string& sError)
 
 // One "key=value" line per entry, in image order. Keys appear as stored (lower-cased).
 // Control characters in values are shown as \xNN so the lines stay lines.
-std::string ShowImage(const platform::PropertyBag& bag);
+std::string ShowImage(const PropertyBag& bag);
 
 // Offset, sixteen bytes in hex and their printable characters per line.
 std::string HexDump(const Bytes& byteImage);

@@ -5,21 +5,21 @@
 
 namespace launchagent::message_image {
 
-std::string Text(const platform::PropertyBag& bag, const Key& key) {
+std::string Text(const PropertyBag& bag, const Key& key) {
   std::string s;
   Text(bag, key, s);
   return s;
 }
 
-void Text(const platform::PropertyBag& bag, const Key& key, std::string& sOut) {
+void Text(const PropertyBag& bag, const Key& key, std::string& sOut) {
   if (!bag.FindText(key, sOut)) sOut.clear();
 }
 
-void Text(const platform::PropertyBag& bag, std::string_view sKey, std::string& sOut) {
+void Text(const PropertyBag& bag, std::string_view sKey, std::string& sOut) {
   if (!bag.FindText(sKey, sOut)) sOut.clear();
 }
 
-void WriteEnvelope(platform::PropertyBag& bag, Integer nMsgType, clsMsg& objEnvelope) {
+void WriteEnvelope(PropertyBag& bag, Integer nMsgType, clsMsg& objEnvelope) {
   Write(bag, kMsgType, text_forms::BareForm(nMsgType));
   Write(bag, kReturnAddress, objEnvelope.GetReturnAddress());
   // The identifier goes through its decimal text into the signed form: same digits.
@@ -27,12 +27,12 @@ void WriteEnvelope(platform::PropertyBag& bag, Integer nMsgType, clsMsg& objEnve
   Write(bag, kMsgReferenceIDWritten, text_forms::SignedForm(objEnvelope.GetMsgReferenceID()));
 }
 
-bool IsOfType(const platform::PropertyBag& bag, Integer nMsgType) {
+bool IsOfType(const PropertyBag& bag, Integer nMsgType) {
   const auto nType = text_forms::ReadInteger(Text(bag, kMsgType));
   return nType && *nType == nMsgType;
 }
 
-bool ReadEnvelope(const platform::PropertyBag& bag, clsMsg& objEnvelope) {
+bool ReadEnvelope(const PropertyBag& bag, clsMsg& objEnvelope) {
   std::string s;
   Text(bag, kMsgIDRead, s);
   const auto sglMsgID = text_forms::ReadSingle(s);

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 #include "platform/types.h"
 
 namespace launchagent {
@@ -15,7 +15,7 @@ namespace message_image {
 
 // The writer ends the identifier keys with "D", the reader with "d"; lookup ignores
 // letter case, so both meet.
-using Key = platform::PropertyBag::Key;
+using Key = PropertyBag::Key;
 inline constexpr Key kMsgType{"MsgType"};
 inline constexpr Key kReturnAddress{"sReturnAddress"};
 inline constexpr Key kMsgIDWritten{"sglMsgID"};
@@ -24,21 +24,21 @@ inline constexpr Key kMsgReferenceIDWritten{"sglMsgReferenceID"};
 inline constexpr Key kMsgReferenceIDRead{"sglMsgReferenceId"};
 
 // The text under the key; a key that the image does not hold reads as empty text.
-std::string Text(const platform::PropertyBag& bag, const Key& key);
-void Text(const platform::PropertyBag& bag, const Key& key, std::string& sOut);
-void Text(const platform::PropertyBag& bag, std::string_view sKey, std::string& sOut);
+std::string Text(const PropertyBag& bag, const Key& key);
+void Text(const PropertyBag& bag, const Key& key, std::string& sOut);
+void Text(const PropertyBag& bag, std::string_view sKey, std::string& sOut);
 // Writes a text entry under the key's name.
-inline void Write(platform::PropertyBag& bag, const Key& key, std::string_view sValue) {
+inline void Write(PropertyBag& bag, const Key& key, std::string_view sValue) {
   bag.AppendText(key.Name(), sValue);
 }
 
 // The four envelope entries, "MsgType" first.
-void WriteEnvelope(platform::PropertyBag& bag, Integer nMsgType, clsMsg& objEnvelope);
+void WriteEnvelope(PropertyBag& bag, Integer nMsgType, clsMsg& objEnvelope);
 // True when "MsgType" reads as nMsgType.
-bool IsOfType(const platform::PropertyBag& bag, Integer nMsgType);
+bool IsOfType(const PropertyBag& bag, Integer nMsgType);
 // Reads identifier, return address and reference identifier into the envelope; false
 // at the first number that does not fit, keeping what was read before it.
-bool ReadEnvelope(const platform::PropertyBag& bag, clsMsg& objEnvelope);
+bool ReadEnvelope(const PropertyBag& bag, clsMsg& objEnvelope);
 
 }  // namespace message_image
 }  // namespace launchagent

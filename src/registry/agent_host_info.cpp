@@ -5,23 +5,14 @@
 #include <algorithm>
 #include <string_view>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
-#include "transport/cls_agent_info.h"
-#include "transport/frm_client.h"
+#include "platform/text.h"
+#include "registry/agent_ports.h"
+#include "registry/cls_agent_info.h"
 
 namespace launchagent {
 
 namespace {
-
-char LowerChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string LowerCase(std::string_view s) {
-  std::string sOut(s);
-  for (char& c : sOut) c = LowerChar(c);
-  return sOut;
-}
 
 // Ordinal order of a lower-cased query against a stored name, lower-cased on the fly:
 // character code by character code, the shorter name first when one starts the other.
@@ -29,7 +20,7 @@ int CompareOrdinal(std::string_view sQuery, std::string_view sStored) {
   const std::size_t n = std::min(sQuery.size(), sStored.size());
   for (std::size_t i = 0; i < n; ++i) {
     const auto a = static_cast<unsigned char>(sQuery[i]);
-    const auto b = static_cast<unsigned char>(LowerChar(sStored[i]));
+    const auto b = static_cast<unsigned char>(AsciiLower(sStored[i]));
     if (a != b) return a < b ? -1 : 1;
   }
   if (sQuery.size() == sStored.size()) return 0;
@@ -50,14 +41,19 @@ Long Middle(Long lngLow, Long lngHigh) {
 
 }  // namespace
 
-AgentHostInfo::AgentHostInfo(Agent& agent) : agent_(agent) {}
+AgentHostInfo::AgentHostInfo(platform::Clock& clock, MessageContext& context,
+                             LogActivityFn logActivity, SocketPositionFn onSocketPosition)
+    : clock_(clock),
+      context_(context),
+      logActivity_(std::move(logActivity)),
+      onSocketPosition_(std::move(onSocketPosition)) {}
 AgentHostInfo::~AgentHostInfo() = default;
 
 Long AgentHostInfo::SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long& lngLow,
                                 Long& lngHigh) {
   // A missing message ends the search before it starts: 0, which callers take as not found.
   if (!objMsg) return 0;
-  return SearchName(LowerCase(objMsg->GetHostName()), lngLow, lngHigh);
+  return SearchName(AsciiLower(objMsg->GetHostName()), lngLow, lngHigh);
 }
 
 Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh) {
@@ -82,7 +78,7 @@ Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& ln
 Long AgentHostInfo::SearchAgentByName(const std::string& sHostName, Long& lngLow, Long& lngHigh) {
   // Only the host name of a query message is ever compared, so the name is searched
   // directly rather than through a message built for it.
-  return SearchName(LowerCase(sHostName), lngLow, lngHigh);
+  return SearchName(AsciiLower(sHostName), lngLow, lngHigh);
 }
 
 Long AgentHostInfo::FindAgentIndex(const std::string& sHostName) {
@@ -98,7 +94,7 @@ Long AgentHostInfo::InsertAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, L
   if (!objMsg) return 0;
   auto objRecord = std::make_shared<clsAgentInfo>();
   objRecord->Init(objMsg);
-  objMsg->SetDateReceived(agent_.Platform().clock.Now());
+  objMsg->SetDateReceived(clock_.Now());
 
   const Long lngCount = GetAgentCount();
   if (lngCount == 0) {
@@ -161,17 +157,17 @@ bool AgentHostInfo::GetAgentHostInfoByName(const std::string& sHostName,
 bool AgentHostInfo::GetAgentPort(const std::string& sHostName, Integer& nPort, Long& lngIndex) {
   lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) {
-    nPort = Launcher::GetDefaultAgentPort();
+    nPort = GetDefaultAgentPort();
     // A host asked for is a host known from now on, with only its name.
-    auto objMsg = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
     objMsg->SetHostName(sHostName);
     RegisterAgent(objMsg);
     return false;
   }
   clsAgentInfo& objRecord = *colAgents_[lngIndex - 1];
   nPort = objRecord.GetPort();
-  if (nPort < Launcher::GetFirstAgentPort() || nPort > Launcher::GetLastAgentPort()) {
-    nPort = Launcher::GetDefaultAgentPort();
+  if (nPort < GetFirstAgentPort() || nPort > GetLastAgentPort()) {
+    nPort = GetDefaultAgentPort();
     objRecord.SetPort(nPort);
   }
   return true;
@@ -200,7 +196,7 @@ bool AgentHostInfo::SetAgentSocketIndex(const std::string& sHostName, Long lngSo
   if (lngIndex < 1) return false;
   colAgents_[lngIndex - 1]->SetSocketIndex(lngSocketIndex);
   // The socket's tag names the registry position it serves.
-  agent_.frmClient().SetAgentIndex(lngSocketIndex, lngIndex);
+  if (onSocketPosition_) onSocketPosition_(lngSocketIndex, lngIndex);
   return true;
 }
 
@@ -226,7 +222,7 @@ void AgentHostInfo::LogAgentSites() {
     if (i > GetAgentCount()) continue;
     const std::shared_ptr<clsMsgHostInfo> objMsg = colAgents_[i - 1]->Message();
     if (!objMsg) continue;
-    agent_.LogActivity("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 5);
+    logActivity_("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 5);
   }
 }
 

@@ -2,21 +2,29 @@
 // The ordered registry of known agents (colAgents), kept in ascending order of the
 // lower-cased host name. Positions are 1-based. Read operations hand out the stored
 // message objects themselves, not copies.
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/activity_sink.h"
+#include "platform/services.h"
 #include "platform/types.h"
 
 namespace launchagent {
 
-class Agent;
 class clsAgentInfo;
 class clsMsgHostInfo;
+class MessageContext;
 
 class AgentHostInfo {
  public:
-  explicit AgentHostInfo(Agent& agent);
+  // Tells the client which registry position a socket serves (its tag): the client sits
+  // above the registry, so Agent hands this in.
+  using SocketPositionFn = std::function<void(Long lngSocketIndex, Long lngAgentIndex)>;
+
+  AgentHostInfo(platform::Clock& clock, MessageContext& context, LogActivityFn logActivity,
+                SocketPositionFn onSocketPosition);
   ~AgentHostInfo();
 
   Long SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long& lngLow, Long& lngHigh);
@@ -44,7 +52,10 @@ class AgentHostInfo {
   // The binary search on an already lower-cased name.
   Long SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh);
 
-  Agent& agent_;
+  platform::Clock& clock_;
+  MessageContext& context_;
+  LogActivityFn logActivity_;
+  SocketPositionFn onSocketPosition_;
   std::vector<std::shared_ptr<clsAgentInfo>> colAgents_;  // colAgents, position i at [i - 1]
 };
 

@@ -4,8 +4,7 @@
 // window serves host names and addresses while hidden.
 #include "setup/frm_agent_setup.h"
 
-#include "agent/agent.h"
-#include "registry/local_option_changes.h"
+#include "messages/message_context.h"
 
 namespace launchagent {
 
@@ -34,26 +33,48 @@ std::size_t CharBoundary(const std::string& s, std::size_t i) {
 
 }  // namespace
 
-FrmAgentSetup::FrmAgentSetup(Agent& agent) : agent_(agent), form_("frmAgentSetup", "Agent Setup") {
+FrmAgentSetup::FrmAgentSetup(platform::Platform& platform, AgentHostInfo& registry,
+                             MessageContext& context, LogActivityFn logActivity,
+                             bool& bActiveAgentServices, Links links)
+    : platform_(platform),
+      registry_(registry),
+      context_(context),
+      bActiveAgentServices_(bActiveAgentServices),
+      links_(std::move(links)),
+      identity_(platform.sockets, platform.loop, std::move(logActivity)),
+      localOptions_(registry, context, identity_,
+                    [this](std::string& sHostName) { AddHostToNeighborhood(sHostName); }),
+      form_("frmAgentSetup", "Agent Setup") {
   CreateControls();
   TimerCheckInternet = &form_.Add<ui::Timer>("TimerCheckInternet", 60000, true);
-  TimerCheckInternet->OnTick = [this] { TimerCheckInternet_Timer(); };
-  form_.OnUserClose = [this] { agent_.UnloadAgentSetup(); };
-  agent_.Platform().windows.AttachForm(form_);
-  TimerCheckInternet->AttachDriver(&agent_.Platform().loop.Timers());
+  TimerCheckInternet->OnTick = Handler(&FrmAgentSetup::TimerCheckInternet_Timer);
+  // Unloading runs inside this window's close handler, so the window counts as busy.
+  form_.OnUserClose = [this] {
+    const HandlerScope scope(*this);
+    links_.unload();
+  };
+  platform_.windows.AttachForm(form_);
+  TimerCheckInternet->AttachDriver(&platform_.loop.Timers());
   SetAgentInfoFN(1);
   LoadAgentInfo();
 }
 
 FrmAgentSetup::~FrmAgentSetup() {
   if (TimerCheckInternet) TimerCheckInternet->SetTimerEnabled(false);
-  agent_.Platform().windows.DetachForm(form_);
+  platform_.windows.DetachForm(form_);
 }
 
 void FrmAgentSetup::Form_Unload() {
   TimerCheckInternet->SetTimerEnabled(false);
-  agent_.Platform().windows.DetachForm(form_);
+  platform_.windows.DetachForm(form_);
   SocketsCleanup();
+}
+
+std::function<void()> FrmAgentSetup::Handler(void (FrmAgentSetup::*fn)()) {
+  return [this, fn] {
+    const HandlerScope scope(*this);
+    (this->*fn)();
+  };
 }
 
 // Top to bottom: the neighbourhood (left) and active (right) frames with their buttons
@@ -124,21 +145,21 @@ void FrmAgentSetup::CreateControls() {
   rtbAgentLog = Place(f.Add<ui::TextBox>("rtbAgentLog", "", true), "fraLog", 8, 20, 568, 102);
   cmdOk = Place(f.Add<ui::CommandButton>("cmdOk", "Ok"), "", 255, 666, 90, 26);
 
-  cmdRefresh->OnClick = [this] { cmdRefresh_Click(); };
-  cmdActiveAdd->OnClick = [this] { cmdActiveAdd_Click(); };
-  cmdActiveDelete->OnClick = [this] { cmdActiveDelete_Click(); };
-  cmdActiveClear->OnClick = [this] { cmdActiveClear_Click(); };
-  lstNeighborhood->OnClick = [this] { lstNeighborhood_Click(); };
-  lstHostUsers->OnClick = [this] { lstHostUsers_Click(); };
-  lstContexts->OnClick = [this] { lstContexts_Click(); };
-  chkActiveAgentServices->OnClick = [this] { chkActiveAgentServices_Click(); };
-  chkSeekWeb->OnClick = [this] { chkSeekWeb_Click(); };
-  chkSeekNews->OnClick = [this] { chkSeekNews_Click(); };
-  chkSeekJobs->OnClick = [this] { chkSeekJobs_Click(); };
-  chkSeekStocks->OnClick = [this] { chkSeekStocks_Click(); };
-  chkSeekIntranet->OnClick = [this] { chkSeekIntranet_Click(); };
-  cmdSet->OnClick = [this] { cmdSet_Click(); };
-  cmdOk->OnClick = [this] { cmdOk_Click(); };
+  cmdRefresh->OnClick = Handler(&FrmAgentSetup::cmdRefresh_Click);
+  cmdActiveAdd->OnClick = Handler(&FrmAgentSetup::cmdActiveAdd_Click);
+  cmdActiveDelete->OnClick = Handler(&FrmAgentSetup::cmdActiveDelete_Click);
+  cmdActiveClear->OnClick = Handler(&FrmAgentSetup::cmdActiveClear_Click);
+  lstNeighborhood->OnClick = Handler(&FrmAgentSetup::lstNeighborhood_Click);
+  lstHostUsers->OnClick = Handler(&FrmAgentSetup::lstHostUsers_Click);
+  lstContexts->OnClick = Handler(&FrmAgentSetup::lstContexts_Click);
+  chkActiveAgentServices->OnClick = Handler(&FrmAgentSetup::chkActiveAgentServices_Click);
+  chkSeekWeb->OnClick = Handler(&FrmAgentSetup::chkSeekWeb_Click);
+  chkSeekNews->OnClick = Handler(&FrmAgentSetup::chkSeekNews_Click);
+  chkSeekJobs->OnClick = Handler(&FrmAgentSetup::chkSeekJobs_Click);
+  chkSeekStocks->OnClick = Handler(&FrmAgentSetup::chkSeekStocks_Click);
+  chkSeekIntranet->OnClick = Handler(&FrmAgentSetup::chkSeekIntranet_Click);
+  cmdSet->OnClick = Handler(&FrmAgentSetup::cmdSet_Click);
+  cmdOk->OnClick = Handler(&FrmAgentSetup::cmdOk_Click);
 }
 
 void FrmAgentSetup::Init() {
@@ -146,7 +167,7 @@ void FrmAgentSetup::Init() {
   LoadOptions();
   // A box whose value changes runs its click handler, so a restored option that differs
   // from what the box showed is saved and passed to the registry once more.
-  chkActiveAgentServices->SetValue(agent_.bActiveAgentServices ? 1 : 0);
+  chkActiveAgentServices->SetValue(bActiveAgentServices_ ? 1 : 0);
   chkSeekIntranet->SetValue(bSeekIntranet ? 1 : 0);
   chkSeekStocks->SetValue(bSeekStocks ? 1 : 0);
   chkSeekWeb->SetValue(bSeekWeb ? 1 : 0);
@@ -161,47 +182,46 @@ void FrmAgentSetup::Init() {
 // Each local option: the field follows the box, "agent.dat" is written, then the
 // local registry entry. The other agents learn of it with the next periodic broadcast.
 void FrmAgentSetup::chkActiveAgentServices_Click() {
-  agent_.bActiveAgentServices = chkActiveAgentServices->Value() == 1;
+  bActiveAgentServices_ = chkActiveAgentServices->Value() == 1;
   SaveOptions();
-  agent_.localOptionChanges().SetLocalProvideHostServices(agent_.bActiveAgentServices);
+  localOptions_.SetLocalProvideHostServices(bActiveAgentServices_);
 }
 
 void FrmAgentSetup::chkSeekWeb_Click() {
   bSeekWeb = chkSeekWeb->Value() == 1;
   SaveOptions();
-  agent_.localOptionChanges().SetLocalProvideWeb(bSeekWeb);
+  localOptions_.SetLocalProvideWeb(bSeekWeb);
 }
 
 void FrmAgentSetup::chkSeekNews_Click() {
   bSeekNews = chkSeekNews->Value() == 1;
   SaveOptions();
-  agent_.localOptionChanges().SetLocalProvideNews(bSeekNews);
+  localOptions_.SetLocalProvideNews(bSeekNews);
 }
 
 void FrmAgentSetup::chkSeekJobs_Click() {
   bSeekJobs = chkSeekJobs->Value() == 1;
   SaveOptions();
-  agent_.localOptionChanges().SetLocalProvideJobs(bSeekJobs);
+  localOptions_.SetLocalProvideJobs(bSeekJobs);
 }
 
 void FrmAgentSetup::chkSeekStocks_Click() {
   bSeekStocks = chkSeekStocks->Value() == 1;
   SaveOptions();
-  agent_.localOptionChanges().SetLocalProvideStocks(bSeekStocks);
+  localOptions_.SetLocalProvideStocks(bSeekStocks);
 }
 
 void FrmAgentSetup::chkSeekIntranet_Click() {
   bSeekIntranet = chkSeekIntranet->Value() == 1;
   SaveOptions();
-  agent_.localOptionChanges().SetLocalProvideIntranet(bSeekIntranet);
+  localOptions_.SetLocalProvideIntranet(bSeekIntranet);
 }
 
 void FrmAgentSetup::cmdSet_Click() {
   // The texts go as typed; the registry decides what a port that is no number means.
   const std::string sAddress =
       txtIP1->Text() + "." + txtIP2->Text() + "." + txtIP3->Text() + "." + txtIP4->Text();
-  agent_.localOptionChanges().SetAgentAddress(txtHostName->Text(), sAddress,
-                                              txtLocalPortNumber->Text());
+  localOptions_.SetAgentAddress(txtHostName->Text(), sAddress, txtLocalPortNumber->Text());
 }
 
 void FrmAgentSetup::cmdOk_Click() {
@@ -225,6 +245,18 @@ void FrmAgentSetup::txtAgentLog_Display(const std::string& sText, Integer nMode)
   // Selecting the new text scrolls it into view.
   rtbAgentLog->SetSelStart(lngLength - lngNew);
   rtbAgentLog->SetSelLength(lngNew);
+}
+
+// The internet check runs on every sixth tick. The agent has no detection of internet
+// access: the state it reads is always False, as the flag is, so the check never acts.
+void FrmAgentSetup::TimerCheckInternet_Timer() {
+  if (nInternetTicks < 5) {
+    ++nInternetTicks;
+    return;
+  }
+  nInternetTicks = 0;
+  TimerCheckInternet->SetTimerEnabled(false);
+  TimerCheckInternet->SetTimerEnabled(true);
 }
 
 }  // namespace launchagent

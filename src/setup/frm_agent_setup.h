@@ -1,46 +1,75 @@
 #pragma once
 // The Agent Setup window. Besides the setup the user sees (neighbourhood, active
 // computers, local and remote options, users and contexts, the two option files), the
-// same object is the agent's service for host names and addresses, used while hidden.
+// window holds this computer's host identity, so the agent loads it whenever it needs
+// its own name or another host's address, and uses it while hidden.
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/activity_sink.h"
+#include "platform/services.h"
 #include "platform/types.h"
 #include "platform/ui/form.h"
+#include "setup/host_identity.h"
+#include "setup/host_users_table.h"
+#include "setup/local_option_changes.h"
 #include "setup/option_records.h"
 
 namespace launchagent {
 
-class Agent;
+class AgentHostInfo;
+class MessageContext;
 class clsMsgHostInfo;
 class clsMsgUserList;
 
 class FrmAgentSetup {
-  Agent& agent_;
+ public:
+  // What the window reaches above itself: the launcher's LAN host table (count, then
+  // entries 1..count), its refresh, and the agent's unloading of this window.
+  struct Links {
+    std::function<Integer()> lanHostCount;
+    std::function<std::string(Integer)> lanHost;
+    std::function<void()> refreshLANHosts;
+    std::function<void()> unload;
+  };
+
+ private:
+  platform::Platform& platform_;
+  AgentHostInfo& registry_;
+  MessageContext& context_;
+  bool& bActiveAgentServices_;
+  Links links_;
+  HostIdentity identity_;
+  LocalOptionChanges localOptions_;
   ui::Form form_;
+  // Handlers of this window now running (they may let events run, and the window may be
+  // unloaded meanwhile): the agent frees an unloaded window only when this is 0.
+  int nHandlersRunning_ = 0;
 
  public:
-  explicit FrmAgentSetup(Agent& agent);  // loading: controls, timer, agent-info file name
+  // Loading: controls, timer, agent-info file name.
+  FrmAgentSetup(platform::Platform& platform, AgentHostInfo& registry, MessageContext& context,
+                LogActivityFn logActivity, bool& bActiveAgentServices, Links links);
   ~FrmAgentSetup();
   // Unloading by the user (the frame's close box): stops the socket library once. Not
   // run when the process ends, which has no shutdown sequence of its own.
   void Form_Unload();
   ui::Form& Form() { return form_; }
   void Init();
+  bool HandlerRunning() const { return nHandlersRunning_ > 0; }
+  HostIdentity& Identity() { return identity_; }
+  LocalOptionChanges& localOptionChanges() { return localOptions_; }
 
-  // ---- Host name and address resolution (host_resolution.cpp) ----
-  void SocketsInitialize();
-  void SocketsCleanup();
-  void GetHostInfo();
-  std::string GetHostName();
-  std::string GetIPAddress();
-  std::string GetIPInfo(const std::string& hostname);
-  static Long hibyte(Integer wParam);
-  static Long lobyte(Integer wParam);
+  // ---- Host identity: the window's own operations of these names ----
+  void SocketsInitialize() { identity_.SocketsInitialize(); }
+  void SocketsCleanup() { identity_.SocketsCleanup(); }
+  void GetHostInfo() { identity_.GetHostInfo(); }
+  std::string GetHostName() { return identity_.GetHostName(); }
+  std::string GetIPAddress() { return identity_.GetIPAddress(); }
+  std::string GetIPInfo(const std::string& hostname) { return identity_.GetIPInfo(hostname); }
   bool GotInternetAccess() const { return bInternetAccess; }
-  std::string sHostName = std::string(256, '\0');  // fixed 256-character buffer
-  std::string sIPAddress;
   bool bInternetAccess = false;
   Integer nInternetTicks = 0;
 
@@ -53,11 +82,7 @@ class FrmAgentSetup {
   std::string sAgentInfoFN;  // "" until SetAgentInfoFN
 
   // ---- Host users and contexts (host_users.cpp) ----
-  std::vector<AgentInfoRecord> AgentInfoTable;  // entry i at [i - 1]
-  Long FindHostRecord(const std::string& sHostName);
-  Integer FindHostUser(Long lngHost, const std::string& sUserName);
-  std::string LookupUserContext(const std::string& sHostName, const std::string& sUserName);
-  void StoreHostUsers(Integer nHost, const std::shared_ptr<clsMsgHostInfo>& objMsg);
+  HostUsersTable hostUsers;  // the agent-info table the file holds
   void UpdateHostUsers(const std::string& sHostName);
   void ShowHostUsers(const std::shared_ptr<clsMsgUserList>& objUL);
   void SelectContext(const std::string& sContext);
@@ -118,6 +143,21 @@ class FrmAgentSetup {
   ui::Frame* fraLocalHost = nullptr;
   ui::Frame* fraLog = nullptr;
 
+ private:
+  // Counts a running handler for as long as it lives.
+  class HandlerScope {
+   public:
+    explicit HandlerScope(FrmAgentSetup& form) : form_(form) { ++form_.nHandlersRunning_; }
+    ~HandlerScope() { --form_.nHandlersRunning_; }
+    HandlerScope(const HandlerScope&) = delete;
+    HandlerScope& operator=(const HandlerScope&) = delete;
+
+   private:
+    FrmAgentSetup& form_;
+  };
+  // Wires a handler to run inside a HandlerScope.
+  std::function<void()> Handler(void (FrmAgentSetup::*fn)());
+
   // ---- Event handlers (wired to the controls by the constructor) ----
   void cmdRefresh_Click();
   void cmdActiveAdd_Click();
@@ -135,13 +175,8 @@ class FrmAgentSetup {
   void cmdSet_Click();
   void cmdOk_Click();
 
- private:
   void TimerCheckInternet_Timer();
   void CreateControls();
-  // Host names compare after lower-casing; neighbourhood entries added by hand are
-  // upper case.
-  static std::string LCase(std::string s);
-  static std::string UCase(std::string s);
 };
 
 }  // namespace launchagent

@@ -1,9 +1,9 @@
 // Host users and contexts: the agent-info table keeps, per neighbourhood computer, the
 // users seen on it and the context chosen for each; the two lists of the selected-host
 // frame show and edit it.
-#include "agent/agent.h"
 #include "messages/cls_msg_host_info.h"
 #include "messages/cls_msg_user_list.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
 
@@ -11,7 +11,7 @@ namespace launchagent {
 
 namespace {
 
-constexpr Integer kUserSlots = 64;
+constexpr Integer kUserSlots = HostUsersTable::kUserSlots;
 
 // Blanks removed from both ends; the setter side of the lists compares this way.
 std::string TrimBlanks(const std::string& s) {
@@ -23,62 +23,15 @@ std::string TrimBlanks(const std::string& s) {
 
 }  // namespace
 
-// The table follows the LAN host order, not name order, so it is searched from the
-// front rather than by halving.
-Long FrmAgentSetup::FindHostRecord(const std::string& sHostName) {
-  const std::string sKey = LCase(sHostName);
-  for (std::size_t i = 0; i < AgentInfoTable.size(); ++i) {
-    if (LCase(AgentInfoTable[i].sHostName.Trimmed()) == sKey) return static_cast<Long>(i + 1);
-  }
-  return 0;
-}
-
-Integer FrmAgentSetup::FindHostUser(Long lngHost, const std::string& sUserName) {
-  if (lngHost < 1 || static_cast<std::size_t>(lngHost) > AgentInfoTable.size()) return 0;
-  // A free slot holds no user, so an empty name matches none.
-  if (sUserName.empty()) return 0;
-  const AgentInfoRecord& rec = AgentInfoTable[static_cast<std::size_t>(lngHost - 1)];
-  for (Integer k = 1; k <= kUserSlots; ++k) {
-    if (rec.Users[static_cast<std::size_t>(k - 1)].sUserName.Trimmed() == sUserName) return k;
-  }
-  return 0;
-}
-
-std::string FrmAgentSetup::LookupUserContext(const std::string& sHostName,
-                                             const std::string& sUserName) {
-  const Long h = FindHostRecord(sHostName);
-  if (h < 1) return "";
-  const Integer k = FindHostUser(h, sUserName);
-  if (k < 1) return "";
-  return AgentInfoTable[static_cast<std::size_t>(h - 1)]
-      .Users[static_cast<std::size_t>(k - 1)]
-      .sContext.Trimmed();
-}
-
-void FrmAgentSetup::StoreHostUsers(Integer nHost, const std::shared_ptr<clsMsgHostInfo>& objMsg) {
-  if (!objMsg) return;
-  const std::shared_ptr<clsMsgUserList> objUL = objMsg->GetMsgUL();
-  if (!objUL) return;
-  if (nHost < 1 || static_cast<std::size_t>(nHost) > AgentInfoTable.size()) return;
-  AgentInfoRecord& rec = AgentInfoTable[static_cast<std::size_t>(nHost - 1)];
-  const Integer nCount = objUL->GetUserCnt();
-  for (Integer k = 1; k <= nCount; ++k) {
-    if (k > kUserSlots) return;  // the 65th user has no slot: stop there
-    UserContext& slot = rec.Users[static_cast<std::size_t>(k - 1)];
-    slot.sUserName.Assign(objUL->GetUsers(k));
-    slot.sContext.Assign("");
-  }
-}
-
 void FrmAgentSetup::UpdateHostUsers(const std::string& sHostName) {
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  AgentHostInfo& registry = registry_;
   std::shared_ptr<clsMsgHostInfo> objMsg;
   if (!registry.GetAgentHostInfo(registry.FindAgentIndex(sHostName), objMsg) || !objMsg) return;
-  const Long h = FindHostRecord(sHostName);
+  const Long h = hostUsers.FindHostRecord(sHostName);
   if (h < 1) return;
   const std::shared_ptr<clsMsgUserList> objUL = objMsg->GetMsgUL();
   if (!objUL) return;
-  AgentInfoRecord& rec = AgentInfoTable[static_cast<std::size_t>(h - 1)];
+  AgentInfoRecord& rec = hostUsers.AgentInfoTable[static_cast<std::size_t>(h - 1)];
   const Integer nCount = objUL->GetUserCnt();
   for (Integer k = 1; k <= nCount; ++k) {
     if (k > kUserSlots) return;
@@ -111,9 +64,9 @@ void FrmAgentSetup::ClearContextSelection() {
 void FrmAgentSetup::PopulateContextList() { lstContexts->Clear(); }
 
 void FrmAgentSetup::lstHostUsers_Click() {
-  const Long h = FindHostRecord(txtHostName->Text());
+  const Long h = hostUsers.FindHostRecord(txtHostName->Text());
   if (h < 1) return;
-  const AgentInfoRecord& rec = AgentInfoTable[static_cast<std::size_t>(h - 1)];
+  const AgentInfoRecord& rec = hostUsers.AgentInfoTable[static_cast<std::size_t>(h - 1)];
   for (Integer i = 0; i < lstHostUsers->ListCount(); ++i) {
     if (!lstHostUsers->Selected(i)) continue;
     if (i >= kUserSlots) return;
@@ -122,12 +75,12 @@ void FrmAgentSetup::lstHostUsers_Click() {
 }
 
 void FrmAgentSetup::lstContexts_Click() {
-  const Long h = FindHostRecord(txtHostName->Text());
-  const Integer u = FindHostUser(h, lstHostUsers->Text());
+  const Long h = hostUsers.FindHostRecord(txtHostName->Text());
+  const Integer u = hostUsers.FindHostUser(h, lstHostUsers->Text());
   if (u < 1) return;
   for (Integer i = 0; i < lstContexts->ListCount(); ++i) {
     if (lstContexts->Selected(i)) {
-      AgentInfoTable[static_cast<std::size_t>(h - 1)]
+      hostUsers.AgentInfoTable[static_cast<std::size_t>(h - 1)]
           .Users[static_cast<std::size_t>(u - 1)]
           .sContext.Assign(lstContexts->List(i));
       return;

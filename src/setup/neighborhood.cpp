@@ -2,49 +2,38 @@
 // them, and the selected-host frame that shows what the registry knows of a computer.
 // Building the neighbourhood list also registers every LAN host and rebuilds the
 // agent-info table, which the agent relies on while the window stays hidden.
-#include "agent/agent.h"
-#include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
 #include "messages/text_forms.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
+#include "registry/agent_ports.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
 
-std::string FrmAgentSetup::LCase(std::string s) {
-  for (char& c : s)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return s;
-}
-
-std::string FrmAgentSetup::UCase(std::string s) {
-  for (char& c : s)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  return s;
-}
-
 void FrmAgentSetup::PopulateNeighborhoodList() {
+  // It lets events run, in which the window may be unloaded.
+  const HandlerScope scope(*this);
   lstNeighborhood->Clear();
-  Launcher& launcher = agent_.launcher();
-  const Integer n = launcher.nLANHostCnt;
+  const Integer n = links_.lanHostCount();
   if (n < 1) return;  // nothing to size the table to: table and file stay as they are
-  AgentInfoTable.resize(static_cast<std::size_t>(n));
+  hostUsers.AgentInfoTable.resize(static_cast<std::size_t>(n));
 
-  const std::string sLocalHost = LCase(GetHostName());
+  const std::string sLocalHost = AsciiLower(GetHostName());
   for (Integer i = 1; i <= n; ++i) {
     // Events pumped below may rebuild the table under us; a position that is gone
     // ends the run without saving.
-    if (static_cast<std::size_t>(i) > AgentInfoTable.size()) return;
-    const std::string sHost = launcher.GetLANHost(i);
-    AgentInfoTable[static_cast<std::size_t>(i - 1)].sHostName.Assign(sHost);
+    if (static_cast<std::size_t>(i) > hostUsers.AgentInfoTable.size()) return;
+    const std::string sHost = links_.lanHost(i);
+    hostUsers.AgentInfoTable[static_cast<std::size_t>(i - 1)].sHostName.Assign(sHost);
     lstNeighborhood->AddItem(sHost);
 
-    auto objMsg = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
     objMsg->SetHostName(sHost);
     objMsg->SetIPAddress(GetIPInfo(sHost));
-    objMsg->SetLocalPort(Launcher::GetDefaultAgentPort());
-    if (LCase(sHost) == sLocalHost) {
-      objMsg->SetProvideHostServices(agent_.bActiveAgentServices);
+    objMsg->SetLocalPort(GetDefaultAgentPort());
+    if (AsciiLower(sHost) == sLocalHost) {
+      objMsg->SetProvideHostServices(bActiveAgentServices_);
       objMsg->SetProvideIntranet(bSeekIntranet);
       objMsg->SetProvideWeb(bSeekWeb);
       objMsg->SetProvideNews(bSeekNews);
@@ -52,25 +41,25 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
       objMsg->SetProvideStocks(bSeekStocks);
     }
     // A host the registry already holds keeps what it has.
-    agent_.agentHostInfo().RegisterAgent(objMsg);
-    StoreHostUsers(i, objMsg);
+    registry_.RegisterAgent(objMsg);
+    hostUsers.StoreHostUsers(i, objMsg);
     // Keeps the window responsive: a click arriving now runs before the next computer.
-    agent_.Platform().loop.ProcessPendingEvents();
+    platform_.loop.ProcessPendingEvents();
   }
   SaveAgentInfo();
 }
 
 void FrmAgentSetup::AddHostToNeighborhood(std::string& sHostName) {
-  sHostName = UCase(sHostName);
+  sHostName = AsciiUpper(sHostName);
   for (Integer i = 0; i < lstNeighborhood->ListCount(); ++i)
     if (lstNeighborhood->List(i) == sHostName) return;
   lstNeighborhood->AddItem(sHostName);
 }
 
 bool FrmAgentSetup::InActiveHostList(const std::string& sHostName) {
-  const std::string sKey = LCase(sHostName);
+  const std::string sKey = AsciiLower(sHostName);
   for (Integer i = 0; i < lstActive->ListCount(); ++i)
-    if (LCase(lstActive->List(i)) == sKey) return true;
+    if (AsciiLower(lstActive->List(i)) == sKey) return true;
   return false;
 }
 
@@ -105,7 +94,7 @@ void FrmAgentSetup::ClearRemoteHostFields() {
 void FrmAgentSetup::cmdRefresh_Click() {
   // Disabled while it runs, so a second refresh cannot start from the pumped events.
   cmdRefresh->SetEnabled(false);
-  agent_.launcher().RefreshLANHosts();
+  links_.refreshLANHosts();
   PopulateNeighborhoodList();
   PopulateContextList();
   cmdRefresh->SetEnabled(true);
@@ -142,7 +131,7 @@ void FrmAgentSetup::cmdActiveClear_Click() {
 void FrmAgentSetup::lstNeighborhood_Click() {
   const std::string sHost = lstNeighborhood->Text();
   std::shared_ptr<clsMsgHostInfo> objMsg;
-  if (!agent_.agentHostInfo().GetAgentHostInfoByName(sHost, objMsg) || !objMsg) {
+  if (!registry_.GetAgentHostInfoByName(sHost, objMsg) || !objMsg) {
     ClearRemoteHostFields();
     return;
   }

@@ -6,9 +6,8 @@
 #include <algorithm>
 #include <string>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
 #include "messages/text_forms.h"
+#include "platform/shared_steps.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent {
@@ -23,16 +22,16 @@ constexpr Long kErrPathFileAccess = 75;
 constexpr Long kErrPathNotFound = 76;
 constexpr const char* kErrSource = "Launch";
 
-std::string FilePath(Agent& agent, const std::string& sName) {
-  return agent.AppPath() + "\\" + sName;
+std::string FilePath(platform::FileSystem& files, const std::string& sName) {
+  return files.AgentFolder() + "\\" + sName;
 }
 
 // The file's bytes with `records` laid over them from byte 0. A file that does not
 // exist yet counts as empty; one that exists but cannot be read fails.
-bool OverlayAndReplace(Agent& agent, const std::string& sPath, const Bytes& records) {
-  platform::FileSystem& files = agent.Platform().files;
+bool OverlayAndReplace(platform::FileSystem& files, const std::string& sPath,
+                       const Bytes& records) {
   Bytes content;
-  if (agent.launcher().PathExists(sPath)) {
+  if (PathExists(files, sPath)) {
     auto old = files.ReadFile(sPath);
     if (!old) return false;
     content = std::move(*old);
@@ -45,14 +44,14 @@ bool OverlayAndReplace(Agent& agent, const std::string& sPath, const Bytes& reco
 }  // namespace
 
 bool FrmAgentSetup::LoadOptions() {
-  const std::string sPath = FilePath(agent_, kOptionsFileName);
-  if (!agent_.launcher().PathExists(sPath)) return false;
-  const auto file = agent_.Platform().files.ReadFile(sPath);
+  const std::string sPath = FilePath(platform_.files, kOptionsFileName);
+  if (!PathExists(platform_.files, sPath)) return false;
+  const auto file = platform_.files.ReadFile(sPath);
   if (!file) return false;
   AgentOptions rec;
   if (!DecodeAgentOptions(*file, rec)) return false;
 
-  agent_.bActiveAgentServices = rec.bActiveAgentServices;
+  bActiveAgentServices_ = rec.bActiveAgentServices;
   bSeekIntranet = rec.bSeekIntranet;
   bSeekWeb = rec.bSeekWeb;
   bSeekNews = rec.bSeekNews;
@@ -74,7 +73,7 @@ bool FrmAgentSetup::SaveOptions() {
   if (nCount > kMaxActiveHosts) return false;
 
   AgentOptions rec;
-  rec.bActiveAgentServices = agent_.bActiveAgentServices;
+  rec.bActiveAgentServices = bActiveAgentServices_;
   rec.bSeekIntranet = bSeekIntranet;
   rec.bSeekWeb = bSeekWeb;
   rec.bSeekNews = bSeekNews;
@@ -84,7 +83,8 @@ bool FrmAgentSetup::SaveOptions() {
     rec.sActiveHost[static_cast<std::size_t>(i)].Assign(lstActive->List(i));
   rec.sActiveHost[static_cast<std::size_t>(nCount)].Assign("");  // 64 blanks end the list
 
-  return OverlayAndReplace(agent_, FilePath(agent_, kOptionsFileName), EncodeAgentOptions(rec));
+  return OverlayAndReplace(platform_.files, FilePath(platform_.files, kOptionsFileName),
+                           EncodeAgentOptions(rec));
 }
 
 void FrmAgentSetup::SetAgentInfoFN(Long lngID) {
@@ -92,37 +92,39 @@ void FrmAgentSetup::SetAgentInfoFN(Long lngID) {
 }
 
 bool FrmAgentSetup::LoadAgentInfo() {
-  const std::string sPath = FilePath(agent_, sAgentInfoFN);
-  if (!agent_.launcher().PathExists(sPath)) return false;
-  const auto file = agent_.Platform().files.ReadFile(sPath);
+  const std::string sPath = FilePath(platform_.files, sAgentInfoFN);
+  if (!PathExists(platform_.files, sPath)) return false;
+  const auto file = platform_.files.ReadFile(sPath);
   if (!file) return false;
 
   // Whole records only: a trailing partial record is not loaded.
   std::vector<AgentInfoRecord> table;
   AgentInfoRecord rec;
   for (std::size_t k = 1; DecodeAgentInfoRecord(*file, k, rec); ++k) table.push_back(rec);
-  AgentInfoTable = std::move(table);
+  hostUsers.AgentInfoTable = std::move(table);
   return true;
 }
 
 bool FrmAgentSetup::SaveAgentInfo() {
-  const std::string sPath = FilePath(agent_, sAgentInfoFN);
+  // Its message box may let events run.
+  const HandlerScope scope(*this);
+  const std::string sPath = FilePath(platform_.files, sAgentInfoFN);
   Bytes records;
-  records.reserve(AgentInfoTable.size() * AgentInfoRecord::kRecordLength);
-  for (const AgentInfoRecord& rec : AgentInfoTable) {
+  records.reserve(hostUsers.AgentInfoTable.size() * AgentInfoRecord::kRecordLength);
+  for (const AgentInfoRecord& rec : hostUsers.AgentInfoTable) {
     const Bytes one = EncodeAgentInfoRecord(rec);
     records.insert(records.end(), one.begin(), one.end());
   }
 
-  platform::FileSystem& files = agent_.Platform().files;
+  platform::FileSystem& files = platform_.files;
   Long lngErr = 0;
   std::string sDescription;
   if (sAgentInfoFN.empty() || files.FolderExists(sPath)) {
     // Without a name the path is the application folder itself.
     lngErr = kErrPathFileAccess;
     sDescription = "Path/File access error";
-  } else if (!OverlayAndReplace(agent_, sPath, records)) {
-    if (files.FolderExists(agent_.AppPath())) {
+  } else if (!OverlayAndReplace(platform_.files, sPath, records)) {
+    if (files.FolderExists(platform_.files.AgentFolder())) {
       lngErr = kErrPathFileAccess;
       sDescription = "Path/File access error";
     } else {
@@ -132,7 +134,7 @@ bool FrmAgentSetup::SaveAgentInfo() {
   }
   if (lngErr == 0) return true;
 
-  agent_.Platform().windows.MessageBox(
+  platform_.windows.MessageBox(
       "Error", "Error # " + text_forms::SignedForm(static_cast<std::int64_t>(lngErr)) +
                    " was generated by " + kErrSource + "\r" + sDescription);
   return false;

@@ -6,10 +6,9 @@
 #include <cstdint>
 #include <limits>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
 #include "messages/text_forms.h"
 #include "registry/agent_host_info.h"
+#include "registry/agent_ports.h"
 
 namespace launchagent {
 
@@ -28,10 +27,15 @@ std::string AttemptLine(const std::string& sHostName, Integer nPort, Long lngSoc
 
 }  // namespace
 
-FrmClient::FrmClient(Agent& agent)
-    : agent_(agent),
+FrmClient::FrmClient(platform::Network& network, AgentHostInfo& registry,
+                     const bool& bActiveAgentServices, LogActivityFn logActivity,
+                     MessageReceiverFn onMessage)
+    : registry_(registry),
+      bActiveAgentServices_(bActiveAgentServices),
+      logActivity_(std::move(logActivity)),
+      onMessage_(std::move(onMessage)),
       form_("frmClient", "frmClient"),
-      tcpClient_(agent.Platform().network.CreateSocketArray("tcpClient")) {
+      tcpClient_(network.CreateSocketArray("tcpClient")) {
   if (!tcpClient_) return;
   // Only arrivals are handled: the state of a connection is learnt at the next send.
   tcpClient_->OnDataArrival = [this](Long lngIndex, Long lngBytesTotal) {
@@ -40,7 +44,7 @@ FrmClient::FrmClient(Agent& agent)
   };
   lngSockets_ = 0;
   // Position 0 is the template that every connection socket is made from; it never connects.
-  tcpClient_->SetLocalPort(0, Launcher::GetDefaultAgentPort());
+  tcpClient_->SetLocalPort(0, GetDefaultAgentPort());
 }
 
 FrmClient::~FrmClient() {
@@ -58,7 +62,7 @@ FrmClient::~FrmClient() {
 std::optional<Long> FrmClient::PrepareSocket(const std::string& sHostName,
                                              const std::string& sTarget, Integer& nPort,
                                              bool bUseAgentPort) {
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  AgentHostInfo& registry = registry_;
   Long lngAgentIndex = 0;
   Long lngSocket = 0;
   registry.GetAgentSocketIndex(sHostName, lngSocket, lngAgentIndex);
@@ -67,7 +71,7 @@ std::optional<Long> FrmClient::PrepareSocket(const std::string& sHostName,
     lngSocket = AddSocket();
     registry.SetAgentSocketIndex(sHostName, lngSocket);
     registry.SetAgentConnectTrials(sHostName, 0);
-    agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
+    logActivity_(AttemptLine(sHostName, nPort, lngSocket), 5);
     // A position the table cannot hold ends the send here.
     if (!FitsPosition(lngSocket)) return std::nullopt;
     ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
@@ -80,11 +84,11 @@ std::optional<Long> FrmClient::PrepareSocket(const std::string& sHostName,
     } else {
       // Third send in a row that found it down: a fresh attempt, on the next port.
       if (bUseAgentPort) {
-        Launcher::NextAgentPort(nPort);
+        NextAgentPort(nPort);
         registry.SetAgentPort(sHostName, nPort);
       }
       registry.SetAgentConnectTrials(sHostName, 0);
-      agent_.LogActivity(AttemptLine(sHostName, nPort, lngSocket), 5);
+      logActivity_(AttemptLine(sHostName, nPort, lngSocket), 5);
       if (!FitsPosition(lngSocket)) return std::nullopt;
       CloseSocket(static_cast<Integer>(lngSocket));
       ConnectSocket(static_cast<Integer>(lngSocket), sTarget, nPort);
@@ -95,10 +99,10 @@ std::optional<Long> FrmClient::PrepareSocket(const std::string& sHostName,
 
 void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& sIPAddress,
                               const Bytes& byteArray) {
-  if (!agent_.bActiveAgentServices || !tcpClient_) return;
+  if (!bActiveAgentServices_ || !tcpClient_) return;
   Integer nPort = 0;
   Long lngAgentIndex = 0;
-  agent_.agentHostInfo().GetAgentPort(sHostName, nPort, lngAgentIndex);
+  registry_.GetAgentPort(sHostName, nPort, lngAgentIndex);
   // The address, when known, is where the connection goes; the logs always name the host.
   const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
   const std::optional<Long> lngSocket = PrepareSocket(sHostName, sTarget, nPort, true);
@@ -109,21 +113,21 @@ void FrmClient::SendMessageEx(const std::string& sHostName, const std::string& s
   if (*nState == platform::kSckConnected) {
     // One unframed send: the image is the whole message.
     if (!tcpClient_->SendData(*lngSocket, byteArray)) return;
-    agent_.LogActivity("Connected to host " + sHostName, 5);
+    logActivity_("Connected to host " + sHostName, 5);
   } else {
     // The image is not kept: the next broadcast carries a fresh one.
-    agent_.LogActivity("WARNING: No connection to host " + sHostName, 5);
+    logActivity_("WARNING: No connection to host " + sHostName, 5);
   }
 }
 
 void FrmClient::SendMessage(const std::string& sHostName, const std::string& sIPAddress,
                             Integer& nPort, const Bytes& byteArray, bool bUseAgentPort) {
-  if (!agent_.bActiveAgentServices || !tcpClient_) return;
+  if (!bActiveAgentServices_ || !tcpClient_) return;
   if (bUseAgentPort) {
     Long lngAgentIndex = 0;
-    agent_.agentHostInfo().GetAgentPort(sHostName, nPort, lngAgentIndex);
+    registry_.GetAgentPort(sHostName, nPort, lngAgentIndex);
   } else if (nPort == 0) {
-    nPort = Launcher::GetDefaultAgentPort();
+    nPort = GetDefaultAgentPort();
   }
   const std::string& sTarget = sIPAddress.empty() ? sHostName : sIPAddress;
   const std::optional<Long> lngSocket = PrepareSocket(sHostName, sTarget, nPort, bUseAgentPort);
@@ -134,10 +138,10 @@ void FrmClient::SendMessage(const std::string& sHostName, const std::string& sIP
   if (*nState == platform::kSckConnected) {
     tcpClient_->SendData(*lngSocket, byteArray);
   } else {
-    agent_.LogActivity("WARNING: No connection to host " + sHostName + " via port " +
-                           text_forms::SignedForm(std::int64_t{nPort}) + " and Socket " +
-                           text_forms::SignedForm(std::int64_t{*lngSocket}),
-                       5);
+    logActivity_("WARNING: No connection to host " + sHostName + " via port " +
+                     text_forms::SignedForm(std::int64_t{nPort}) + " and Socket " +
+                     text_forms::SignedForm(std::int64_t{*lngSocket}),
+                 5);
   }
 }
 
@@ -183,9 +187,9 @@ bool FrmClient::IsSocketDisconnected(Long lngIndex) {
 void FrmClient::tcpClient_DataArrival(Integer Index, Long bytesTotal) {
   (void)bytesTotal;
   const std::optional<Integer> nState = tcpClient_->State(Index);
-  if (!nState || *nState != platform::kSckConnected || !agent_.bActiveAgentServices) return;
+  if (!nState || *nState != platform::kSckConnected || !bActiveAgentServices_) return;
   const std::optional<Bytes> byteArray = tcpClient_->GetData(Index);
-  agent_.launcher().ProcessReceivedMessage(Index, byteArray ? *byteArray : Bytes{});
+  onMessage_(Index, byteArray ? *byteArray : Bytes{});
 }
 
 }  // namespace launchagent

@@ -5,18 +5,23 @@
 #include <optional>
 #include <string>
 
+#include "platform/activity_sink.h"
 #include "platform/services.h"
 #include "platform/types.h"
 #include "platform/ui/form.h"
+#include "transport/message_receiver.h"
 
 namespace launchagent {
 
-class Agent;
+class AgentHostInfo;
 
 class FrmClient {
  public:
-  explicit FrmClient(Agent& agent);  // loading: prepares the template socket
-  ~FrmClient();                      // unloading: closes every socket
+  // Loading: prepares the template socket. Nothing is sent or read while
+  // bActiveAgentServices is off.
+  FrmClient(platform::Network& network, AgentHostInfo& registry, const bool& bActiveAgentServices,
+            LogActivityFn logActivity, MessageReceiverFn onMessage);
+  ~FrmClient();  // unloading: closes every socket
   ui::Form& Form() { return form_; }
   platform::SocketArray& tcpClient() { return *tcpClient_; }
 
@@ -36,7 +41,10 @@ class FrmClient {
                                     Integer& nPort, bool bUseAgentPort);
   void tcpClient_DataArrival(Integer Index, Long bytesTotal);
 
-  Agent& agent_;
+  AgentHostInfo& registry_;
+  const bool& bActiveAgentServices_;
+  LogActivityFn logActivity_;
+  MessageReceiverFn onMessage_;
   ui::Form form_;
   std::unique_ptr<platform::SocketArray> tcpClient_;
   Long lngSockets_ = 0;

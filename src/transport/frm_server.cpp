@@ -4,8 +4,7 @@
 
 #include <limits>
 
-#include "agent/agent.h"
-#include "launcher/launcher.h"
+#include "registry/agent_ports.h"
 
 namespace launchagent {
 
@@ -14,10 +13,13 @@ namespace {
 constexpr Long kMaxSocketPosition = std::numeric_limits<Integer>::max();
 }  // namespace
 
-FrmServer::FrmServer(Agent& agent)
-    : agent_(agent),
+FrmServer::FrmServer(platform::Network& network, platform::EventLoop& loop,
+                     const bool& bActiveAgentServices, MessageReceiverFn onMessage)
+    : loop_(loop),
+      bActiveAgentServices_(bActiveAgentServices),
+      onMessage_(std::move(onMessage)),
       form_("frmServer", "frmServer"),
-      tcpServer_(agent.Platform().network.CreateSocketArray("tcpServer")) {
+      tcpServer_(network.CreateSocketArray("tcpServer")) {
   if (!tcpServer_) return;
   tcpServer_->OnConnectionRequest = [this](Long lngIndex, Long lngRequestId) {
     if (lngIndex < 0 || lngIndex > kMaxSocketPosition) return;
@@ -29,7 +31,7 @@ FrmServer::FrmServer(Agent& agent)
   };
   lngConnections_ = 0;
   // A port already taken leaves the server without a listener, unreported.
-  tcpServer_->SetLocalPort(0, Launcher::GetDefaultAgentPort());
+  tcpServer_->SetLocalPort(0, GetDefaultAgentPort());
   tcpServer_->Listen(0);
 }
 
@@ -45,11 +47,11 @@ FrmServer::~FrmServer() {
 void FrmServer::SendOutMessage(Integer Index, const Bytes& byteArray) {
   if (tcpServer_) {
     const std::optional<Integer> nState = tcpServer_->State(Index);
-    if (nState && *nState == platform::kSckConnected && agent_.bActiveAgentServices) {
+    if (nState && *nState == platform::kSckConnected && bActiveAgentServices_) {
       tcpServer_->SendData(Index, byteArray);
     }
   }
-  agent_.Platform().loop.ProcessPendingEvents();
+  loop_.ProcessPendingEvents();
 }
 
 void FrmServer::tcpServer_ConnectionRequest(Integer Index, Long requestID) {
@@ -66,10 +68,10 @@ void FrmServer::tcpServer_DataArrival(Integer Index, Long bytesTotal) {
   (void)bytesTotal;  // everything waiting is read, whatever the event announced
   const std::optional<Integer> nState = tcpServer_->State(Index);
   // Left unread, the bytes stay with the connection.
-  if (!nState || *nState != platform::kSckConnected || !agent_.bActiveAgentServices) return;
+  if (!nState || *nState != platform::kSckConnected || !bActiveAgentServices_) return;
   // No framing: whatever is waiting now is taken as one message image.
   const std::optional<Bytes> byteArray = tcpServer_->GetData(Index);
-  agent_.launcher().ProcessReceivedMessage(Index, byteArray ? *byteArray : Bytes{});
+  onMessage_(Index, byteArray ? *byteArray : Bytes{});
 }
 
 }  // namespace launchagent

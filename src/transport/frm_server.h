@@ -6,15 +6,16 @@
 #include "platform/services.h"
 #include "platform/types.h"
 #include "platform/ui/form.h"
+#include "transport/message_receiver.h"
 
 namespace launchagent {
 
-class Agent;
-
 class FrmServer {
  public:
-  explicit FrmServer(Agent& agent);  // loading: starts listening
-  ~FrmServer();                      // unloading: closes the accepted connections
+  // Loading: starts listening. Nothing is read or sent while bActiveAgentServices is off.
+  FrmServer(platform::Network& network, platform::EventLoop& loop, const bool& bActiveAgentServices,
+            MessageReceiverFn onMessage);
+  ~FrmServer();  // unloading: closes the accepted connections
   ui::Form& Form() { return form_; }
   platform::SocketArray& tcpServer() { return *tcpServer_; }
   void SendOutMessage(Integer Index, const Bytes& byteArray);
@@ -24,7 +25,9 @@ class FrmServer {
   void tcpServer_ConnectionRequest(Integer Index, Long requestID);
   void tcpServer_DataArrival(Integer Index, Long bytesTotal);
 
-  Agent& agent_;
+  platform::EventLoop& loop_;
+  const bool& bActiveAgentServices_;
+  MessageReceiverFn onMessage_;
   ui::Form form_;
   std::unique_ptr<platform::SocketArray> tcpServer_;
   Long lngConnections_ = 0;

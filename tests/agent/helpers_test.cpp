@@ -8,7 +8,9 @@
 #include "agent/agent.h"
 #include "launcher/frm_launch.h"
 #include "launcher/launcher.h"
+#include "platform/shared_steps.h"
 #include "platform/sim/world.h"
+#include "registry/agent_ports.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent::testing {
@@ -19,19 +21,19 @@ TEST(AgentPorts, NextPortStepsThroughTheRangeAndWraps) {
                                                           {1300, 1230}, {1000, 1001}, {-5, -4}};
   for (const auto& [nIn, nOut] : cases) {
     Integer nPort = nIn;
-    Launcher::NextAgentPort(nPort);
+    NextAgentPort(nPort);
     EXPECT_EQ(nPort, nOut) << nIn;
   }
-  EXPECT_EQ(Launcher::GetDefaultAgentPort(), 1230);
-  EXPECT_EQ(Launcher::GetFirstAgentPort(), 1230);
-  EXPECT_EQ(Launcher::GetLastAgentPort(), 1235);
+  EXPECT_EQ(GetDefaultAgentPort(), 1230);
+  EXPECT_EQ(GetFirstAgentPort(), 1230);
+  EXPECT_EQ(GetLastAgentPort(), 1235);
 }
 
 TEST(HostResolution, HighAndLowBytes) {
-  EXPECT_EQ(FrmAgentSetup::hibyte(257), 1);
-  EXPECT_EQ(FrmAgentSetup::lobyte(257), 1);
-  EXPECT_EQ(FrmAgentSetup::hibyte(0x0A02), 10);
-  EXPECT_EQ(FrmAgentSetup::lobyte(0x0A02), 2);
+  EXPECT_EQ(HostIdentity::hibyte(257), 1);
+  EXPECT_EQ(HostIdentity::lobyte(257), 1);
+  EXPECT_EQ(HostIdentity::hibyte(0x0A02), 10);
+  EXPECT_EQ(HostIdentity::lobyte(0x0A02), 2);
 }
 
 class AgentHelpers : public ::testing::Test {
@@ -80,9 +82,9 @@ TEST_F(AgentHelpers, PauseWaitsInVirtualTimeAndZeroReturnsAtOnce) {
   sim::Nanos before = 0, afterZero = 0, afterThree = 0;
   InAgent([&](Agent& a) {
     before = lan_.Now();
-    a.launcher().Pause(0);
+    Pause(a.Platform().clock, a.Platform().loop, 0);
     afterZero = lan_.Now();
-    a.launcher().Pause(3);
+    Pause(a.Platform().clock, a.Platform().loop, 3);
     afterThree = lan_.Now();
   });
   EXPECT_EQ(afterZero, before);
@@ -95,7 +97,7 @@ TEST_F(AgentHelpers, APauseOverMidnightEndsJustAfterMidnight) {
   sim::Nanos start = 0, end = 0;
   InAgent([&](Agent& a) {
     start = lan_.Now();
-    a.launcher().Pause(10);
+    Pause(a.Platform().clock, a.Platform().loop, 10);
     end = lan_.Now();
   });
   EXPECT_GE(end - start, sim::Seconds(2));
@@ -111,7 +113,7 @@ TEST_F(AgentHelpers, PathExistsForFilesFoldersAndPatterns) {
       {"C:\\Data\\Sub\\nothing", false}};
   InAgent([&](Agent& a) {
     for (const auto& [sPath, bExists] : cases)
-      EXPECT_EQ(a.launcher().PathExists(sPath), bExists) << sPath;
+      EXPECT_EQ(PathExists(a.Platform().files, sPath), bExists) << sPath;
   });
 }
 

@@ -48,7 +48,7 @@ TEST(HostInfoExchange, OtherMessagesAndForeignBytesChangeNothing) {
                        {std::make_shared<clsMsgUserList>(agent)->GetObjectData(),
                         std::make_shared<clsMsgHello>(agent)->GetObjectData(), Bytes{},
                         Bytes{1, 2, 3, 4, 5}, Bytes(300, 0xff)})
-                    agent.launcher().ProcessReceivedMessage(1, image);
+                    agent.launcher().exchange().ProcessReceivedMessage(1, image);
                   EXPECT_EQ(agent.agentHostInfo().GetAgentCount(), 0);
                 }).empty());
 }

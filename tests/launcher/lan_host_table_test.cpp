@@ -13,7 +13,7 @@
 namespace launchagent::testing {
 namespace {
 
-std::vector<std::string> Table(Launcher& launcher) {
+std::vector<std::string> Table(LanHostTable& launcher) {
   std::vector<std::string> names;
   for (Integer i = 1; i <= launcher.nLANHostCnt; ++i) names.push_back(launcher.GetLANHost(i));
   return names;
@@ -22,7 +22,7 @@ std::vector<std::string> Table(Launcher& launcher) {
 TEST(LANHostTable, GrowsByTenAndFindsWithoutCase) {
   Pc07 pc;
   pc.Call([](Agent& agent) {
-    Launcher& launcher = agent.launcher();
+    LanHostTable& launcher = agent.launcher().lanHosts();
     std::vector<std::string> added;
     // Room for ten more whenever the table is full: 10, 20, 30.
     for (int i = 0; i <= 21; ++i) {
@@ -53,8 +53,8 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
     pc.World().SetVisibleShares(pc.host, visible);
     pc.World().SetShareSearchError(pc.host, bError);
     pc.Call([&](Agent& agent) {
-      agent.launcher().RefreshLANHosts();
-      EXPECT_EQ(Table(agent.launcher()), table);
+      agent.launcher().lanHosts().RefreshLANHosts();
+      EXPECT_EQ(Table(agent.launcher().lanHosts()), table);
     });
   }
 }
@@ -68,10 +68,10 @@ TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) 
       {"pc07", pc.World().HostAddress(pc.host)},
       {"nowhere", ""}};
   pc.Call([&](Agent& agent) {
-    for (const auto& entry : entries) agent.launcher().AddLANHost(entry.first);
+    for (const auto& entry : entries) agent.launcher().lanHosts().AddLANHost(entry.first);
     // Registering again adds nothing.
-    agent.launcher().RegisterLANHosts();
-    agent.launcher().RegisterLANHosts();
+    agent.launcher().lanHosts().RegisterLANHosts();
+    agent.launcher().lanHosts().RegisterLANHosts();
     ASSERT_EQ(agent.agentHostInfo().GetAgentCount(), 3);
     for (const auto& [sName, sAddress] : entries) {
       std::shared_ptr<clsMsgHostInfo> obj;

@@ -24,7 +24,7 @@ TEST(LauncherHelpers, IsMainAppFileNameRecognisesReleasesAfterTheFirst) {
       {"Varno1", false},         {"Varno2", true},
   };
   for (const auto& [sName, bExpected] : cases)
-    EXPECT_EQ(Launcher::IsMainAppFileName(sName), bExpected) << sName;
+    EXPECT_EQ(MainApp::IsMainAppFileName(sName), bExpected) << sName;
 }
 
 TEST(LauncherHelpers, HasExtensionComparesTheEndingWithoutCase) {
@@ -35,7 +35,7 @@ TEST(LauncherHelpers, HasExtensionComparesTheEndingWithoutCase) {
       {"notes.txt", ".dll", false},
   };
   for (const auto& [sName, sExtension, bExpected] : cases)
-    EXPECT_EQ(Launcher::HasExtension(sName, sExtension), bExpected) << sName;
+    EXPECT_EQ(MainApp::HasExtension(sName, sExtension), bExpected) << sName;
 }
 
 TEST(LauncherHelpers, FileAndFolderNameSplitAtTheLastBackslash) {
@@ -49,8 +49,8 @@ TEST(LauncherHelpers, FileAndFolderNameSplitAtTheLastBackslash) {
       {"", "", ""},
   };
   for (const auto& [sPath, sFileName, sFolderName] : cases) {
-    EXPECT_EQ(Launcher::GetFileName(sPath), sFileName) << sPath;
-    EXPECT_EQ(Launcher::GetFolderName(sPath), sFolderName) << sPath;
+    EXPECT_EQ(MainApp::GetFileName(sPath), sFileName) << sPath;
+    EXPECT_EQ(MainApp::GetFolderName(sPath), sFolderName) << sPath;
   }
 }
 
@@ -66,7 +66,7 @@ TEST(LauncherHelpers, GetHostFromUNCTakesTheTextAfterTheLeadingPairUpToABackslas
       {"", ""},
   };
   for (const auto& [sPath, sHost] : cases)
-    EXPECT_EQ(Launcher::GetHostFromUNC(sPath), sHost) << sPath;
+    EXPECT_EQ(LanHostTable::GetHostFromUNC(sPath), sHost) << sPath;
 }
 
 }  // namespace

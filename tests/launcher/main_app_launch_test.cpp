@@ -20,7 +20,7 @@ TEST(GetSystemFolder, IsTheAgentsOwnFolderWhenThereIsNone) {
     Pc07 pc;
     pc.World().SetSystemFolder(pc.host, sSystem);
     pc.Call([&](Agent& agent) {
-      EXPECT_EQ(agent.launcher().GetSystemFolder(), sSystem.value_or(kAgentFolder));
+      EXPECT_EQ(agent.launcher().mainApp().GetSystemFolder(), sSystem.value_or(kAgentFolder));
     });
   }
 }
@@ -34,8 +34,8 @@ TEST(LaunchFromLaunchSite, LaunchesFromTheFirstSiteThatOpensAndKeepsACopy) {
     Register(agent, "pc12", LaunchSiteOf("pc12"));
     Register(agent, "pc09", LaunchSiteOf("pc09"));
     Register(agent, "pc05");
-    agent.launcher().LaunchFromLaunchSite();
-    sFound = agent.launcher().FindMainAppFile();
+    agent.launcher().mainApp().LaunchFromLaunchSite();
+    sFound = agent.launcher().mainApp().FindMainAppFile();
   });
   EXPECT_EQ(lines,
             (std::vector<std::string>{

@@ -38,7 +38,7 @@ TEST_F(ClsMsgTest, EachNewMessageDrawsOneIdentifier) {
     EXPECT_EQ(objs[k]->GetReturnAddress(), "PC7") << k;
     if (k == 0) continue;
     // The image carries the object's own identifier and refers to nothing.
-    platform::PropertyBag bag;
+    PropertyBag bag;
     ASSERT_TRUE(bag.SetContents(objs[k]->GetObjectData()));
     EXPECT_EQ(bag.ReadProperty("sglMsgId"), text_forms::SignedForm(objs[k]->GetMsgID()));
     EXPECT_EQ(bag.ReadProperty("sglMsgReferenceId"), " 0");
@@ -104,7 +104,7 @@ TEST_F(ClsMsgTest, TypeOfAnyImage) {
       {"hello", objs[3]->GetObjectData(), 6},
       {"junk", Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9}, 0},
       {"two images", twoImages, 0},
-      {"empty image", platform::PropertyBag().Contents(), 0},
+      {"empty image", PropertyBag().Contents(), 0},
       {"no MsgType", ImageOf("sHostName=PC7\n"), 0},
       {"lower-case key", ImageOf("msgtype=5\n"), 5},
       {"half rounds to even", ImageOf("MsgType=4.5\n"), 4},

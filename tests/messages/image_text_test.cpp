@@ -15,11 +15,11 @@ TEST(ImageTextTest, BuildsFromKeyValueLinesAndShowsThem) {
   ASSERT_TRUE(BuildImage(
       "# a host\r\nMsgType=4\r\n\nnLocalPort= 1230\nsAppPath=a=b\nsUserName=", image, sError))
       << sError;
-  platform::PropertyBag bag;
+  PropertyBag bag;
   ASSERT_TRUE(bag.SetContents(image));
   EXPECT_EQ(ShowImage(bag), "msgtype=4\nnlocalport= 1230\nsapppath=a=b\nsusername=\n");
   ASSERT_TRUE(BuildImage("# nothing\n", image, sError));
-  EXPECT_EQ(image, platform::PropertyBag().Contents());
+  EXPECT_EQ(image, PropertyBag().Contents());
   bag.Clear();
   bag.WriteProperty("v", "a\nb\x7F\\c");  // control characters are escaped
   EXPECT_EQ(ShowImage(bag), "v=a\\x0ab\\x7f\\c\n");

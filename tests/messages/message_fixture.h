@@ -7,7 +7,7 @@
 
 #include "messages/image_text.h"
 #include "messages/message_context.h"
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 namespace launchagent {
 
@@ -27,7 +27,7 @@ class MessageTest : public ::testing::Test, public MessageContext {
   }
   // The image as lines, keys lower-cased; "not an image" when it is none.
   static std::string Show(const Bytes& image) {
-    platform::PropertyBag bag;
+    PropertyBag bag;
     return bag.SetContents(image) ? image_text::ShowImage(bag) : "not an image";
   }
 

@@ -86,8 +86,8 @@ TEST(WindowTable, RecordsOrdersClosesAndDropsDeadOwnersAndBadLines) {
   test::TempDir dir;
   WindowTable table(dir / "windows");
   EXPECT_TRUE(table.List().empty());
-  const auto a = table.Add(kFormClass, "Launch Service for Varno");
-  const auto b = table.Add(kFormClass, "Varno");
+  const auto a = table.Add(kFormWindowClass, "Launch Service for Varno");
+  const auto b = table.Add(kFormWindowClass, "Varno");
   ASSERT_GT(b, a);
   EXPECT_TRUE(table.SetTitle(a, "tab\there\nnewline %"));
   auto list = table.List();
@@ -153,7 +153,7 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
 
   // Another program's window below ours in the same session.
   WindowTable other(settings_.sWindowTable);
-  const auto v = other.Add(kFormClass, "Varno");
+  const auto v = other.Add(kFormWindowClass, "Varno");
   EXPECT_EQ(windows_->FindWindowByTitle("Varno"), v);
   EXPECT_EQ(windows_->NextWindow(v), h);
   EXPECT_EQ(windows_->NextWindow(h), 0);

@@ -102,20 +102,6 @@ TEST(PathMapper, TranslatesBothWays) {
   for (const auto& [sIn, out] : back) EXPECT_EQ(paths.ToSystem(sIn), out) << sIn;
 }
 
-// Case and "*.*" are covered where folders are listed.
-TEST(Patterns, WindowsWildcards) {
-  const std::tuple<const char*, const char*, bool> cases[] = {
-      {"agent.dat", "agent.da?", true},
-      {"agent.dat", "agent.d?", false},
-      {"README", "*.*", true},
-      {"", "*", true},
-      {"abbbc", "a*b*c", true},
-      {"abd", "a*c", false},
-      {"aaaaaaaaaaaaaaaaaaaaaaaaaaab", "a*a*a*a*a*a*a*a*c", false}};
-  for (const auto& [szName, szPattern, bMatch] : cases)
-    EXPECT_EQ(MatchesPattern(szName, szPattern), bMatch) << szName << " " << szPattern;
-}
-
 TEST(Arguments, SplitLikeTheCRuntime) {
   const std::pair<std::string, std::vector<std::string>> cases[] = {
       {"-ReindexVarno anna", {"-ReindexVarno", "anna"}},

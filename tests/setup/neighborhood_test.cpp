@@ -14,7 +14,7 @@ using Names = std::vector<std::string>;
 TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
     a.bActiveAgentServices = f.bSeekWeb = f.bSeekStocks = true;
-    for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().AddLANHost(s);
+    for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().lanHosts().AddLANHost(s);
     f.PopulateNeighborhoodList();
     f.bSeekWeb = false;
     f.PopulateNeighborhoodList();  // emptied first; entries the registry holds stay
@@ -36,11 +36,11 @@ TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndF
   InSetup([](Agent&, FrmAgentSetup& f) {
     f.lstNeighborhood->AddItem("old");
     f.lstContexts->AddItem("x");
-    f.AgentInfoTable.assign(2, AgentInfoRecord{});
+    f.hostUsers.AgentInfoTable.assign(2, AgentInfoRecord{});
     f.cmdRefresh->Click();
     EXPECT_EQ(f.lstNeighborhood->ListCount(), 0);
     EXPECT_EQ(f.lstContexts->ListCount(), 0);  // the contexts are out of the agent's reach
-    EXPECT_EQ(f.AgentInfoTable.size(), 2u);
+    EXPECT_EQ(f.hostUsers.AgentInfoTable.size(), 2u);
   });
   EXPECT_FALSE(ReadFile(kAgentInfo1));
   lan_.World().AddShare(lan_.Host("PC2"), "apps", "C:\\Apps");
@@ -128,47 +128,47 @@ std::string Selection(const ui::ListBox& l) {
 TEST_F(NeighborhoodTest, FindHostRecordFindHostUserAndLookupUserContext) {
   InSetup([](Agent&, FrmAgentSetup& f) {
     // The table follows the LAN order, so it need not be sorted.
-    f.AgentInfoTable = {Host("zeta   "), Host("alpha"), Host("pc2", {"Ann", "bob"})};
-    f.AgentInfoTable[2].Users[0].sContext.Assign("  sales ");
+    f.hostUsers.AgentInfoTable = {Host("zeta   "), Host("alpha"), Host("pc2", {"Ann", "bob"})};
+    f.hostUsers.AgentInfoTable[2].Users[0].sContext.Assign("  sales ");
     const std::pair<const char*, Long> hosts[] = {{"alpha", 2}, {"ZETA", 1},   {"Pc2", 3},
                                                   {"delta", 0}, {"alpha ", 0}, {"", 0}};
-    for (const auto& [sKey, lngWant] : hosts) EXPECT_EQ(f.FindHostRecord(sKey), lngWant) << sKey;
+    for (const auto& [sKey, lngWant] : hosts) EXPECT_EQ(f.hostUsers.FindHostRecord(sKey), lngWant) << sKey;
     // Case counts for users; an empty name or a host outside the table finds none.
     const std::tuple<Long, const char*, Integer> users[] = {
         {3, "Ann", 1}, {3, "ann", 0}, {3, "bob", 2}, {3, "", 0}, {0, "Ann", 0}, {4, "Ann", 0}};
     for (const auto& [lngHost, sUser, nWant] : users)
-      EXPECT_EQ(f.FindHostUser(lngHost, sUser), nWant) << lngHost << sUser;
-    EXPECT_EQ(f.LookupUserContext("PC2", "Ann"), "sales");
-    EXPECT_EQ(f.LookupUserContext("pc2", "bob"), "");  // no context chosen
-    EXPECT_EQ(f.LookupUserContext("pc2", "carl"), "");
-    EXPECT_EQ(f.LookupUserContext("pc3", "Ann"), "");
+      EXPECT_EQ(f.hostUsers.FindHostUser(lngHost, sUser), nWant) << lngHost << sUser;
+    EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "Ann"), "sales");
+    EXPECT_EQ(f.hostUsers.LookupUserContext("pc2", "bob"), "");  // no context chosen
+    EXPECT_EQ(f.hostUsers.LookupUserContext("pc2", "carl"), "");
+    EXPECT_EQ(f.hostUsers.LookupUserContext("pc3", "Ann"), "");
   });
 }
 
 TEST_F(NeighborhoodTest, StoreHostUsersFillsAtMost64Slots) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    f.AgentInfoTable = {Host("pc2")};
-    f.AgentInfoTable[0].Users[0].sContext.Assign("dropped");
+    f.hostUsers.AgentInfoTable = {Host("pc2")};
+    f.hostUsers.AgentInfoTable[0].Users[0].sContext.Assign("dropped");
     auto m = std::make_shared<clsMsgHostInfo>(a);
     m->SetMsgUL(Users(a, "pc2", 65));
-    f.StoreHostUsers(1, m);
-    EXPECT_EQ(f.FindHostUser(1, "user64"), 64);
-    EXPECT_EQ(f.FindHostUser(1, "user65"), 0);
-    EXPECT_EQ(f.AgentInfoTable[0].Users[0].sContext.Text(), std::string(64, ' '));
+    f.hostUsers.StoreHostUsers(1, m);
+    EXPECT_EQ(f.hostUsers.FindHostUser(1, "user64"), 64);
+    EXPECT_EQ(f.hostUsers.FindHostUser(1, "user65"), 0);
+    EXPECT_EQ(f.hostUsers.AgentInfoTable[0].Users[0].sContext.Text(), std::string(64, ' '));
     // No user list, or a position outside the table: nothing changes.
-    f.AgentInfoTable[0].Users[0].sContext.Assign("ctx");
-    f.StoreHostUsers(1, std::make_shared<clsMsgHostInfo>(a));
-    f.StoreHostUsers(2, m);
-    f.StoreHostUsers(1, nullptr);
-    EXPECT_EQ(f.AgentInfoTable[0].Users[0].sContext.Trimmed(), "ctx");
+    f.hostUsers.AgentInfoTable[0].Users[0].sContext.Assign("ctx");
+    f.hostUsers.StoreHostUsers(1, std::make_shared<clsMsgHostInfo>(a));
+    f.hostUsers.StoreHostUsers(2, m);
+    f.hostUsers.StoreHostUsers(1, nullptr);
+    EXPECT_EQ(f.hostUsers.AgentInfoTable[0].Users[0].sContext.Trimmed(), "ctx");
   });
 }
 
 TEST_F(NeighborhoodTest, ShownUsersKeepTheirContextsAndTheTwoListsEditThem) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
     Register(a, "PC2", [&](clsMsgHostInfo& m) { m.SetMsgUL(Users(a, "PC2", 2)); });
-    f.AgentInfoTable = {Host("PC2")};
-    f.AgentInfoTable[0].Users[0].sContext.Assign("ctxB");
+    f.hostUsers.AgentInfoTable = {Host("PC2")};
+    f.hostUsers.AgentInfoTable[0].Users[0].sContext.Assign("ctxB");
     for (const char* s : {"ctxA", "ctxB", "ctxC"}) f.lstContexts->AddItem(s);
     f.lstContexts->SetSelected(0, true);
     f.ShowHostUsers(Entry(a, "PC2")->GetMsgUL());
@@ -176,16 +176,16 @@ TEST_F(NeighborhoodTest, ShownUsersKeepTheirContextsAndTheTwoListsEditThem) {
     EXPECT_EQ(Selection(*f.lstContexts), "000");
     f.txtHostName->SetText("pc2");
     f.lstContexts->UserClick(2);  // no user selected: nothing stored
-    EXPECT_EQ(f.AgentInfoTable[0].Users[1].sContext.Text(), std::string(64, '\0'));
+    EXPECT_EQ(f.hostUsers.AgentInfoTable[0].Users[1].sContext.Text(), std::string(64, '\0'));
     f.lstHostUsers->UserClick(0);
     EXPECT_EQ(Selection(*f.lstContexts), "010");
     f.lstHostUsers->UserClick(1);
     f.lstContexts->UserClick(0);
-    EXPECT_EQ(f.LookupUserContext("PC2", "user2"), "ctxA");
-    EXPECT_EQ(f.LookupUserContext("PC2", "user1"), "ctxB");
+    EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "user2"), "ctxA");
+    EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "user1"), "ctxB");
     f.txtHostName->SetText("PC9");  // a host the table does not hold: nothing changes
     f.lstContexts->UserClick(2);
-    EXPECT_EQ(f.LookupUserContext("PC2", "user2"), "ctxA");
+    EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "user2"), "ctxA");
     f.ShowHostUsers(nullptr);
     EXPECT_EQ(f.lstHostUsers->ListCount(), 0);
   });

@@ -84,16 +84,16 @@ TEST_F(OptionFilesTest, AgentInfoLoadsWholeRecordsOnlyAndASaveKeepsTheRest) {
     file.resize(file.size() + 8255, 'p');  // a partial record at the end
     ASSERT_TRUE(WriteFile(kAgentInfo1, file));
     InSetup([n](Agent&, FrmAgentSetup& f) {
-      EXPECT_TRUE(n != 3 || f.AgentInfoTable.size() == 3u);  // read when the window loads
-      f.AgentInfoTable.assign(5, AgentInfoRecord{});
+      EXPECT_TRUE(n != 3 || f.hostUsers.AgentInfoTable.size() == 3u);  // read when the window loads
+      f.hostUsers.AgentInfoTable.assign(5, AgentInfoRecord{});
       EXPECT_TRUE(f.LoadAgentInfo());
-      ASSERT_EQ(f.AgentInfoTable.size(), n);
+      ASSERT_EQ(f.hostUsers.AgentInfoTable.size(), n);
       for (std::size_t k = 1; k <= n; ++k)
-        EXPECT_EQ(f.AgentInfoTable[k - 1].sHostName.Trimmed(), "host" + std::to_string(k));
+        EXPECT_EQ(f.hostUsers.AgentInfoTable[k - 1].sHostName.Trimmed(), "host" + std::to_string(k));
     });
   }
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.AgentInfoTable.clear();
+    f.hostUsers.AgentInfoTable.clear();
     EXPECT_TRUE(f.SaveAgentInfo());
   });
   EXPECT_EQ(ReadFile(kAgentInfo1).value_or(Bytes()).size(), 8256u + 8255u);  // stale records stay

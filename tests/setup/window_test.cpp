@@ -4,9 +4,9 @@
 // are in tests/scenarios/setup-clicks.scn, setup-reopen.scn and setup-local-options.scn.
 #include <gtest/gtest.h>
 
-#include "registry/local_option_changes.h"
+#include "registry/cls_agent_info.h"
+#include "setup/local_option_changes.h"
 #include "setup_fixture.h"
-#include "transport/cls_agent_info.h"
 
 namespace launchagent::testing {
 namespace {
@@ -87,7 +87,7 @@ TEST_F(WindowTest, EachLocalBoxReachesTheLocalEntryOnly) {
       EXPECT_TRUE((*Entry(a, "PC1").*get)()) << box->Name();
       EXPECT_FALSE((*Entry(a, "PC2").*get)()) << box->Name();
     }
-    a.localOptionChanges().SetLocalInternetReady(true);
+    a.frmAgentSetup().localOptionChanges().SetLocalInternetReady(true);
     EXPECT_TRUE(Entry(a, "PC1")->GetInternetReady());
     EXPECT_FALSE(Entry(a, "PC2")->GetInternetReady());
   });
@@ -127,7 +127,7 @@ TEST_F(WindowTest, SetAgentAddressOnAKnownHostReplacesAddressAndPortOnly) {
       m->SetProvideNews(true);
       a.agentHostInfo().UpdateAgent(m);
       f.lstNeighborhood->Clear();
-      a.localOptionChanges().SetAgentAddress("pc2", "10.9.9.9", sPort);
+      a.frmAgentSetup().localOptionChanges().SetAgentAddress("pc2", "10.9.9.9", sPort);
       const auto after = Entry(a, "PC2");
       EXPECT_EQ(after->GetLocalPort(), nWant) << sPort;
       EXPECT_EQ(after->GetIPAddress(), nWant == 1230 ? "10.0.0.2" : "10.9.9.9") << sPort;

@@ -19,22 +19,6 @@ using Strings = std::vector<std::string>;
 
 Bytes B(const std::string& s) { return Bytes(s.begin(), s.end()); }
 
-TEST(SimDisk, WildcardsMatchLikeTheDesktop) {
-  const std::vector<std::tuple<const char*, const char*, bool>> cases = {
-      {"*", "anything", true},
-      {"*.*", "noext", true},
-      {"*.exe", "Varno2.EXE", true},
-      {"*.exe", "Varno2.exe.bak", false},
-      {"varno?.exe", "Varno2.exe", true},
-      {"varno?.exe", "Varno10.exe", false},
-      {"a*b*c", "aXXbYYc", true},
-      {"a*b*c", "aXXbYY", false},
-      {"", "x", false},
-      {"?", "", false}};
-  for (const auto& [pattern, name, want] : cases)
-    EXPECT_EQ(WildcardMatch(pattern, name), want) << pattern << " vs " << name;
-}
-
 // A parsed path as "C/App/a.exe", "pc1|c/Varno" (host|share) or "invalid".
 std::string Show(const ParsedPath& p) {
   if (p.kind == ParsedPath::Kind::Invalid) return "invalid";

@@ -12,7 +12,7 @@
 #include "../support/agent_on_sim.h"
 #include "messages/cls_msg_host_info.h"
 #include "registry/agent_host_info.h"
-#include "transport/cls_agent_info.h"
+#include "registry/cls_agent_info.h"
 #include "transport/frm_client.h"
 #include "transport/frm_server.h"
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 #include "scenario.h"
 
 namespace launchagent::scenario {
@@ -123,7 +123,7 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_EQ(s.steps[4].action.sHost, "*");
   EXPECT_EQ(s.steps[5].action.nPort, 1231);
   EXPECT_EQ(s.steps[5].action.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
-  platform::PropertyBag bag;
+  PropertyBag bag;
   ASSERT_TRUE(bag.SetContents(s.steps[6].action.bytes));
   EXPECT_EQ(s.steps[6].action.nPort, 1230);
   EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
@@ -219,7 +219,7 @@ TEST(ScenarioParser, CommentsLineEndingsHostCaseAndEmptyTexts) {
   EXPECT_EQ(files[0].sText, "#1");
   EXPECT_EQ(files[1].sText, "");
   EXPECT_EQ(files[2].sText, "\r\n");
-  platform::PropertyBag bag;
+  PropertyBag bag;
   ASSERT_TRUE(bag.SetContents(r.scenario.steps[0].action.bytes));
   EXPECT_EQ(bag.Count(), 0u);
 }

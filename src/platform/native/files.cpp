@@ -9,6 +9,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include "platform/text.h"
+
 namespace launchagent::native {
 namespace {
 
@@ -100,7 +102,7 @@ std::optional<std::vector<platform::DirEntry>> NativeFileSystem::List(const std:
     const std::string sName = e->d_name;
     const bool bDots = sName == "." || sName == "..";
     if (bDots && *local == "/") continue;  // a drive's root has none
-    if (!MatchesPattern(sName, sMask)) continue;
+    if (!MatchesWildcard(sName, sMask)) continue;
     struct stat st {};
     if (::stat((*local + "/" + sName).c_str(), &st) != 0) continue;
     platform::DirEntry entry;

@@ -6,15 +6,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "platform/text.h"
+
 namespace launchagent::native {
-namespace {
-
-std::string Lower(std::string s) {
-  for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 std::optional<Ipv4> ParseIpv4(const std::string& s) {
   Ipv4 a{};
@@ -53,7 +48,7 @@ std::map<std::string, Ipv4> HostsFile::Parse(const std::string& sText) {
     if (!(words >> sAddress)) continue;
     auto address = ParseIpv4(sAddress);
     if (!address) continue;
-    while (words >> sName) names.emplace(Lower(sName), *address);
+    while (words >> sName) names.emplace(AsciiLower(sName), *address);
   }
   return names;
 }
@@ -80,7 +75,7 @@ void HostsFile::Reload() {
 
 std::optional<Ipv4> HostsFile::Lookup(const std::string& sName) {
   Reload();
-  auto it = names_.find(Lower(sName));
+  auto it = names_.find(AsciiLower(sName));
   if (it == names_.end()) return std::nullopt;
   return it->second;
 }

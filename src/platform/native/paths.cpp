@@ -6,13 +6,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include "platform/text.h"
+
 namespace launchagent::native {
 namespace {
-
-std::string Lower(std::string s) {
-  for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
 
 std::vector<std::string> SplitParts(const std::string& s) {
   std::vector<std::string> parts;
@@ -34,37 +31,11 @@ bool Exists(const std::string& sPath) {
   return ::lstat(sPath.c_str(), &st) == 0;
 }
 
-bool SameChar(char a, char b) {
-  return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-}
-
-// Greedy match with one backtrack point per star: linear in practice, never exponential.
-bool MatchWild(const std::string& n, const std::string& p) {
-  size_t i = 0, j = 0, nStar = std::string::npos, nMark = 0;
-  while (i < n.size()) {
-    if (j < p.size() && (p[j] == '?' || (p[j] != '*' && SameChar(p[j], n[i])))) {
-      ++i;
-      ++j;
-    } else if (j < p.size() && p[j] == '*') {
-      nStar = j++;
-      nMark = i;
-    } else if (nStar != std::string::npos) {
-      j = nStar + 1;
-      i = ++nMark;
-    } else {
-      return false;
-    }
-  }
-  while (j < p.size() && p[j] == '*') ++j;
-  return j == p.size();
-}
-
 }  // namespace
 
 PathMapper::PathMapper(std::map<char, std::string> drives, std::string sMountRoot)
     : sMountRoot_(std::move(sMountRoot)) {
-  for (auto& [c, sDir] : drives)
-    drives_[static_cast<char>(std::toupper(static_cast<unsigned char>(c)))] = sDir;
+  for (auto& [c, sDir] : drives) drives_[AsciiUpper(c)] = sDir;
   while (sMountRoot_.size() > 1 && sMountRoot_.back() == '/') sMountRoot_.pop_back();
 }
 
@@ -77,9 +48,9 @@ std::string ResolveCase(const std::string& sBase, const std::vector<std::string>
     if (bSearch && sPart != ".." && !Exists(sNext)) {
       bool bFound = false;
       if (DIR* dir = ::opendir(sPath.c_str())) {
-        const std::string sWanted = Lower(sPart);
+        const std::string sWanted = AsciiLower(sPart);
         while (dirent* e = ::readdir(dir)) {
-          if (Lower(e->d_name) == sWanted) {
+          if (AsciiLower(e->d_name) == sWanted) {
             sNext = sPath == "/" ? std::string("/") + e->d_name : sPath + "/" + e->d_name;
             bFound = true;
             break;
@@ -102,7 +73,7 @@ std::optional<std::string> PathMapper::ToLocal(const std::string& sPath) const {
     return ResolveCase(sMountRoot_, parts);
   }
   if (sPath.size() >= 2 && sPath[1] == ':' && std::isalpha(static_cast<unsigned char>(sPath[0]))) {
-    auto it = drives_.find(static_cast<char>(std::toupper(static_cast<unsigned char>(sPath[0]))));
+    auto it = drives_.find(AsciiUpper(sPath[0]));
     if (it == drives_.end()) return std::nullopt;
     return ResolveCase(it->second, SplitParts(sPath.substr(2)));
   }
@@ -130,11 +101,6 @@ std::optional<std::string> PathMapper::ToSystem(const std::string& sLocal) const
   for (const auto& sPart : SplitParts(sRest)) sOut += "\\" + sPart;
   if (sOut.size() == 2) sOut += "\\";
   return sOut;
-}
-
-bool MatchesPattern(const std::string& sName, const std::string& sPattern) {
-  if (sPattern == "*.*" || sPattern == "*") return true;
-  return MatchWild(sName, sPattern);
 }
 
 std::vector<std::string> SplitWindowsArgs(const std::string& s) {

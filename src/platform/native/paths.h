@@ -32,10 +32,6 @@ class PathMapper {
 // case when the exact one is missing.
 std::string ResolveCase(const std::string& sBase, const std::vector<std::string>& parts);
 
-// Windows file-name pattern: * any run, ? one character, compared without regard to
-// case; "*.*" matches every name.
-bool MatchesPattern(const std::string& sName, const std::string& sPattern);
-
 // Splits a Windows command line into arguments as the C runtime does: blanks separate,
 // double quotes group, backslashes escape quotes only when they precede one.
 std::vector<std::string> SplitWindowsArgs(const std::string& sCommandLine);

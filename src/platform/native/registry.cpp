@@ -10,16 +10,12 @@
 #include <sstream>
 
 #include "platform/native/files.h"
+#include "platform/text.h"
 
 namespace launchagent::native {
 namespace {
 
 constexpr const char* kRunKey = "software\\microsoft\\windows\\currentversion\\run";
-
-std::string Lower(std::string s) {
-  for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
 
 std::string ParentOf(const std::string& s) {
   const auto n = s.find_last_of('/');
@@ -141,7 +137,7 @@ std::optional<platform::RegistryKey> NativeRegistry::CreateKey(platform::Registr
   if (::access(places.sStoreFile.c_str(), F_OK) == 0 &&
       ::access(places.sStoreFile.c_str(), W_OK) != 0)
     return std::nullopt;
-  if (Lower(sSubKey) == kRunKey && !WritableFolder(places.sAutostartDir)) return std::nullopt;
+  if (AsciiLower(sSubKey) == kRunKey && !WritableFolder(places.sAutostartDir)) return std::nullopt;
   const platform::RegistryKey key = nextKey_++;
   keys_[key] = OpenKey{root, sSubKey};
   return key;
@@ -163,10 +159,10 @@ bool NativeRegistry::SetStringValue(platform::RegistryKey key, const std::string
   // Key names compare without regard to case; the first spelling stays.
   std::string sKey = it->second.sSubKey;
   for (const auto& [sExisting, values] : keys)
-    if (Lower(sExisting) == Lower(sKey)) sKey = sExisting;
+    if (AsciiLower(sExisting) == AsciiLower(sKey)) sKey = sExisting;
   keys[sKey][sName] = sData;
   if (!ReplaceLocalFile(places.sStoreFile, FormatStore(keys))) return false;
-  if (Lower(sKey) == kRunKey) {
+  if (AsciiLower(sKey) == kRunKey) {
     std::string sCommand = sData;
     if (auto local = paths_.ToLocal(sData)) sCommand = *local;
     if (!ReplaceLocalFile(places.sAutostartDir + "/" + FileName(sName),

@@ -29,6 +29,14 @@ xcb_connection_t* QtConnection() {
 
 }  // namespace
 
+std::string FormWmClass() {
+  std::string sClass = kFormWindowClass;
+  sClass += '\0';
+  sClass += kFormWindowClass;
+  sClass += '\0';
+  return sClass;
+}
+
 NativeWindowSystem::NativeWindowSystem(NativeEventLoop& loop, const NativeSettings& settings)
     : loop_(loop), bOffscreen_(settings.bOffscreen), dCloseWait_(settings.dCloseWaitSeconds) {
   if (!bOffscreen_) x11_ = X11Windows::Open();
@@ -156,16 +164,16 @@ void NativeWindowSystem::AttachForm(ui::Form& form) {
   views_[&form] = view;
   view->SetHideOnClose(hideOnClose_.count(&form) > 0);
   if (table_) {
-    const std::int64_t h = table_->Add(kFormClass, form.Caption());
+    const std::int64_t h = table_->Add(kFormWindowClass, form.Caption());
     tableHandles_[&form] = h;
     view->OnCaptionChanged = [this, h](const std::string& s) { table_->SetTitle(h, s); };
   } else {
     // A hidden form is a window too: make it exist on the display now.
     const auto wid = static_cast<xcb_window_t>(view->winId());
     if (auto* c = QtConnection()) {
-      static const char kClass[] = "ThunderRT6FormDC\0ThunderRT6FormDC";
+      const std::string sClass = FormWmClass();
       xcb_change_property(c, XCB_PROP_MODE_REPLACE, wid, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
-                          sizeof kClass, kClass);
+                          static_cast<std::uint32_t>(sClass.size()), sClass.data());
       xcb_flush(c);
     }
   }

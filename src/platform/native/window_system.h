@@ -1,14 +1,16 @@
 #pragma once
 // Top-level windows and the agent's forms on this desktop. With a display, other
 // programs' windows come from X11 and the agent's forms are real Qt windows of class
-// "ThunderRT6FormDC". Without one, every window of the session lives in the window
+// kFormWindowClass. Without one, every window of the session lives in the window
 // table, the agent's forms included, and close requests travel through it.
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <set>
+#include <string>
 #include <vector>
 
+#include "platform/main_app_window.h"
 #include "platform/native/event_loop.h"
 #include "platform/native/form_view.h"
 #include "platform/native/settings.h"
@@ -21,8 +23,9 @@ class QTimer;
 
 namespace launchagent::native {
 
-// The window class every form of the agent and of the main application carries.
-inline constexpr const char* kFormClass = "ThunderRT6FormDC";
+// The WM_CLASS property of a form window: instance and class, each ending in a zero byte,
+// both the form window class (platform/main_app_window.h).
+std::string FormWmClass();
 
 class NativeWindowSystem : public platform::WindowSystem {
  public:

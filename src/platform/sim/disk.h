@@ -10,15 +10,19 @@
 #include <vector>
 
 #include "platform/services.h"
+#include "platform/text.h"
 #include "platform/types.h"
 
 namespace launchagent::sim {
 
-std::string ToLower(std::string s);
-bool EqualNoCase(const std::string& a, const std::string& b);
-// Desktop wildcards, case-insensitive: * any run of characters, ? one character;
-// "*.*" matches every name.
-bool WildcardMatch(const std::string& sPattern, const std::string& sName);
+// The simulator's names for the agent's one case folding and wildcard (platform/text.h).
+inline std::string ToLower(const std::string& s) { return AsciiLower(s); }
+inline bool EqualNoCase(const std::string& a, const std::string& b) {
+  return EqualsIgnoringCase(a, b);
+}
+inline bool WildcardMatch(const std::string& sPattern, const std::string& sName) {
+  return MatchesWildcard(sName, sPattern);
+}
 
 // A path in the system's form, taken apart.
 struct ParsedPath {

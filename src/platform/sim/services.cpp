@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/main_app_window.h"
 #include "platform/sim/impl.h"
 
 namespace launchagent::sim {
@@ -195,7 +196,7 @@ void SimWindows::AttachForm(ui::Form& form) {
   for (auto& r : h.windows)
     if (r->form == &form) return;
   auto rec = std::make_shared<WindowRec>();
-  rec->sClass = "ThunderRT6FormDC";
+  rec->sClass = kFormWindowClass;
   rec->sTitle = form.Caption();
   rec->bVisible = form.Visible();
   rec->owner = p_.pid;

@@ -6,6 +6,7 @@
 // (-1: refuses every request), exit-after=<seconds> (ends by itself; 0 = never).
 #include <cstdlib>
 
+#include "platform/main_app_window.h"
 #include "platform/sim/impl.h"
 
 namespace launchagent::sim {
@@ -36,7 +37,7 @@ void VarnoProgram(World::Impl& w, platform::Platform& p, const ProgramStart& sta
   const std::string sWho = "varno #" + std::to_string(start.pid);
   w.Record(host, TranscriptKind::Note, sWho + " parameters \"" + start.sParameters + "\"");
 
-  ui::Form form("frmVarno", "Varno");
+  ui::Form form("frmVarno", kMainAppTitle);
   bool bQuit = false;
   form.OnUserClose = [&] {
     if (nRefuse != 0) {

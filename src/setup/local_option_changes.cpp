@@ -1,27 +1,23 @@
 // Local option changes: the setup window's options written into this computer's
 // registry entry, and an agent's address and port entered by hand. Nothing is sent to
 // the other agents here; they see this computer's options through its own broadcasts.
-#include "registry/local_option_changes.h"
+#include "setup/local_option_changes.h"
 
 #include <memory>
 
-#include "agent/agent.h"
 #include "messages/cls_msg_host_info.h"
 #include "messages/text_forms.h"
 #include "registry/agent_host_info.h"
-#include "setup/frm_agent_setup.h"
-#include "transport/cls_agent_info.h"
+#include "registry/cls_agent_info.h"
+#include "setup/host_identity.h"
 
 namespace launchagent {
 
-namespace {
-
-// Runs fn on the stored message of this computer's registry entry and stores it back.
 // Without an entry for this computer nothing happens.
 template <class Fn>
-void ChangeLocalEntry(Agent& agent, Fn fn) {
-  const std::string sHostName = agent.frmAgentSetup().GetHostName();
-  AgentHostInfo& registry = agent.agentHostInfo();
+void LocalOptionChanges::ChangeLocalEntry(Fn fn) {
+  const std::string sHostName = identity_.GetHostName();
+  AgentHostInfo& registry = registry_;
   Long lngLow = 0;
   Long lngHigh = 0;
   const Long lngIndex = registry.SearchAgentByName(sHostName, lngLow, lngHigh);
@@ -35,34 +31,32 @@ void ChangeLocalEntry(Agent& agent, Fn fn) {
   rec->SetMessage(objMsg);
 }
 
-}  // namespace
-
 void LocalOptionChanges::SetLocalProvideHostServices(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetProvideHostServices(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetProvideHostServices(b); });
 }
 
 void LocalOptionChanges::SetLocalProvideIntranet(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetProvideIntranet(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetProvideIntranet(b); });
 }
 
 void LocalOptionChanges::SetLocalProvideWeb(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetProvideWeb(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetProvideWeb(b); });
 }
 
 void LocalOptionChanges::SetLocalProvideNews(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetProvideNews(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetProvideNews(b); });
 }
 
 void LocalOptionChanges::SetLocalProvideJobs(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetProvideJobs(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetProvideJobs(b); });
 }
 
 void LocalOptionChanges::SetLocalProvideStocks(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetProvideStocks(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetProvideStocks(b); });
 }
 
 void LocalOptionChanges::SetLocalInternetReady(bool b) {
-  ChangeLocalEntry(agent_, [b](clsMsgHostInfo& m) { m.SetInternetReady(b); });
+  ChangeLocalEntry([b](clsMsgHostInfo& m) { m.SetInternetReady(b); });
 }
 
 void LocalOptionChanges::SetAgentAddress(const std::string& sHostName,
@@ -72,12 +66,12 @@ void LocalOptionChanges::SetAgentAddress(const std::string& sHostName,
   const std::optional<Integer> nPort = text_forms::ReadInteger(sPort);
   if (!nPort) return;
 
-  AgentHostInfo& registry = agent_.agentHostInfo();
+  AgentHostInfo& registry = registry_;
   Long lngLow = 0;
   Long lngHigh = 0;
   const Long lngIndex = registry.SearchAgentByName(sHostName, lngLow, lngHigh);
   if (lngIndex < 1) {
-    auto objMsg = std::make_shared<clsMsgHostInfo>(agent_);
+    auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
     objMsg->SetHostName(sHostName);
     objMsg->SetIPAddress(sIPAddress);
     objMsg->SetLocalPort(*nPort);
@@ -94,7 +88,7 @@ void LocalOptionChanges::SetAgentAddress(const std::string& sHostName,
   }
 
   std::string sNeighbor = sHostName;
-  agent_.frmAgentSetup().AddHostToNeighborhood(sNeighbor);
+  addToNeighborhood_(sNeighbor);
 }
 
 }  // namespace launchagent

@@ -16,7 +16,7 @@
 
 #include "platform/types.h"
 
-namespace launchagent::platform {
+namespace launchagent {
 
 class PropertyBag {
  public:
@@ -123,4 +123,4 @@ class PropertyBag {
   std::vector<EntryRef> m_index;
 };
 
-}  // namespace launchagent::platform
+}  // namespace launchagent

@@ -1,4 +1,4 @@
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-namespace launchagent::platform {
+namespace launchagent {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -484,4 +484,4 @@ bool PropertyBag::Parse(const std::uint8_t* pData, std::size_t nSize) {
   return true;
 }
 
-}  // namespace launchagent::platform
+}  // namespace launchagent

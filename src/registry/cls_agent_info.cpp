@@ -1,5 +1,5 @@
 // The agent connection record: the registry's record per computer.
-#include "transport/cls_agent_info.h"
+#include "registry/cls_agent_info.h"
 
 #include <limits>
 

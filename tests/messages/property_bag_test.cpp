@@ -1,4 +1,4 @@
-#include "platform/property_bag.h"
+#include "messages/property_bag.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace launchagent::platform {
+namespace launchagent {
 namespace {
 
 void Put(Bytes& b, std::size_t at, std::uint32_t n, int nBytes = 4) {
@@ -240,4 +240,4 @@ TEST(PropertyBagTest, CapsOnSizeAndEntries) {
 }
 
 }  // namespace
-}  // namespace launchagent::platform
+}  // namespace launchagent
