@@ -3,10 +3,10 @@
 # administrator's choice puts Launch.exe (alone) in place, writes the Run value and
 # starts the agent; the version resources read back; a silent uninstall ends the agent
 # and leaves no file of ours and no Run value behind.
-#   installer_test.sh SETUP.EXE WINE-DRIVER.EXE PRODUCT-NAME VERSION
+#   installer_test.sh SETUP.EXE WINE-DRIVER.EXE PRODUCT-NAME VERSION AGENT-DESCRIPTION
 # Needs a prepared prefix in WINEPREFIX (scripts/wine-prefix); 77 (skipped) without.
 set -uo pipefail
-setup=$1 driver=$2 product=$3 version=$4
+setup=$1 driver=$2 product=$3 version=$4 description=$5
 [ -n "${WINEPREFIX:-}" ] && [ -d "$WINEPREFIX/drive_c" ] || { echo "no Wine prefix"; exit 77; }
 
 run_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Run'
@@ -59,8 +59,7 @@ for c in "${cases[@]}"; do
   [ "$files" = "Launch.exe Uninstall.exe " ] || fail "installed files: '$files'"
   [ "$(run_value)" = "$win\\Launch.exe" ] || fail "Run value: '$(run_value)'"
   quiet wine "$driver" wait "$title" present 15 || fail "the agent was not started"
-  [ -f "$unix/Launch.exe" ] && check_version "$unix/Launch.exe" \
-    "Launch agent: keeps Varno running and tells the LAN about this desktop"
+  [ -f "$unix/Launch.exe" ] && check_version "$unix/Launch.exe" "$description"
 
   echo "-- uninstall from $win"
   quiet wine "$unix/Uninstall.exe" /S || fail "Uninstall.exe /S failed"
