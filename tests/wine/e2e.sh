@@ -140,7 +140,10 @@ stand-in)
   wait_until 150 logged pcs "Last Updated=" || fail "no check-in"
   # A desktop that sleeps: for ten agent minutes nothing runs and no broadcast comes
   # back, so at waking the check-in is nine minutes old or more.
-  pid=$(pgrep -f 'e2e\\stand-in\\pcs\\Launch.exe' | head -1)
+  pid=
+  for p in $(pgrep -f 'e2e\\stand-in\\pcs\\Launch.exe'); do
+    tr '\0' '\n' <"/proc/$p/environ" 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" && pid=$p
+  done
   if [ -z "$pid" ]; then
     fail "no agent process to suspend"
   else

@@ -11,6 +11,9 @@ setup=$1 driver=$2 product=$3 version=$4 description=$5
 
 run_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Run'
 title="Launch Service for Varno"
+# The agent the installer starts reads its backend settings from the environment: a
+# loopback address of its own keeps it off port 1230 of every other address here.
+export LA_BIND_ADDRESS=127.0.0.31 LA_HOST_NAME=pcinst
 failures=0
 fail() {
   echo "FAIL: $*"
@@ -31,6 +34,13 @@ wait_until() {
   "$@"
 }
 gone() { [ ! -e "$1" ]; }
+# Process ids of the agents running in this prefix (other prefixes may run agents too).
+agent_pids() {
+  for p in $(pgrep -f 'Launch\.exe'); do
+    tr '\0' '\n' <"/proc/$p/environ" 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" &&
+      printf '%s ' "$p"
+  done
+}
 
 # The version resources, as a desktop's file properties read them.
 check_version() {
@@ -43,18 +53,28 @@ check_version() {
 }
 check_version "$setup" "$product Setup"
 
-# Install folder (Windows form), its Unix form, extra installer options.
+# Install folder (Windows form), its Unix form, extra installer options, and whether
+# to install a second time over the running agent (an upgrade: the old copy is ended
+# and uninstalled first).
 cases=(
-  "C:\\Program Files\\Launch|$WINEPREFIX/drive_c/Program Files/Launch|"
-  "C:\\Apps\\Launch Agent|$WINEPREFIX/drive_c/Apps/Launch Agent|/D=C:\\Apps\\Launch Agent"
+  "C:\\Program Files\\Launch|$WINEPREFIX/drive_c/Program Files/Launch||twice"
+  "C:\\Apps\\Launch Agent|$WINEPREFIX/drive_c/Apps/Launch Agent|/D=C:\\Apps\\Launch Agent|once"
 )
 for c in "${cases[@]}"; do
-  IFS='|' read -r win unix option <<<"$c"
+  IFS='|' read -r win unix option times <<<"$c"
   echo "-- install into $win"
   # /D= takes the rest of the command line as it stands, spaces included, never quoted:
   # its words go as separate arguments, which Wine joins with single spaces.
   # shellcheck disable=SC2086
   quiet wine "$setup" /S $option || fail "setup.exe /S $option failed"
+  if [ "$times" = twice ]; then
+    quiet wine "$driver" wait "$title" present 15 || fail "the agent was not started"
+    old=$(agent_pids)
+    # shellcheck disable=SC2086
+    quiet wine "$setup" /S $option || fail "setup.exe /S $option over a running agent failed"
+    wait_until 100 eval '[ -n "$(agent_pids)" ] && [ "$(agent_pids)" != "$old" ]' ||
+      fail "the running agent was not replaced: '$old' -> '$(agent_pids)'"
+  fi
   files=$(cd "$unix" 2>/dev/null && ls -A | sort | tr '\n' ' ')
   [ "$files" = "Launch.exe Uninstall.exe " ] || fail "installed files: '$files'"
   [ "$(run_value)" = "$win\\Launch.exe" ] || fail "Run value: '$(run_value)'"
