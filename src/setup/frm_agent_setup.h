@@ -59,7 +59,6 @@ class FrmAgentSetup {
   ui::Form& Form() { return form_; }
   void Init();
   bool HandlerRunning() const { return nHandlersRunning_ > 0; }
-  HostIdentity& Identity() { return identity_; }
   LocalOptionChanges& localOptionChanges() { return localOptions_; }
 
   // ---- Host identity: the window's own operations of these names ----
