@@ -167,22 +167,5 @@ TEST_F(FrmClientTest, PositionsStopAt32767) {
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(SendEx("PC1", "PC7").empty()) << i;
 }
 
-// The registry's record per computer.
-TEST(ClsAgentInfo, ConnectTrialsKeepTheOldCountWhenTheNewOneDoesNotFitSixteenBits) {
-  const struct {
-    Long lngIn;
-    Integer nExpected;
-  } cases[] = {
-      {0, 0},     {2, 2},      {-1, -1},   {32767, 32767},  {-32768, -32768},
-      {32768, 1}, {-32769, 1}, {40000, 1}, {2147483647, 1}, {-2147483647 - 1, 1},
-  };
-  for (const auto& c : cases) {
-    clsAgentInfo objRecord;
-    objRecord.SetConnectTrials(1);
-    objRecord.SetConnectTrials(c.lngIn);
-    EXPECT_EQ(objRecord.GetConnectTrials(), c.nExpected) << "count " << c.lngIn;
-  }
-}
-
 }  // namespace
 }  // namespace launchagent::testing
