@@ -79,12 +79,6 @@ class Win32Backend : public Backend {
     t.bMissingFolderIsPathNotFound = !UnderWine();
     // Found by this contract; reported, to be fixed in the backend.
     t.knownFaults = {
-        {"unread bytes announced again",
-         "bytes arriving while earlier ones are unread raise no arrival (WSAAsyncSelect "
-         "posts FD_READ again only after a recv)"},
-        {"peer close behind unread bytes",
-         "Winsock posts FD_CLOSE only once every byte was read, and the backend reads "
-         "only when the agent asks, so the position stays connected (7), not closing (8)"},
         {"cleanup without a startup",
          "the backend's own Winsock reference lets an unbalanced cleanup succeed"},
     };
