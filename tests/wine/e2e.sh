@@ -6,6 +6,8 @@
 #   linux          a Windows agent and a Linux agent do the same within two broadcasts
 #   stand-in       Varno is launched when missing, closed with WM_CLOSE when the
 #                  check-in lapses, and launched again
+#   launch-site    an agent without Varno launches it from the network path another
+#                  agent announced (\\pca\c\...), reached through Wine's UNC links
 #   second-agent   a second agent on the desktop ends at once, before its Run value
 #   setup-files    clicks on the Agent Setup window's boxes write agent.dat and
 #                  AgentInfo_1 byte for byte
@@ -157,6 +159,29 @@ stand-in)
   wait_until 150 eval '[ "$(grep -c " started" "$work/standin.log")" -ge 2 ]' ||
     fail "Varno was not launched again"
   quiet wine "$driver" wait Varno present 5 || fail "no Varno window at the end"
+  ;;
+
+launch-site)
+  printf '127.0.0.32 pca\n127.0.0.33 pcb\n' >"$work/hosts"
+  # \\pca\c and \\pcb\c are drive C: of this prefix, as two computers sharing their
+  # drives: Wine reaches \\HOST\SHARE through dosdevices/unc/HOST/SHARE.
+  for h in pca pcb; do
+    mkdir -p "$WINEPREFIX/dosdevices/unc/$h"
+    ln -sfn "$WINEPREFIX/drive_c" "$WINEPREFIX/dosdevices/unc/$h/c"
+  done
+  mkdir -p "$work/pca"
+  cp "$standin" "$work/pca/Varno2.exe"
+  start pca 127.0.0.32 yes 30 '\\pca\c;\\pcb\c'
+  start pcb 127.0.0.33 yes 30 '\\pca\c;\\pcb\c'
+  site='\\pca\c\e2e\'"$case_name"'\pca\Varno2.exe'
+  wait_until 300 logged pcb "*** Launching From: $site" ||
+    fail "pcb did not launch from $site"
+  wait_until 100 logged pcb "*** Launch Successful ***" || fail "pcb's launch failed"
+  logged pcb "Host=pca LaunchSite=$site" || fail "pcb does not list pca's launch site"
+  cmp -s "$standin" "$work/pcb/Varno2.exe" || fail "Varno2.exe was not copied to pcb's folder"
+  logged pca "*** Launching From: C:\\e2e\\$case_name\\pca\\Varno2.exe" ||
+    fail "pca did not launch its own copy"
+  rm -f "$WINEPREFIX/dosdevices/unc/pca/c" "$WINEPREFIX/dosdevices/unc/pcb/c"
   ;;
 
 second-agent)
