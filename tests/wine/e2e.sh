@@ -13,7 +13,8 @@
 #                  AgentInfo_1 byte for byte
 # Agents run at a raised time scale so whole cycles take seconds. Two agents on one
 # Wine prefix share its desktop, where the second would see the first's window and end;
-# each of them therefore runs on a desktop of its own (--desktop), as on two computers. Needs a prepared prefix in WINEPREFIX; 77 (skipped) without.
+# each of them therefore runs on a desktop of its own (--desktop), as on two computers.
+# Needs a prepared prefix in WINEPREFIX; 77 (skipped) without.
 set -uo pipefail
 case_name=$1 launch=$2 standin=$3 driver=$4 linux_launch=${5:-}
 [ -n "${WINEPREFIX:-}" ] && [ -d "$WINEPREFIX/drive_c" ] || { echo "no Wine prefix"; exit 77; }
