@@ -61,6 +61,8 @@ int main(int argc, char** argv) {
       tray = std::make_unique<native::AgentTray>(
           platform.Loop(), [&agent] { agent.LaunchForm().Show(); },
           [&agent] { agent.OpenAgentSetup(); });
+    // A desktop without a notification area could never show a hidden window again.
+    if (!tray || !tray->Available()) platform.Windows().SetMinimiseOnClose(true);
     if (settings.bShowSetup) platform.Loop().Deliver([&agent] { agent.OpenAgentSetup(); });
     platform.Get().loop.Run();
   } catch (const launchagent::platform::ProcessEnded&) {
