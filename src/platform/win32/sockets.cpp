@@ -302,13 +302,22 @@ void Win32SocketArray::OnDeferred(Long lngIndex, std::uintptr_t s, bool bFailed)
 void Win32SocketArray::OnReadable(Long lngIndex) {
   Slot* slot = Find(lngIndex);
   if (!slot || slot->socket == INVALID_SOCKET) return;
+  const std::uintptr_t s = slot->socket;
   u_long lngWaiting = 0;
-  if (ioctlsocket(S(slot->socket), FIONREAD, &lngWaiting) != 0 || lngWaiting == 0) return;
-  const Long lngBytes =
-      static_cast<Long>(std::min<unsigned long long>(lngWaiting, kMaxArrivalBytes));
+  if (ioctlsocket(S(s), FIONREAD, &lngWaiting) != 0) lngWaiting = 0;
+  const unsigned long long ullTotal = slot->leftover.size() + lngWaiting;
+  if (ullTotal == 0) return;
+  const Long lngBytes = static_cast<Long>(std::min<unsigned long long>(ullTotal, kMaxArrivalBytes));
+  const std::weak_ptr<bool> alive = alive_;
   loop_.Deliver([this, lngIndex, lngBytes] {
     if (OnDataArrival) OnDataArrival(lngIndex, lngBytes);
   });
+  if (!alive.lock()) return;
+  // What the handler left unread is taken into the table (up to the cap), so the
+  // socket reports new bytes and the peer's close again, as it does after every read.
+  slot = Find(lngIndex);
+  if (slot && slot->socket == s && slot->leftover.size() < static_cast<size_t>(kMaxArrivalBytes))
+    ReadWaiting(S(s), slot->leftover, kMaxArrivalBytes - slot->leftover.size());
 }
 
 void Win32SocketArray::OnGone(Long lngIndex, bool bError) {
