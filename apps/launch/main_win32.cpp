@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/agent.h"
+#include "platform/win32/desktop.h"
 #include "platform/win32/settings.h"
 #include "platform/win32/sockets.h"
 #include "platform/win32/tray.h"
@@ -68,6 +69,8 @@ int main(int argc, char** argv) {
     return 0;
   }
 
+  if (!win32::JoinDesktop(settings.sDesktop))
+    return BadUsage("cannot use the desktop " + settings.sDesktop);
   auto platform = std::make_unique<win32::Win32Platform>(settings);
   if (!settings.sBindAddress.empty() && !win32::IsLocalAddress(settings.sBindAddress))
     return BadUsage("bad bind address (not an address of this computer): " + settings.sBindAddress);

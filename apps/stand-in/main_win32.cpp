@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 
+#include "platform/win32/desktop.h"
 #include "platform/win32/form_window.h"
 #include "platform/win32/win.h"
 
@@ -90,6 +91,12 @@ int main(int argc, char** argv) {
     }
   }
   Log("started " + options.sArgs);
+  // The agent that started us may run on a desktop of its own; its window watch looks
+  // for us there.
+  if (!launchagent::win32::JoinDesktop(Env(launchagent::win32::kDesktopVariable))) {
+    Log("cannot use the desktop " + Env(launchagent::win32::kDesktopVariable));
+    return 1;
+  }
 
   WNDCLASSA wc{};
   wc.lpfnWndProc = StandInProc;

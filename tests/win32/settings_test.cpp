@@ -69,7 +69,7 @@ TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
   const std::string s = Win32SettingsHelp("Launch.exe");
   EXPECT_LT(s.find('\n'), s.find("Usage"));
   for (const char* sz : {"--host-name", "--bind", "--hosts-file", "--time-scale", "--shares",
-                         "--offscreen", "--version", "--help"})
+                         "--desktop", "--offscreen", "--version", "--help"})
     EXPECT_NE(s.find(sz), std::string::npos) << sz;
 }
 

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 
 #include "platform/ui/form.h"
+#include "platform/win32/desktop.h"
 #include "platform/win32/window_system.h"
 #include "win32_test_support.h"
 
@@ -160,6 +162,30 @@ TEST_F(WindowsTest, TypingInABoxReachesItsModel) {
   name.SetText("set by the agent");
   EXPECT_EQ(TextOf(hName), "set by the agent");
   EXPECT_EQ(nChanges, 2);
+  windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, AgentsOnDesktopsOfTheirOwnDoNotSeeEachOther) {
+  platform::WindowHandle hSeenThere = 0, hMadeThere = 0;
+  std::thread other([&] {
+    ASSERT_TRUE(JoinDesktop("la-smoke-desktop"));
+    Win32EventLoop otherLoop(time);
+    Win32WindowSystem otherWindows(otherLoop, true);
+    ui::Form form("frmLaunch", "Launch Smoke Isolated");
+    otherWindows.AttachForm(form);
+    hMadeThere = reinterpret_cast<INT_PTR>(otherWindows.WindowOf(form)->Handle());
+    hSeenThere = otherWindows.FindWindowByTitle("Launch Smoke Isolated");
+    otherWindows.DetachForm(form);
+  });
+  other.join();
+  SetEnvironmentVariableA(kDesktopVariable, nullptr);
+  EXPECT_NE(hMadeThere, 0);
+  EXPECT_EQ(hSeenThere, hMadeThere);
+  ui::Form form("frmLaunch", "Launch Smoke Isolated");
+  windows.AttachForm(form);
+  const auto hHere = windows.FindWindowByTitle("Launch Smoke Isolated");
+  EXPECT_NE(hHere, 0);
+  EXPECT_NE(hHere, hMadeThere);
   windows.DetachForm(form);
 }
 

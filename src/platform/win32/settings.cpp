@@ -23,6 +23,8 @@ const OptionInfo kOptions[] = {
     {"--time-scale", "LA_TIME_SCALE", "N", "agent seconds per real second (default 1)"},
     {"--shares", "LA_SHARES", "LIST",
      "\\\\host\\share names the share search lists, separated by ';' (default: the network)"},
+    {"--desktop", "LA_DESKTOP", "NAME",
+     "run on a desktop of this name (made when missing), with the programs it starts"},
     {"--offscreen", "LA_OFFSCREEN", nullptr,
      "windows are never shown, no tray icon, message boxes and log on standard output"},
     {"--log-stdout", "LA_LOG_STDOUT", nullptr, "mirror the activity log to standard output"},
@@ -59,6 +61,8 @@ bool Apply(const OptionInfo& opt, const std::string& sValue, Win32Settings& s,
   } else if (sName == "--shares") {
     if (!ParseShareList(sValue, s.shares, sError)) return false;
     s.bSharesSet = true;
+  } else if (sName == "--desktop") {
+    s.sDesktop = sValue;
   } else if (sName == "--offscreen") {
     s.bOffscreen = ParseBool(sValue);
   } else if (sName == "--log-stdout") {

@@ -18,6 +18,7 @@ struct Win32Settings {
   double dTimeScale = 1.0;          // agent seconds per real second
   std::vector<std::string> shares;  // \\host\share names the share search lists
   bool bSharesSet = false;          // a list was given (even an empty one)
+  std::string sDesktop;             // a desktop of its own ("" = the user's)
   bool bOffscreen = false;          // windows exist but are never shown; no tray
   bool bLogToStdout = false;        // mirror the activity log to standard output
   bool bShowSetup = false;          // open the Agent Setup window at start
