@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "platform/win32/hosts_file.h"
 #include "platform/win32/share_search.h"
 #include "win32_test_support.h"
 
@@ -71,6 +72,20 @@ TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
   for (const char* sz : {"--host-name", "--bind", "--hosts-file", "--time-scale", "--shares",
                          "--desktop", "--offscreen", "--version", "--help"})
     EXPECT_NE(s.find(sz), std::string::npos) << sz;
+}
+
+TEST(Win32HostsFile, BadLinesAreSkippedAndTheFirstAddressWins) {
+  const auto names = HostsFile::Parse(
+      "127.0.0.11 pc1 PC-One  # the first\n"
+      "127.0.0.12 pc1\n"
+      "300.1.1.1 bad\n"
+      "pc3 127.0.0.13\n"
+      "  \t\n"
+      "10.0.0.1\n"
+      "10.0.0.2 pc2");
+  const std::map<std::string, Ipv4> expected{
+      {"pc1", {127, 0, 0, 11}}, {"pc-one", {127, 0, 0, 11}}, {"pc2", {10, 0, 0, 2}}};
+  EXPECT_EQ(names, expected);
 }
 
 using ShareSearchTest = Win32LoopTest;
