@@ -5,6 +5,8 @@
 
 #include "platform/ui/form.h"
 #include "platform/win32/desktop.h"
+#include "platform/win32/files.h"
+#include "platform/win32/shell.h"
 #include "platform/win32/window_system.h"
 #include "win32_test_support.h"
 
@@ -49,10 +51,10 @@ TEST_F(WindowsTest, FormsAreTopLevelWindowsOthersCanFindAndClose) {
 }
 
 TEST_F(WindowsTest, WindowsOfTheDesktopAreWalkedInZOrder) {
-  HWND hOther = CreateWindowExA(0, "STATIC", "Varno", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
-                                nullptr, nullptr);
+  HWND hOther = CreateWindowExA(0, "STATIC", "Launch Smoke Other", WS_POPUP, 0, 0, 10, 10, nullptr,
+                                nullptr, nullptr, nullptr);
   ASSERT_NE(hOther, nullptr);
-  const auto h = windows.FindWindowByTitle("Varno");
+  const auto h = windows.FindWindowByTitle("Launch Smoke Other");
   ASSERT_EQ(H(h), hOther);
   // Walking on from it ends, and every step is a window with a class.
   int nSteps = 0;
@@ -104,6 +106,47 @@ TEST_F(WindowsTest, ControlsFollowTheirModelsAndClicksReachThem) {
   EXPECT_EQ(nListClicks, 0) << "a program's change is no click";
   list.RemoveItem(0);
   EXPECT_EQ(SendMessageA(hList, LB_GETCOUNT, 0, 0), 2);
+  windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, PlacedControlsSitInTheirFramesAndFollowALargerWindow) {
+  ui::Form form("frmSetup", "Launch Smoke Layout");
+  form.nWidth = 400;
+  form.nHeight = 300;
+  auto place = [](ui::Control& c, const char* szIn, int x, int y, int w, int h) {
+    c.sContainer = szIn;
+    c.nLeft = x, c.nTop = y, c.nWidth = w, c.nHeight = h;
+  };
+  place(form.Add<ui::Frame>("fra", "Frame"), "", 10, 10, 380, 200);
+  place(form.Add<ui::ListBox>("lst"), "fra", 8, 20, 360, 170);
+  place(form.Add<ui::CommandButton>("cmd", "OK"), "", 300, 260, 90, 30);
+  windows.AttachForm(form);
+  FormWindow* window = windows.WindowOf(form);
+  ASSERT_NE(window, nullptr);
+  HWND hForm = H(window->Handle());
+  auto Rect = [&](const char* sz) {
+    RECT r{};
+    GetWindowRect(H(window->ControlHandle(sz)), &r);
+    MapWindowPoints(nullptr, hForm, reinterpret_cast<POINT*>(&r), 2);
+    return r;
+  };
+  const RECT list = Rect("lst");
+  EXPECT_EQ(list.left, 18);
+  EXPECT_EQ(list.top, 30);
+  const RECT button = Rect("cmd");
+  // Wider and taller: the frame crosses the middle and stretches, its list box with it
+  // only as far as its own hints say; the button beyond the middle moves.
+  RECT r{0, 0, 600, 500};
+  AdjustWindowRect(&r, WS_OVERLAPPEDWINDOW, FALSE);
+  SetWindowPos(hForm, nullptr, 0, 0, r.right - r.left, r.bottom - r.top,
+               SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  const RECT frame = Rect("fra");
+  EXPECT_EQ(frame.right - frame.left, 380 + 200);
+  EXPECT_EQ(frame.bottom - frame.top, 200 + 200);
+  const RECT moved = Rect("cmd");
+  EXPECT_EQ(moved.left - button.left, 200);
+  EXPECT_EQ(moved.top - button.top, 200);
+  EXPECT_EQ(moved.right - moved.left, 90);
   windows.DetachForm(form);
 }
 
@@ -163,6 +206,21 @@ TEST_F(WindowsTest, TypingInABoxReachesItsModel) {
   EXPECT_EQ(TextOf(hName), "set by the agent");
   EXPECT_EQ(nChanges, 2);
   windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, TheStandInOpensItsFormAndClosesWhenAsked) {
+  Win32FileSystem files;
+  Win32Shell shell;
+  const std::string sStandIn = files.AgentFolder() + "\\Varno2.exe";
+  ASSERT_GT(
+      shell.Execute("open", sStandIn, "-default --title \"Launch Smoke Varno\"", "", SW_SHOWNORMAL),
+      32);
+  platform::WindowHandle h = 0;
+  ASSERT_TRUE(
+      PumpUntil([&] { return (h = windows.FindWindowByTitle("Launch Smoke Varno")) != 0; }));
+  EXPECT_EQ(windows.ClassName(h, 256), "ThunderRT6FormDC");
+  EXPECT_TRUE(windows.SendClose(h));
+  ASSERT_TRUE(PumpUntil([&] { return windows.FindWindowByTitle("Launch Smoke Varno") == 0; }));
 }
 
 TEST_F(WindowsTest, AgentsOnDesktopsOfTheirOwnDoNotSeeEachOther) {
