@@ -39,6 +39,7 @@ TEST(Win32Settings, OptionsAreParsedOrRefusedInOneLine) {
       {{"--host-name"}, {}, false, "missing value for --host-name"},
       {{"--bogus"}, {}, false, "unknown option: --bogus"},
       {{"-x"}, {}, false, "unknown option: -x"},
+      {{"--bad\nname"}, {}, false, "unknown option: --bad?name"},
       {{"--bind", "pc1"}, {}, false, "bad bind address (not an IPv4 address): pc1"},
       {{"--bind", "1.2.3.256"}, {}, false, "bad bind address (not an IPv4 address): 1.2.3.256"},
       {{"--time-scale", "0"}, {}, false, "bad time scale: 0"},

@@ -13,6 +13,8 @@ namespace launchagent::win32 {
 using Ipv4 = std::array<std::uint8_t, 4>;
 
 std::optional<Ipv4> ParseIpv4(const std::string& s);
+// Names compare in lower case.
+std::string LowerName(std::string s);
 
 class HostsFile {
  public:

@@ -131,8 +131,9 @@ bool ParseShareList(const std::string& sList, std::vector<std::string>& shares,
   return take();
 }
 
-bool ParseWin32Settings(const std::vector<std::string>& args, const EnvLookup& env,
-                        Win32Settings& s, std::string& sError) {
+// Everything but the last touch of the error text.
+static bool ParseInto(const std::vector<std::string>& args, const EnvLookup& env, Win32Settings& s,
+                      std::string& sError) {
   for (const auto& opt : kOptions) {
     if (!opt.szEnv) continue;
     if (auto v = env(opt.szEnv); v && (!v->empty() || !opt.szArg)) {
@@ -179,6 +180,15 @@ bool ParseWin32Settings(const std::vector<std::string>& args, const EnvLookup& e
   }
   if (!bLogSet && s.bOffscreen) s.bLogToStdout = true;
   return true;
+}
+
+bool ParseWin32Settings(const std::vector<std::string>& args, const EnvLookup& env,
+                        Win32Settings& s, std::string& sError) {
+  if (ParseInto(args, env, s, sError)) return true;
+  // The reason stays one line whatever the user typed.
+  for (auto& c : sError)
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+  return false;
 }
 
 std::string Win32SettingsHelp(const std::string& sProgram) {
