@@ -189,6 +189,29 @@ TEST_F(WindowsTest, TheLogBoxTakesEveryLineButRefreshesAtABoundedRate) {
   windows.DetachForm(form);
 }
 
+TEST_F(WindowsTest, OffscreenFormsKeepTheirBoxesCurrentAndHiddenBoxesStayHidden) {
+  for (bool bOffscreen : {true, false}) {
+    SCOPED_TRACE(bOffscreen ? "offscreen" : "on screen");
+    Win32WindowSystem system(loop, bOffscreen);
+    ui::Form form("frmSetup", "Launch Smoke Boxes");
+    auto& shown = form.Add<ui::TextBox>("txtLog", "", true);
+    auto& hidden = form.Add<ui::TextBox>("txtHidden", "", true);
+    hidden.SetVisible(false);
+    system.AttachForm(form);
+    FormWindow* window = system.WindowOf(form);
+    ASSERT_NE(window, nullptr);
+    form.Show();
+    EXPECT_EQ(IsWindowVisible(H(window->Handle())) != 0, !bOffscreen);
+    shown.SetText("first\r\n");
+    hidden.SetText("secret\r\n");
+    ASSERT_TRUE(
+        PumpUntil([&] { return TextOf(H(window->ControlHandle("txtLog"))) == "first\r\n"; }));
+    EXPECT_EQ(TextOf(H(window->ControlHandle("txtHidden"))), "secret\r\n");
+    EXPECT_FALSE(GetWindowLongA(H(window->ControlHandle("txtHidden")), GWL_STYLE) & WS_VISIBLE);
+    system.DetachForm(form);
+  }
+}
+
 TEST_F(WindowsTest, TypingInABoxReachesItsModel) {
   ui::Form form("frmSetup", "Launch Smoke Typing");
   auto& name = form.Add<ui::TextBox>("txtName", "old");

@@ -280,12 +280,15 @@ void FormWindow::SyncControl(View& v) {
       bSame = s == list->List(i);
     }
     if (!bSame) {
-      SendMessageA(h, WM_SETREDRAW, FALSE, 0);
+      const bool bRedraw = (GetWindowLongA(h, GWL_STYLE) & WS_VISIBLE) != 0;
+      if (bRedraw) SendMessageA(h, WM_SETREDRAW, FALSE, 0);
       SendMessageA(h, LB_RESETCONTENT, 0, 0);
       for (Integer i = 0; i < list->ListCount(); ++i)
         SendMessageA(h, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(list->List(i).c_str()));
-      SendMessageA(h, WM_SETREDRAW, TRUE, 0);
-      InvalidateRect(h, nullptr, TRUE);
+      if (bRedraw) {
+        SendMessageA(h, WM_SETREDRAW, TRUE, 0);
+        InvalidateRect(h, nullptr, TRUE);
+      }
     }
     if (list->MultiSelect()) {
       for (Integer i = 0; i < list->ListCount(); ++i)
@@ -305,7 +308,9 @@ void FormWindow::SyncControl(View& v) {
 
 void FormWindow::ScheduleTextRefresh() {
   // A hidden window is brought up to date when it is shown; a shown one at the next tick.
-  if (bRefreshPending_ || !bShown_) return;
+  // An offscreen form that the agent shows counts as shown: tests read its controls.
+  const bool bLive = bShown_ || (bOffscreen_ && form_.Visible());
+  if (bRefreshPending_ || !bLive) return;
   bRefreshPending_ = SetTimer(H(hWnd_), kRefreshTimer, kRefreshMs, nullptr) != 0;
 }
 
@@ -325,7 +330,10 @@ void FormWindow::SyncMultiLine(View& v) {
   std::string sShown = ForDisplay(s);
   if (sShown != v.sShown) {
     ++lngTextRefreshes_;
-    SendMessageA(h, WM_SETREDRAW, FALSE, 0);
+    // Redraw is switched off only for a box that shows: switching it on again would show
+    // a hidden one.
+    const bool bRedraw = (GetWindowLongA(h, GWL_STYLE) & WS_VISIBLE) != 0;
+    if (bRedraw) SendMessageA(h, WM_SETREDRAW, FALSE, 0);
     if (sShown.size() > v.sShown.size() && sShown.compare(0, v.sShown.size(), v.sShown) == 0) {
       // New lines at the end: only they go to the control.
       const std::string sAdded = sShown.substr(v.sShown.size());
@@ -335,8 +343,10 @@ void FormWindow::SyncMultiLine(View& v) {
     } else {
       SetWindowTextA(h, sShown.c_str());
     }
-    SendMessageA(h, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(h, nullptr, TRUE);
+    if (bRedraw) {
+      SendMessageA(h, WM_SETREDRAW, TRUE, 0);
+      InvalidateRect(h, nullptr, TRUE);
+    }
     v.sShown = std::move(sShown);
     v.lngSelStart = -1;  // the text moved under the selection
   }
