@@ -36,10 +36,6 @@ struct Traits {
   // A program in a folder that does not exist gives 3 (path not found). Wine's shell
   // answers 2 (file not found) there; the agent only tells > 32 from the rest.
   bool bMissingFolderIsPathNotFound = true;
-  // Faults of a backend that this contract found and that are not fixed yet, by the
-  // name of the check, with the reason. The check is then passed over with a note in
-  // the output instead of failing every run; remove the entry with the fix.
-  std::map<std::string, std::string> knownFaults;
 };
 
 class Backend {
@@ -97,17 +93,6 @@ class Contract : public ::testing::TestWithParam<BackendMaker> {
   platform::Platform& P() { return backend_->Get(); }
   Traits Differences() const { return backend_->Differences(); }
   void In(const std::function<void()>& fn) { backend_->In(fn); }
-
-  // True (with a note in the output) when the backend has a known fault in this check.
-  bool KnownFault(const std::string& sCheck) {
-    const auto faults = backend_->Differences().knownFaults;
-    const auto it = faults.find(sCheck);
-    if (it == faults.end()) return false;
-    std::cout << "[ KNOWN FAULT ] " << GetParam().sName << ": " << sCheck << ": " << it->second
-              << "\n";
-    RecordProperty("known_fault", sCheck);
-    return true;
-  }
 
   // Waits on the loop (inside In) until cond holds or about ten agent seconds passed.
   bool Until(const std::function<bool()>& cond, int nMaxWaits = 200) {

@@ -77,11 +77,6 @@ class Win32Backend : public Backend {
   Traits Differences() const override {
     Traits t;
     t.bMissingFolderIsPathNotFound = !UnderWine();
-    // Found by this contract; reported, to be fixed in the backend.
-    t.knownFaults = {
-        {"cleanup without a startup",
-         "the backend's own Winsock reference lets an unbalanced cleanup succeed"},
-    };
     return t;
   }
   void In(const std::function<void()>& fn) override { fn(); }
