@@ -428,10 +428,20 @@ Long Win32SocketsLibrary::Startup(std::uint16_t wVersionRequested,
   data.wVersion = wsa.wVersion;
   data.wHighVersion = wsa.wHighVersion;
   data.lngMaxSockets = wsa.iMaxSockets;
+  ++nStartups_;
   return 0;
 }
 
-Long Win32SocketsLibrary::Cleanup() { return WSACleanup() == 0 ? 0 : -1; }
+// The backend holds a Winsock reference of its own for its socket arrays, so Winsock
+// alone would let the agent clean up more often than it started; count the agent's own.
+Long Win32SocketsLibrary::Cleanup() {
+  if (nStartups_ == 0) {
+    WSASetLastError(WSANOTINITIALISED);
+    return -1;
+  }
+  --nStartups_;
+  return WSACleanup() == 0 ? 0 : -1;
+}
 
 Long Win32SocketsLibrary::LastError() { return WSAGetLastError(); }
 

@@ -105,6 +105,7 @@ class Win32SocketsLibrary : public platform::SocketsLibrary {
   HostsFile& hosts_;
   std::string sHostName_;
   std::string sBindAddress_;
+  int nStartups_ = 0;  // the agent's successful Startup calls not yet cleaned up
 };
 
 // Whether sAddress is an IPv4 address of this computer (a socket can be bound to it).
