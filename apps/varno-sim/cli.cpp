@@ -20,6 +20,16 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::string>& args
       cl.bQuiet = true;
     } else if (a == "--net") {
       cl.bNet = true;
+    } else if (a == "--report" || a.rfind("--report=", 0) == 0) {
+      if (a == "--report" && i + 1 >= args.size()) {
+        sError = "--report needs a file name";
+        return std::nullopt;
+      }
+      cl.sReport = a == "--report" ? args[++i] : a.substr(9);
+      if (cl.sReport.empty()) {
+        sError = "--report needs a file name";
+        return std::nullopt;
+      }
     } else if (a == "--seed" || a.rfind("--seed=", 0) == 0) {
       std::string sValue;
       if (a == "--seed") {
@@ -57,7 +67,8 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::string>& args
 }
 
 std::string UsageText() {
-  return "usage: varno-sim [--seed N] [--check] [--determinism] [--quiet] [--net] FILE\n"
+  return "usage: varno-sim [--seed N] [--check] [--determinism] [--quiet] [--net]\n"
+         "                 [--report OUT.html] FILE\n"
          "\n"
          "Runs a scenario of the simulated LAN and prints its transcript:\n"
          "  HH:MM:SS.mmm HOST KIND TEXT   (virtual time since the start of the run)\n"
@@ -69,6 +80,9 @@ std::string UsageText() {
          "                  two transcripts differ (exit 1)\n"
          "  --quiet         do not print the transcript\n"
          "  --net           show network events (connects, accepts, closes, errors)\n"
+         "  --report OUT.html  write a picture of the run: a timeline per host with\n"
+         "                  the agent, Varno, its own check-in age, faults and\n"
+         "                  messages; hovering a mark shows its transcript line\n"
          "  --help          this text\n"
          "\n"
          "Exit status: 0 done, 1 an expectation failed or the runs differed, 2 bad\n"

@@ -14,6 +14,7 @@ struct CommandLine {
   bool bQuiet = false;                   // no transcript on standard output
   bool bNet = false;                     // network events in the transcript
   bool bHelp = false;
+  std::string sReport;  // write the picture of the run into this HTML file
   std::string sFile;
 };
 

@@ -5,6 +5,8 @@
 
 #include "cli.h"
 #include "expectations.h"
+#include "report/html_report.h"
+#include "report/run_picture.h"
 #include "runner.h"
 #include "scenario.h"
 
@@ -20,6 +22,23 @@ void Report(const std::string& sFile, const std::vector<Diagnostic>& list,
             const std::string& sPrefix) {
   for (const Diagnostic& d : list)
     std::cerr << sFile << ":" << d.nLine << ": " << sPrefix << d.sMessage << "\n";
+}
+
+bool WritePicture(launchagent::report::RunPicture& picture, const Scenario& scenario,
+                  const CommandLine& cl) {
+  const Nanos end = scenario.EndTime();
+  picture.Finish(end == kEndOfRun ? 0 : end);
+  std::ofstream out(cl.sReport, std::ios::binary);
+  std::string sTitle = cl.sFile;
+  const std::size_t slash = sTitle.find_last_of("/\\");
+  if (slash != std::string::npos) sTitle.erase(0, slash + 1);
+  launchagent::report::WriteHtmlReport(picture, "varno-sim: " + sTitle, out);
+  out.close();
+  if (!out) {
+    std::cerr << "varno-sim: cannot write " << cl.sReport << "\n";
+    return false;
+  }
+  return true;
 }
 
 int Main(const std::vector<std::string>& args) {
@@ -51,13 +70,22 @@ int Main(const std::vector<std::string>& args) {
   options.bNetEvents = cl->bNet;
   // Only the checks read the whole transcript; printing streams it line by line.
   options.bKeepTranscript = cl->bCheck || cl->bDeterminism;
-  if (!cl->bQuiet) options.sink = [](const std::string& s) { std::cout << s << "\n"; };
+  // The picture reads the lines as they stream by, like the printer.
+  launchagent::report::RunPicture picture;
+  const bool bPicture = !cl->sReport.empty();
+  if (!cl->bQuiet || bPicture) {
+    options.sink = [&picture, bPicture, bPrint = !cl->bQuiet](const std::string& s) {
+      if (bPrint) std::cout << s << "\n";
+      if (bPicture) picture.Add(s);
+    };
+  }
   const RunResult first = RunScenario(parsed.scenario, options);
   std::cout.flush();
   if (!first.setupErrors.empty()) {
     Report(cl->sFile, first.setupErrors, "");
     return kExitBadInput;
   }
+  if (bPicture && !WritePicture(picture, parsed.scenario, *cl)) return kExitBadInput;
 
   int nExit = kExitDone;
   if (cl->bCheck) {
