@@ -110,6 +110,15 @@ TEST(PathMapper, TranslatesBothWays) {
       {"D:\\etc", "/etc"},
       {"\\\\PC1\\share\\APP", dir / "net/pc1/Share/app"},
       {"\\\\pc9\\c\\x", dir / "net/pc9/c/x"},
+      {"\\\\pc1\\share\\.\\x\\..\\app", dir / "net/pc1/Share/app"},
+      {"C:\\Program Files\\..\\Program Files\\.", dir / "c/Program Files"},
+      // Climbing out of a share or a drive's folder leads nowhere.
+      {"\\\\pc1\\share\\..\\..\\..\\payload\\Varno2.exe", std::nullopt},
+      {"\\\\pc1\\share\\app\\..\\..\\Share\\app", std::nullopt},
+      {"\\\\pc1\\..\\pc1\\share", std::nullopt},
+      {"//../net/pc1/share", std::nullopt},
+      {"C:\\..\\c\\Program Files", std::nullopt},
+      {"c:/Program Files/../../..", std::nullopt},
       {"E:\\x", std::nullopt},
       {"\\\\pc1", std::nullopt},
       {"\\\\", std::nullopt}};

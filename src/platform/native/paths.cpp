@@ -26,6 +26,23 @@ std::vector<std::string> SplitParts(const std::string& s) {
   return parts;
 }
 
+// Resolves "." and ".." by name, before anything touches the disk: a share or a drive
+// is reached through a mount point or a link, so following ".." on the disk would climb
+// out of it into the rest of this machine. A path that climbs above its root is none.
+std::optional<std::vector<std::string>> Normalise(const std::vector<std::string>& parts) {
+  std::vector<std::string> out;
+  for (const auto& sPart : parts) {
+    if (sPart == ".") continue;
+    if (sPart == "..") {
+      if (out.empty()) return std::nullopt;
+      out.pop_back();
+      continue;
+    }
+    out.push_back(sPart);
+  }
+  return out;
+}
+
 bool Exists(const std::string& sPath) {
   struct stat st {};
   return ::lstat(sPath.c_str(), &st) == 0;
@@ -70,16 +87,25 @@ std::optional<std::string> PathMapper::ToLocal(const std::string& sPath) const {
       (sPath[1] == '\\' || sPath[1] == '/')) {
     auto parts = SplitParts(sPath.substr(2));
     if (parts.size() < 2) return std::nullopt;
-    return ResolveCase(sMountRoot_, parts);
+    // The host and the share are names, never steps; the rest stays below the share.
+    for (int i = 0; i < 2; ++i)
+      if (parts[i] == "." || parts[i] == "..") return std::nullopt;
+    auto rest = Normalise({parts.begin() + 2, parts.end()});
+    if (!rest) return std::nullopt;
+    rest->insert(rest->begin(), parts.begin(), parts.begin() + 2);
+    return ResolveCase(sMountRoot_, *rest);
   }
   if (sPath.size() >= 2 && sPath[1] == ':' && std::isalpha(static_cast<unsigned char>(sPath[0]))) {
     auto it = drives_.find(AsciiUpper(sPath[0]));
     if (it == drives_.end()) return std::nullopt;
-    return ResolveCase(it->second, SplitParts(sPath.substr(2)));
+    auto parts = Normalise(SplitParts(sPath.substr(2)));
+    if (!parts) return std::nullopt;
+    return ResolveCase(it->second, *parts);
   }
   // A path without a drive: relative to the current folder, or already local.
-  if (!sPath.empty() && sPath[0] == '/') return ResolveCase("/", SplitParts(sPath));
-  return ResolveCase(".", SplitParts(sPath));
+  auto parts = Normalise(SplitParts(sPath));
+  if (!parts) return std::nullopt;
+  return ResolveCase(!sPath.empty() && sPath[0] == '/' ? "/" : ".", *parts);
 }
 
 std::optional<std::string> PathMapper::ToSystem(const std::string& sLocal) const {

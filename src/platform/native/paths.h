@@ -15,7 +15,8 @@ class PathMapper {
 
   // "C:\a\b" -> "<drive C>/a/b"; "\\host\share\x" -> "<mount root>/host/share/x".
   // Existing components are matched without regard to case, as the system expects.
-  // nullopt for an unknown drive or a network path without a share.
+  // "." and ".." are resolved by name first. nullopt for an unknown drive, a network
+  // path without a share, and a path whose ".." would leave its share or drive folder.
   std::optional<std::string> ToLocal(const std::string& sPath) const;
   // A local absolute path in the system's form, through the drive whose folder holds it
   // (the longest match); nullopt when no drive does.
