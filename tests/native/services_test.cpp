@@ -1,8 +1,11 @@
 // Files, programs, the registry with its autostart entries, the share search.
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "platform/native/files.h"
 #include "platform/native/registry.h"
@@ -108,6 +111,39 @@ TEST_F(FilesTest, CopiesKeepProgramsRunnableAndCopeWithTheSameFile) {
   test::WriteText(dir_ / "net/pc1/c/Varno3.exe", "remote");
   EXPECT_EQ(files_.CopyFile("\\\\pc1\\c\\Varno3.exe", "C:\\Launch\\Varno3.exe"), 0);
   EXPECT_EQ(test::ReadText(dir_ / "c/Launch/Varno3.exe"), "remote");
+}
+
+TEST_F(FilesTest, CopiesNeverReplaceARunningProgram) {
+  // A program of this folder that runs while the copy is tried, and this test itself.
+  std::filesystem::copy_file("/bin/sleep", dir_ / "c/Launch/Launch.exe");
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::execl((dir_ / "c/Launch/Launch.exe").c_str(), "Launch.exe", "30", nullptr);
+    ::_exit(127);
+  }
+  ASSERT_GT(pid, 0);
+  char szSelf[4096] = {};
+  ASSERT_GT(::readlink("/proc/self/exe", szSelf, sizeof szSelf - 1), 0);
+  const std::string sSelf = szSelf;
+  PathMapper paths({{'C', dir_ / "c"}, {'T', sSelf.substr(0, sSelf.rfind('/'))}}, dir_ / "net");
+  NativeFileSystem files(paths, dir_ / "c/Launch", dir_ / "c/sys");
+  ASSERT_TRUE(test::PollUntil([&] {
+    return std::filesystem::equivalent("/proc/" + std::to_string(pid) + "/exe",
+                                       dir_ / "c/Launch/Launch.exe");
+  }));
+  const std::string sOwn = "T:\\" + sSelf.substr(sSelf.rfind('/') + 1);
+  const std::pair<std::string, bool> cases[] = {{"C:\\Launch\\Launch.exe", false},
+                                                {"c:\\launch\\LAUNCH.EXE", false},
+                                                {sOwn, false},
+                                                {"C:\\Launch\\Other.exe", true}};
+  for (const auto& [sDest, bCopied] : cases)
+    EXPECT_EQ(files.CopyFile("C:\\Launch\\a.dll", sDest) == 0, bCopied) << sDest;
+  EXPECT_TRUE(test::ReadText(dir_ / "c/Launch/Launch.exe") == test::ReadText("/bin/sleep"));
+  // Once the program has ended its file is an ordinary file again.
+  ::kill(pid, SIGKILL);
+  ::waitpid(pid, nullptr, 0);
+  EXPECT_EQ(files.CopyFile("C:\\Launch\\a.dll", "C:\\Launch\\Launch.exe"), 0);
+  EXPECT_EQ(test::ReadText(dir_ / "c/Launch/Launch.exe"), "dll");
 }
 
 TEST_F(FilesTest, ShellStartsDetachedProgramsWithWindowsParameters) {

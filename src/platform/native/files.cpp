@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 
 #include "platform/text.h"
@@ -17,6 +18,8 @@ namespace {
 // Files the agent reads are records of a few kilobytes; anything far bigger is not one
 // of them and is not read into memory.
 constexpr off_t kMaxReadBytes = 64 * 1024 * 1024;
+// The copy routine's answer for a file another program holds open.
+constexpr Integer kSharingViolation = 32;
 
 std::string ParentOf(const std::string& s) {
   const auto n = s.find_last_of('/');
@@ -56,6 +59,29 @@ bool ReplaceWith(const std::string& sLocalPath, const char* data, size_t n, mode
     ::close(dfd);
   }
   return true;
+}
+
+// Whether a running process (this agent first) was started from the file: the system's
+// own platform never lets such a file be replaced, and a copy over it would run as the
+// next start of that program.
+bool IsRunningProgram(const struct stat& file) {
+  auto Same = [&file](const std::string& sExe) {
+    struct stat st {};
+    return ::stat(sExe.c_str(), &st) == 0 && st.st_dev == file.st_dev && st.st_ino == file.st_ino;
+  };
+  if (Same("/proc/self/exe")) return true;
+  DIR* proc = ::opendir("/proc");
+  if (!proc) return false;
+  bool bRunning = false;
+  while (dirent* e = ::readdir(proc)) {
+    if (e->d_name[0] < '1' || e->d_name[0] > '9') continue;
+    if (Same(std::string("/proc/") + e->d_name + "/exe")) {
+      bRunning = true;
+      break;
+    }
+  }
+  ::closedir(proc);
+  return bRunning;
 }
 
 }  // namespace
@@ -195,6 +221,11 @@ Integer NativeFileSystem::CopyFile(const std::string& sSource, const std::string
       dst_st.st_ino == sst.st_ino) {
     ::close(in);
     return 0;
+  }
+  if (::stat(dst->c_str(), &dst_st) == 0 && S_ISREG(dst_st.st_mode) && IsRunningProgram(dst_st)) {
+    ::close(in);
+    std::fprintf(stderr, "Launch: not copied onto the running program %s\n", dst->c_str());
+    return kSharingViolation;
   }
   std::string sData;
   char buf[65536];
