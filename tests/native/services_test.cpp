@@ -93,8 +93,21 @@ TEST_F(FilesTest, FoldersFilesAndRecords) {
   ASSERT_TRUE(files_.ReplaceFile("C:\\Launch\\AgentInfo_1", record));
   EXPECT_EQ(files_.ReadFile("C:\\Launch\\AgentInfo_1"), record);
   EXPECT_FALSE(files_.ReplaceFile("C:\\NoFolder\\x", record));
-  // Nothing is left beside the file.
-  EXPECT_EQ(NamesOf(files_.List("C:\\Launch\\AgentInfo*", true, false)), Names{"AgentInfo_1"});
+  // Nothing is left beside the file, not even what a killed save of another process left;
+  // a save still running in a live process keeps its file.
+  pid_t dead = ::fork();
+  if (dead == 0) ::_exit(0);
+  ::waitpid(dead, nullptr, 0);
+  const std::string sLive = "AgentInfo_1.new-" + std::to_string(::getppid());
+  for (const std::string& s : {"AgentInfo_1.new-" + std::to_string(dead), sLive,
+                               "AgentInfo_1.new-" + std::to_string(::getpid())})
+    test::WriteText(dir_ / ("c/Launch/" + s), "half");
+  test::WriteText(dir_ / "c/Launch/agent.dat.new-1x", "not ours");
+  ASSERT_TRUE(files_.ReplaceFile("C:\\Launch\\AgentInfo_1", record));
+  EXPECT_EQ(NamesOf(files_.List("C:\\Launch\\AgentInfo*", true, false)),
+            (Names{"AgentInfo_1", sLive}));
+  EXPECT_EQ(NamesOf(files_.List("C:\\Launch\\agent.dat.*", true, false)),
+            (Names{"agent.dat.new-1x"}));
 }
 
 TEST_F(FilesTest, CopiesKeepProgramsRunnableAndCopeWithTheSameFile) {

@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 #include "platform/text.h"
 
@@ -41,7 +43,33 @@ bool WriteAll(int fd, const char* p, size_t n) {
   return true;
 }
 
+// A save that was killed half-way leaves its "<name>.new-<pid>" beside the file; the next
+// save of that file removes it, unless the process that writes it is still alive.
+void RemoveStaleTemps(const std::string& sLocalPath) {
+  const auto nSlash = sLocalPath.find_last_of('/');
+  const std::string sPrefix =
+      (nSlash == std::string::npos ? sLocalPath : sLocalPath.substr(nSlash + 1)) + ".new-";
+  DIR* dir = ::opendir(ParentOf(sLocalPath).c_str());
+  if (!dir) return;
+  std::vector<std::string> stale;
+  while (dirent* e = ::readdir(dir)) {
+    const std::string sName = e->d_name;
+    if (sName.size() <= sPrefix.size() || sName.compare(0, sPrefix.size(), sPrefix) != 0) continue;
+    const std::string sPid = sName.substr(sPrefix.size());
+    if (sPid.size() > 9 || sPid.find_first_not_of("0123456789") != std::string::npos) continue;
+    const pid_t pid = static_cast<pid_t>(std::atol(sPid.c_str()));
+    if (pid == ::getpid() || (::kill(pid, 0) != 0 && errno == ESRCH)) stale.push_back(sName);
+  }
+  ::closedir(dir);
+  for (const auto& sName : stale) {
+    const std::string sPath = ParentOf(sLocalPath) + "/" + sName;
+    if (::unlink(sPath.c_str()) == 0)
+      std::fprintf(stderr, "Launch: removed %s left by an interrupted save\n", sPath.c_str());
+  }
+}
+
 bool ReplaceWith(const std::string& sLocalPath, const char* data, size_t n, mode_t mode) {
+  RemoveStaleTemps(sLocalPath);
   const std::string sTemp = sLocalPath + ".new-" + std::to_string(::getpid());
   const int fd = ::open(sTemp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
   if (fd < 0) return false;
