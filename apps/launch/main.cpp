@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "agent/agent.h"
+#include "platform/native/descriptors.h"
 #include "platform/native/native_platform.h"
 #include "platform/native/settings.h"
 #include "platform/native/tray.h"
@@ -40,6 +41,8 @@ int main(int argc, char** argv) {
     std::printf("launch-agent %s\n", LA_VERSION);
     return 0;
   }
+  // Every connection a peer opens costs a descriptor: take all this process may have.
+  native::RaiseDescriptorLimit();
   // Programs the agent starts share its session: its window table and its display.
   ::setenv("LA_WINDOW_TABLE", settings.sWindowTable.c_str(), 1);
   if (settings.bOffscreen) ::setenv("QT_QPA_PLATFORM", "offscreen", 1);

@@ -10,12 +10,18 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <cstdio>
 #include <cstring>
+
+#include "platform/native/descriptors.h"
 
 namespace launchagent::native {
 namespace {
 
 constexpr Long kMaxIndex = 32767;
+// How long a listening socket rests once descriptors ran short; short enough that a
+// peer is served again within a second after the others let go.
+constexpr int kAcceptRetryMs = 250;
 // Windows Sockets error numbers the agent may read back.
 constexpr Long kWsaNotInitialised = 10093;
 constexpr Long kWsaVersionNotSupported = 10092;
@@ -164,7 +170,22 @@ bool NativeSocketArray::Listen(Long lngIndex) {
   slot->nState = platform::kSckListening;
   QObject::connect(server, &QTcpServer::newConnection, ctx_.get(),
                    [this, lngIndex] { OnNewConnections(lngIndex); });
+  // Qt stops accepting by itself when the process has no descriptor left.
+  QObject::connect(server, &QTcpServer::acceptError, ctx_.get(),
+                   [this, server](QAbstractSocket::SocketError) { PauseAccepting(server); });
   return true;
+}
+
+void NativeSocketArray::PauseAccepting(QTcpServer* server) {
+  server->pauseAccepting();
+  if (!pausedServers_.insert(server).second) return;
+  std::fprintf(stderr, "Launch: out of descriptors, not accepting for %d ms\n", kAcceptRetryMs);
+  // The requests wait in the listen queue meanwhile; the server may go with its position.
+  QTimer::singleShot(kAcceptRetryMs, ctx_.get(), [this, server] {
+    pausedServers_.erase(server);
+    for (auto& [i, slot] : slots_)
+      if (slot.server == server) server->resumeAccepting();
+  });
 }
 
 void NativeSocketArray::OnNewConnections(Long lngIndex) {
@@ -174,6 +195,13 @@ void NativeSocketArray::OnNewConnections(Long lngIndex) {
   const std::weak_ptr<bool> alive = alive_;
   while (QTcpSocket* socket = server->nextPendingConnection()) {
     socket->setParent(nullptr);
+    if (InAcceptReserve(socket->socketDescriptor())) {
+      // Refused before anyone sees it: the reserve keeps the agent itself alive.
+      socket->abort();
+      socket->deleteLater();
+      PauseAccepting(server);
+      continue;
+    }
     socket->setReadBufferSize(kMaxArrivalBytes);
     const Long lngId = lngNextRequest_;
     lngNextRequest_ = lngNextRequest_ >= 0x7ffffffe ? 1 : lngNextRequest_ + 1;
@@ -282,6 +310,16 @@ bool NativeSocketArray::Connect(Long lngIndex) {
   else
     socket->connectToHost(QString::fromStdString(sHost), port, QIODevice::ReadWrite,
                           QAbstractSocket::IPv4Protocol);
+  if (InConnectReserve(socket->socketDescriptor())) {
+    // Our own sends give way to the agent's reserve: this one fails as an unreachable
+    // host does, and the next broadcast tries again.
+    std::fprintf(stderr, "Launch: out of descriptors, connection to %s not tried\n", sHost.c_str());
+    if (Slot* again = Find(lngIndex); again && again->socket == socket) {
+      Release(*again);
+      again->nState = platform::kSckError;
+    }
+    return true;
+  }
   // A failure found at once (no address at all) is reported later, as Winsock does.
   if (Slot* again = Find(lngIndex); again && again->socket == socket)
     again->nState = socket->state() == QAbstractSocket::UnconnectedState

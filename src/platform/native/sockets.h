@@ -3,6 +3,7 @@
 // address services over gethostname/getaddrinfo with an optional hosts file.
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "platform/native/event_loop.h"
@@ -60,6 +61,7 @@ class NativeSocketArray : public platform::SocketArray {
   void Release(Slot& slot);
   void Wire(Long lngIndex, QTcpSocket* socket);
   void OnNewConnections(Long lngIndex);
+  void PauseAccepting(QTcpServer* server);
   void OnReadyRead(Long lngIndex, QTcpSocket* socket);
   void OnGone(Long lngIndex, QTcpSocket* socket, bool bError);
 
@@ -69,7 +71,8 @@ class NativeSocketArray : public platform::SocketArray {
   std::map<Long, Slot> slots_;
   std::map<Long, QTcpSocket*> pending_;  // connection requests by request id
   Long lngNextRequest_ = 1;
-  std::unique_ptr<QObject> ctx_;  // every signal connection hangs on it
+  std::set<QTcpServer*> pausedServers_;  // resting after descriptors ran short
+  std::unique_ptr<QObject> ctx_;         // every signal connection hangs on it
   // A handler may unload the form that owns this table; code after a handler checks it.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
