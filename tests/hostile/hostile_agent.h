@@ -1,0 +1,248 @@
+#pragma once
+// A real agent (Launch.exe) under attack from this process over loopback: its own folder,
+// drive, mount root and hosts file, an optional descriptor limit, its log on standard
+// output and its diagnostics on standard error, both in files. Every wait is bounded.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "messages/cls_msg_host_info.h"
+
+namespace launchagent::hostile {
+
+constexpr int kAgentPort = 1230;
+
+inline std::string ReadText(const std::string& sPath) {
+  std::ostringstream s;
+  s << std::ifstream(sPath, std::ios::binary).rdbuf();
+  return s.str();
+}
+
+inline void WriteText(const std::string& sPath, const std::string& sText, bool bProgram = false) {
+  std::filesystem::create_directories(std::filesystem::path(sPath).parent_path());
+  std::ofstream(sPath, std::ios::binary) << sText;
+  if (bProgram) std::filesystem::permissions(sPath, std::filesystem::perms::owner_all);
+}
+
+// Polls cond every 20 ms for at most dSeconds.
+inline bool WaitUntil(const std::function<bool()>& cond, double dSeconds) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(dSeconds);
+  while (!cond()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
+// The host information image a computer called sHostName sends about itself.
+inline Bytes HostInfoImage(const std::string& sHostName, const std::string& sAppPath = "") {
+  struct Context : MessageContext {
+    double SecondsSinceMidnight() override { return 1000.5; }
+    std::string LocalHostName() override { return "tester"; }
+  } ctx;
+  clsMsgHostInfo msg(ctx);
+  msg.SetHostName(sHostName);
+  msg.SetAppPath(sAppPath);
+  return msg.GetObjectData();
+}
+
+// A TCP connection from sFrom (any loopback address) to the agent; -1 when refused or
+// not accepted within nMs.
+inline int Connect(const std::string& sTo, const std::string& sFrom = "", int nMs = 5000) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (fd < 0) return -1;
+  sockaddr_in a{};
+  a.sin_family = AF_INET;
+  if (!sFrom.empty()) {
+    ::inet_pton(AF_INET, sFrom.c_str(), &a.sin_addr);
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) return ::close(fd), -1;
+  }
+  a.sin_port = htons(kAgentPort);
+  ::inet_pton(AF_INET, sTo.c_str(), &a.sin_addr);
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 && errno != EINPROGRESS)
+    return ::close(fd), -1;
+  pollfd p{fd, POLLOUT, 0};
+  int nErr = 0;
+  socklen_t nLen = sizeof nErr;
+  if (::poll(&p, 1, nMs) != 1 || ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &nErr, &nLen) != 0 ||
+      nErr != 0)
+    return ::close(fd), -1;
+  return fd;
+}
+
+// Writes what the socket takes within a second; the bytes written.
+inline size_t SendSome(int fd, const Bytes& data) {
+  size_t nDone = 0;
+  while (nDone < data.size()) {
+    pollfd p{fd, POLLOUT, 0};
+    if (::poll(&p, 1, 1000) != 1) break;
+    const ssize_t n = ::send(fd, data.data() + nDone, data.size() - nDone, MSG_NOSIGNAL);
+    if (n <= 0) break;
+    nDone += static_cast<size_t>(n);
+  }
+  return nDone;
+}
+
+class Agent {
+ public:
+  struct Options {
+    std::string sAddress = "127.0.0.71";
+    long lngSoftLimit = 0;  // 0: as inherited
+    long lngHardLimit = 0;  // 0: the same as the soft limit
+    std::vector<std::string> extraArgs;
+    std::string sHosts;  // extra lines of the hosts file
+  };
+
+  explicit Agent(std::string sAddress, std::string sHosts = "", long lngSoftLimit = 0,
+                 long lngHardLimit = 0, std::vector<std::string> extraArgs = {})
+      : o_{std::move(sAddress), lngSoftLimit, lngHardLimit, std::move(extraArgs),
+           std::move(sHosts)} {
+    char sz[] = "/tmp/la-hostile-XXXXXX";
+    sRoot_ = ::mkdtemp(sz) ? sz : "/tmp/la-hostile";
+    for (const char* s : {"/c/Launch", "/c/sys", "/net"})
+      std::filesystem::create_directories(sRoot_ + s);
+    std::filesystem::copy_file(LA_LAUNCH_PATH, Exe());
+    WriteText(sRoot_ + "/hosts", o_.sAddress + " pc1\n" + o_.sHosts);
+  }
+  ~Agent() {
+    Stop();
+    std::error_code e;
+    std::filesystem::remove_all(sRoot_, e);
+  }
+
+  const std::string& Root() const { return sRoot_; }
+  const std::string& Address() const { return o_.sAddress; }
+  std::string Exe() const { return sRoot_ + "/c/Launch/Launch.exe"; }
+  std::string Log() const { return ReadText(sRoot_ + "/out.txt"); }
+  std::string Diagnostics() const { return ReadText(sRoot_ + "/err.txt"); }
+  pid_t Pid() const { return pid_; }
+
+  // Starts it and waits until it accepts connections. Agent time runs sTimeScale times
+  // as fast as real time, so that minutes of its life pass in seconds.
+  bool Start(const std::string& sTimeScale = "60") {
+    std::vector<std::string> args = {"--host-name",
+                                     "pc1",
+                                     "--bind",
+                                     o_.sAddress,
+                                     "--drive",
+                                     "C:=" + sRoot_ + "/c",
+                                     "--mount-root",
+                                     sRoot_ + "/net",
+                                     "--hosts-file",
+                                     sRoot_ + "/hosts",
+                                     "--time-scale",
+                                     sTimeScale,
+                                     "--window-table",
+                                     sRoot_ + "/windows",
+                                     "--system-folder",
+                                     sRoot_ + "/c/sys",
+                                     "--registry-file",
+                                     sRoot_ + "/etc/registry",
+                                     "--autostart-dir",
+                                     sRoot_ + "/etc/auto",
+                                     "--user-registry-file",
+                                     sRoot_ + "/home/registry",
+                                     "--user-autostart-dir",
+                                     sRoot_ + "/home/auto",
+                                     "--log-stdout"};
+    args.insert(args.end(), o_.extraArgs.begin(), o_.extraArgs.end());
+    std::string sLimit = "exec \"$0\" \"$@\"";
+    if (o_.lngSoftLimit > 0)
+      sLimit = "ulimit -S -n " + std::to_string(o_.lngSoftLimit) + " && ulimit -H -n " +
+               std::to_string(o_.lngHardLimit ? o_.lngHardLimit : o_.lngSoftLimit) + " && " +
+               sLimit;
+    pid_ = ::fork();
+    if (pid_ == 0) {
+      for (const char* s : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) ::unsetenv(s);
+      ::dup2(::open((sRoot_ + "/out.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+      ::dup2(::open((sRoot_ + "/err.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
+      std::vector<char*> argv = {const_cast<char*>("sh"), const_cast<char*>("-c"), sLimit.data()};
+      std::string sExe = Exe();
+      argv.push_back(sExe.data());
+      for (auto& s : args) argv.push_back(s.data());
+      argv.push_back(nullptr);
+      ::execv("/bin/sh", argv.data());
+      ::_exit(127);
+    }
+    return pid_ > 0 && WaitUntil(
+                           [this] {
+                             const int fd = Connect(o_.sAddress);
+                             return fd >= 0 && ::close(fd) == 0;
+                           },
+                           20);
+  }
+
+  bool Alive() const { return pid_ > 0 && ::waitpid(pid_, nullptr, WNOHANG) == 0; }
+
+  void Stop() {
+    if (pid_ <= 0) return;
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, nullptr, 0);
+    pid_ = -1;
+  }
+
+  // Sends one host information image from a fresh connection and waits (bounded) until
+  // the agent has handled it.
+  bool Served(const std::string& sHostName, double dSeconds = 10, const std::string& sFrom = "") {
+    const int fd = Connect(o_.sAddress, sFrom);
+    if (fd < 0) return false;
+    const Bytes image = HostInfoImage(sHostName);
+    const bool bSent = SendSome(fd, image) == image.size();
+    const bool bSeen =
+        bSent &&
+        WaitUntil(
+            [&] { return Log().find("HostInfoFrom=" + sHostName + "\n") != std::string::npos; },
+            dSeconds);
+    ::close(fd);
+    return bSeen;
+  }
+
+  size_t OpenDescriptors() const {
+    std::error_code e;
+    size_t n = 0;
+    for (auto it = std::filesystem::directory_iterator("/proc/" + std::to_string(pid_) + "/fd", e);
+         !e && it != std::filesystem::directory_iterator(); it.increment(e))
+      ++n;
+    return n;
+  }
+
+  // Share of one core the agent used over dSeconds, in percent (a figure, not a check).
+  double CpuPercent(double dSeconds) const {
+    auto ticks = [this] {
+      std::string s = ReadText("/proc/" + std::to_string(pid_) + "/stat");
+      std::istringstream in(s.substr(s.rfind(')') + 2));
+      std::string sField;
+      long long lngUser = 0, lngSystem = 0;
+      for (int i = 3; i <= 15 && in >> sField; ++i) {
+        if (i == 14) lngUser = std::atoll(sField.c_str());
+        if (i == 15) lngSystem = std::atoll(sField.c_str());
+      }
+      return lngUser + lngSystem;
+    };
+    const long long lngBefore = ticks();
+    std::this_thread::sleep_for(std::chrono::duration<double>(dSeconds));
+    return 100.0 * static_cast<double>(ticks() - lngBefore) /
+           static_cast<double>(::sysconf(_SC_CLK_TCK)) / dSeconds;
+  }
+
+ private:
+  Options o_;
+  std::string sRoot_;
+  pid_t pid_ = -1;
+};
+
+}  // namespace launchagent::hostile

@@ -1,0 +1,157 @@
+// Hostile traffic against a real agent: garbage, churn, held and trickling connections,
+// and more connections than the agent has descriptors. After each, the agent must be
+// alive, give its descriptors back and still handle a valid image.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <random>
+
+#include "hostile_agent.h"
+
+namespace launchagent::hostile {
+namespace {
+
+// Opens n connections one after the other, each given up to two seconds to be taken
+// into the agent's listen queue; all of them, taken or not.
+std::vector<int> Hold(const std::string& sTo, size_t n) {
+  std::vector<int> fds;
+  for (size_t i = 0; i < n; ++i) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0) break;
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(kAgentPort);
+    ::inet_pton(AF_INET, sTo.c_str(), &a.sin_addr);
+    ::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    pollfd p{fd, POLLOUT, 0};
+    ::poll(&p, 1, 2000);
+    fds.push_back(fd);
+  }
+  return fds;
+}
+
+void CloseAll(std::vector<int>& fds) {
+  for (int fd : fds) ::close(fd);
+  fds.clear();
+}
+
+class HostileTraffic : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    // This process holds the attackers' ends of the connections.
+    rlimit r{};
+    ::getrlimit(RLIMIT_NOFILE, &r);
+    r.rlim_cur = r.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &r);
+  }
+};
+
+TEST_F(HostileTraffic, GarbageAndChurnLeaveNothingBehind) {
+  Agent agent("127.0.0.72");
+  ASSERT_TRUE(agent.Start());
+  ASSERT_TRUE(agent.Served("probe0"));
+  const size_t nBaseline = agent.OpenDescriptors();
+
+  std::mt19937 rng(13);
+  const Bytes valid = HostInfoImage("forged");
+  // Blob kinds: random bytes, a valid image cut short, a valid image with a tail, a
+  // header that claims far more than follows.
+  for (int i = 0; i < 200; ++i) {
+    Bytes blob;
+    switch (i % 4) {
+      case 0:
+        blob.resize(rng() % (128 * 1024));
+        for (auto& b : blob) b = static_cast<unsigned char>(rng());
+        break;
+      case 1:
+        blob.assign(valid.begin(), valid.begin() + static_cast<long>(rng() % valid.size()));
+        break;
+      case 2:
+        blob = valid;
+        blob.resize(valid.size() + 1 + rng() % 4096, 0xff);
+        break;
+      default:
+        blob = valid;
+        blob[4] = blob[5] = blob[6] = 0x7f;
+        break;
+    }
+    const int fd = Connect(agent.Address());
+    ASSERT_GE(fd, 0) << i;
+    SendSome(fd, blob);
+    ::close(fd);
+  }
+  for (int i = 0; i < 1000; ++i) {
+    const int fd = Connect(agent.Address());
+    ASSERT_GE(fd, 0) << i;
+    ::close(fd);
+  }
+  ASSERT_TRUE(agent.Served("probe1", 30)) << agent.Log().substr(0, 2000);
+  EXPECT_TRUE(agent.Alive());
+  EXPECT_TRUE(WaitUntil([&] { return agent.OpenDescriptors() <= nBaseline + 2; }, 10))
+      << nBaseline << " -> " << agent.OpenDescriptors();
+}
+
+TEST_F(HostileTraffic, HeldAndTricklingConnectionsDoNotStopOthers) {
+  Agent agent("127.0.0.73");
+  ASSERT_TRUE(agent.Start());
+  std::vector<int> held = Hold(agent.Address(), 300);
+  std::vector<int> trickling;
+  for (int i = 0; i < 20; ++i) trickling.push_back(Connect(agent.Address()));
+  const Bytes valid = HostInfoImage("slow");
+  // One byte a round from each trickler, for as many rounds as the image has bytes.
+  for (size_t k = 0; k < valid.size() && k < 60; ++k) {
+    for (int fd : trickling) ::send(fd, &valid[k], 1, MSG_NOSIGNAL);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  EXPECT_TRUE(agent.Served("probe2"));
+  CloseAll(held);
+  CloseAll(trickling);
+  EXPECT_TRUE(agent.Served("probe3"));
+  EXPECT_TRUE(agent.Alive());
+}
+
+TEST_F(HostileTraffic, RunningOutOfDescriptorsNeitherKillsNorDeafens) {
+  struct Case {
+    long lngSoft, lngHard;
+    size_t nHeld;
+  };
+  // At a small limit, and at the usual desktop limit of 1,024 with more held than that.
+  const Case cases[] = {{256, 256, 400}, {1024, 1024, 1100}};
+  for (const auto& c : cases) {
+    Agent agent("127.0.0.74", "", c.lngSoft, c.lngHard);
+    ASSERT_TRUE(agent.Start("1"));  // its timers at their real pace, for the figures
+    std::vector<int> held = Hold(agent.Address(), c.nHeld);
+    WaitUntil([&] { return agent.OpenDescriptors() + 100 >= static_cast<size_t>(c.lngSoft); }, 10);
+    const double dCpu = agent.CpuPercent(3);
+    std::printf("limit %ld, %zu held: agent at %zu descriptors, %.1f%% of a core\n", c.lngSoft,
+                held.size(), agent.OpenDescriptors(), dCpu);
+    EXPECT_TRUE(agent.Alive()) << agent.Diagnostics();
+    CloseAll(held);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(agent.Served("probe" + std::to_string(c.lngSoft), 10)) << agent.Diagnostics();
+    std::printf("limit %ld: valid image handled %.2f s after the held connections closed\n",
+                c.lngSoft,
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    EXPECT_TRUE(agent.Alive());
+    // Diagnostics go to standard error, never into the activity log.
+    EXPECT_NE(agent.Diagnostics().find("out of descriptors"), std::string::npos);
+    EXPECT_EQ(agent.Log().find("descriptors"), std::string::npos);
+  }
+}
+
+TEST_F(HostileTraffic, TheAgentTakesEveryDescriptorItMayHave) {
+  Agent agent("127.0.0.75", "", 256, 4096);
+  ASSERT_TRUE(agent.Start());
+  const std::string s = ReadText("/proc/" + std::to_string(agent.Pid()) + "/limits");
+  const auto n = s.find("Max open files");
+  ASSERT_NE(n, std::string::npos);
+  std::istringstream in(s.substr(n + 14));
+  long lngSoft = 0, lngHard = 0;
+  in >> lngSoft >> lngHard;
+  EXPECT_EQ(lngSoft, 4096);
+  EXPECT_EQ(lngHard, 4096);
+}
+
+}  // namespace
+}  // namespace launchagent::hostile
