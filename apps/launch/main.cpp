@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "agent/agent.h"
+#include "hardening/hardening_policy.h"
 #include "platform/native/descriptors.h"
 #include "platform/native/native_platform.h"
 #include "platform/native/settings.h"
@@ -57,6 +58,10 @@ int main(int argc, char** argv) {
   ::mkdir(platform.SystemFolderLocal().c_str(), 0755);  // may exist or be out of reach
 
   launchagent::Agent agent(platform.Get());
+  if (settings.bHardened)
+    agent.EnableHardening(launchagent::HardeningRules{}, [](const std::string& sText) {
+      std::fprintf(stderr, "Launch: %s\n", sText.c_str());
+    });
   std::unique_ptr<native::AgentTray> tray;
   try {
     agent.Main();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hardening/hardening_policy.h"
 #include "lanresources/frm_lan_resources.h"
 #include "launcher/check_in_verification.h"
 #include "launcher/frm_launch.h"
@@ -42,6 +43,28 @@ void Agent::OpenAgentSetup() {
   setup.Form().Show();
 }
 
+void Agent::EnableHardening(const HardeningRules& rules,
+                            std::function<void(const std::string&)> note) {
+  HardeningHooks hooks;
+  hooks.secondsNow = [this] { return platform_.clock.SecondsSinceMidnight(); };
+  hooks.addressOf = [this](const std::string& sName) -> std::optional<std::string> {
+    auto entry = platform_.sockets.HostByName(sName);
+    if (!entry || entry->addresses.empty()) return std::nullopt;
+    const auto& a = entry->addresses.front();
+    return std::to_string(a[0]) + "." + std::to_string(a[1]) + "." + std::to_string(a[2]) + "." +
+           std::to_string(a[3]);
+  };
+  hooks.isLanHost = [this](const std::string& sName) {
+    return launcher_->lanHosts().FindLANHost(sName) > 0;
+  };
+  hooks.isMainAppFileName = [](const std::string& sName) {
+    return MainApp::HasExtension(sName, ".exe") && MainApp::IsMainAppFileName(sName);
+  };
+  hooks.note = std::move(note);
+  hardening_ = std::make_unique<HardeningPolicy>(rules, std::move(hooks));
+  launcher_->exchange().SetRules(hardening_.get());
+}
+
 FrmLaunch& Agent::frmLaunch() {
   if (!frmLaunch_)
     frmLaunch_ = std::make_unique<FrmLaunch>(platform_, *this, *launcher_, *checkIn_);
@@ -54,7 +77,8 @@ FrmServer& Agent::frmServer() {
         platform_.network, platform_.loop, bActiveAgentServices,
         [this](Long Index, const Bytes& byteArray) {
           launcher_->exchange().ProcessReceivedMessage(Index, byteArray);
-        });
+        },
+        hardening_.get());
   return *frmServer_;
 }
 

@@ -4,6 +4,7 @@
 // the launcher's tables) is a member here or of a subsystem object owned here, so many
 // agents can share one OS process in the simulator. Forms are created on first use,
 // exactly once, and can be unloaded and loaded afresh.
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ class Form;
 class Launcher;
 class AgentHostInfo;
 class CheckInVerification;
+class HardeningPolicy;
+struct HardeningRules;
 
 class Agent : public MessageContext, public LauncherForms {
  public:
@@ -58,6 +61,11 @@ class Agent : public MessageContext, public LauncherForms {
   // Process-wide state.
   bool bActiveAgentServices = false;
 
+  // The hardened mode's rules, or nullptr (the default: nothing is asked of them).
+  HardeningPolicy* hardening() { return hardening_.get(); }
+  // Turns the hardened mode on; before Main. note receives its refusals (diagnostics).
+  void EnableHardening(const HardeningRules& rules, std::function<void(const std::string&)> note);
+
   // The activity log (shortcut for launcher().LogActivity).
   void LogActivity(const std::string& sText, Integer nLevel);
 
@@ -82,6 +90,7 @@ class Agent : public MessageContext, public LauncherForms {
   std::unique_ptr<FrmLANResources> frmLANResources_;
   std::vector<std::unique_ptr<FrmAgentSetup>> unloadedSetupForms_;
   bool bSetupInitialised_ = false;
+  std::unique_ptr<HardeningPolicy> hardening_;
 };
 
 }  // namespace launchagent

@@ -52,9 +52,10 @@ void HostInfoExchange::ProcessReceivedMessage(Long Index, const Bytes& byteArray
   if (lngType == clsMsg::kMsgTypeHostInfo) ProcessHostInfo(Index, byteArray);
 }
 
-void HostInfoExchange::ProcessHostInfo(Long /*Index*/, const Bytes& byteArray) {
+void HostInfoExchange::ProcessHostInfo(Long Index, const Bytes& byteArray) {
   auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
   objHostInfo->SetObjectData(byteArray);
+  if (rules_ && !FollowRules(Index, *objHostInfo)) return;
   // The check-in verification compares this with the clock.
   objHostInfo->SetDateReceived(platform_.clock.Now());
   AgentHostInfo& registry = registry_;
@@ -84,6 +85,19 @@ std::shared_ptr<clsMsgHostInfo> HostInfoExchange::objLocalHost() {
 std::shared_ptr<clsMsg> HostInfoExchange::objMsg() {
   if (!objMsg_) objMsg_ = std::make_shared<clsMsg>(context_);
   return objMsg_;
+}
+
+bool HostInfoExchange::FollowRules(Long Index, clsMsgHostInfo& objHostInfo) {
+  const auto sSender = rules_->SenderOf(Index);
+  const std::string sHostName = objHostInfo.GetHostName();
+  std::shared_ptr<clsMsgHostInfo> objKnown;
+  const bool bKnown = registry_.GetAgentHostInfoByName(sHostName, objKnown);
+  if (!rules_->AdmitHost(sHostName, bKnown, sSender)) return false;
+  // A refused launch site is stored as none, as one this computer cannot open.
+  if (!objHostInfo.GetAppPath().empty() &&
+      !rules_->AcceptLaunchSite(sHostName, objHostInfo.GetAppPath(), sSender))
+    objHostInfo.SetAppPath("");
+  return true;
 }
 
 bool HostInfoExchange::CanOpenFile(const std::string& sPath) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "launcher/host_info_rules.h"
 #include "platform/activity_sink.h"
 #include "platform/services.h"
 #include "platform/types.h"
@@ -36,6 +37,8 @@ class HostInfoExchange {
   // Every arrival of the client and the server comes here.
   void ProcessReceivedMessage(Long Index, const Bytes& byteArray);
   void ProcessHostInfo(Long Index, const Bytes& byteArray);
+  // The hardened mode's rules for arrivals, or nullptr (the default: none).
+  void SetRules(HostInfoRules* rules) { rules_ = rules; }
   bool CanOpenFile(const std::string& sPath);
   // This computer's description as it is broadcast, and the plain message that reads
   // the type of an arrival; both made on first use.
@@ -52,6 +55,10 @@ class HostInfoExchange {
   LogActivityFn logActivity_;
   std::shared_ptr<clsMsgHostInfo> objLocalHost_;
   std::shared_ptr<clsMsg> objMsg_;
+  HostInfoRules* rules_ = nullptr;
+
+  // False when the rules drop the message; a refused launch site is cleared.
+  bool FollowRules(Long Index, clsMsgHostInfo& objHostInfo);
 };
 
 }  // namespace launchagent

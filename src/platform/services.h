@@ -176,6 +176,9 @@ class SocketArray {
   // Every byte waiting on the connection, in one read.
   virtual std::optional<Bytes> GetData(Long lngIndex) = 0;
   virtual bool Close(Long lngIndex) = 0;
+  // The dotted address of the peer an accepted connection came from; nullopt when the
+  // backend does not tell (only the hardened mode asks).
+  virtual std::optional<std::string> RemoteHostIP(Long /*lngIndex*/) const { return std::nullopt; }
 
   // Events, delivered on the owning process's event loop.
   std::function<void(Long lngIndex, Long lngRequestId)> OnConnectionRequest;

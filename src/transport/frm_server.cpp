@@ -14,10 +14,12 @@ constexpr Long kMaxSocketPosition = std::numeric_limits<Integer>::max();
 }  // namespace
 
 FrmServer::FrmServer(platform::Network& network, platform::EventLoop& loop,
-                     const bool& bActiveAgentServices, MessageReceiverFn onMessage)
+                     const bool& bActiveAgentServices, MessageReceiverFn onMessage,
+                     ConnectionRules* rules)
     : loop_(loop),
       bActiveAgentServices_(bActiveAgentServices),
       onMessage_(std::move(onMessage)),
+      rules_(rules),
       tcpServer_(network.CreateSocketArray("tcpServer")) {
   if (!tcpServer_) return;
   tcpServer_->OnConnectionRequest = [this](Long lngIndex, Long lngRequestId) {
@@ -55,6 +57,7 @@ void FrmServer::SendOutMessage(Integer Index, const Bytes& byteArray) {
 
 void FrmServer::tcpServer_ConnectionRequest(Integer Index, Long requestID) {
   if (Index != 0) return;
+  if (rules_) return RuledConnectionRequest(requestID);
   if (lngConnections_ < std::numeric_limits<Long>::max()) ++lngConnections_;
   // Past the last position the socket cannot be made and the request stays unanswered.
   if (lngConnections_ > kMaxSocketPosition) return;
@@ -63,7 +66,17 @@ void FrmServer::tcpServer_ConnectionRequest(Integer Index, Long requestID) {
   tcpServer_->Accept(lngConnections_, requestID);
 }
 
+void FrmServer::RuledConnectionRequest(Long requestID) {
+  const Long i = rules_->PositionForRequest(*tcpServer_);
+  if (i <= 0) return;
+  if (!tcpServer_->Exists(i)) tcpServer_->Load(i);
+  tcpServer_->SetLocalPort(i, 0);
+  tcpServer_->Accept(i, requestID);
+  if (!rules_->KeepAccepted(*tcpServer_, i)) tcpServer_->Close(i);
+}
+
 void FrmServer::tcpServer_DataArrival(Integer Index, Long bytesTotal) {
+  if (rules_) rules_->NoteArrival(Index);
   (void)bytesTotal;  // everything waiting is read, whatever the event announced
   const std::optional<Integer> nState = tcpServer_->State(Index);
   // Left unread, the bytes stay with the connection.

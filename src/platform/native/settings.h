@@ -31,6 +31,7 @@ struct NativeSettings {
   double dShareSearchDelay = 0;     // agent seconds a share search keeps running
   double dCloseWaitSeconds = 0.25;  // real seconds SendClose waits for the owner
   bool bShowSetup = false;          // open the Agent Setup window at start
+  bool bHardened = false;           // the hardened mode (docs/security.md)
   bool bHelp = false;
   bool bVersion = false;
 };

@@ -229,6 +229,7 @@ bool NativeSocketArray::Accept(Long lngIndex, Long lngRequestId) {
   pending_.erase(it);
   slot->leftover.clear();
   slot->socket = socket;
+  slot->sPeer = socket->peerAddress().toString().toStdString();
   slot->nState = StateOf(*socket);
   if (slot->nState != platform::kSckConnected) {
     // The peer gave up before we took it.
@@ -357,6 +358,12 @@ bool NativeSocketArray::Close(Long lngIndex) {
   slot->leftover.clear();
   slot->nState = platform::kSckClosed;
   return true;
+}
+
+std::optional<std::string> NativeSocketArray::RemoteHostIP(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot || slot->sPeer.empty()) return std::nullopt;
+  return slot->sPeer;
 }
 
 std::unique_ptr<platform::SocketArray> NativeNetwork::CreateSocketArray(const std::string&) {

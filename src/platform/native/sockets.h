@@ -41,6 +41,7 @@ class NativeSocketArray : public platform::SocketArray {
   bool SendData(Long lngIndex, const Bytes& data) override;
   std::optional<Bytes> GetData(Long lngIndex) override;
   bool Close(Long lngIndex) override;
+  std::optional<std::string> RemoteHostIP(Long lngIndex) const override;
 
   // The local port a position listens or is connected on (0 when none); for tests.
   Long BoundPort(Long lngIndex) const;
@@ -54,7 +55,8 @@ class NativeSocketArray : public platform::SocketArray {
     Integer nState = platform::kSckClosed;
     QTcpServer* server = nullptr;
     QTcpSocket* socket = nullptr;
-    Bytes leftover;  // what the peer sent before it closed, not read yet
+    Bytes leftover;     // what the peer sent before it closed, not read yet
+    std::string sPeer;  // the address an accepted connection came from
   };
   Slot* Find(Long lngIndex);
   const Slot* Find(Long lngIndex) const;

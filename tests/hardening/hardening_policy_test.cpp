@@ -1,0 +1,139 @@
+// The hardened mode's rules on their own: positions taken again, idle and crowding
+// connections closed, strangers capped, launch sites only from their own host.
+#include "hardening/hardening_policy.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace launchagent {
+namespace {
+
+// A socket table that only keeps positions, states and peers.
+class FakeTable : public platform::SocketArray {
+ public:
+  FakeTable() { states_[0] = platform::kSckListening; }
+  bool Load(Long i) override { return i > 0 && i <= 32767 && states_.emplace(i, 0).second; }
+  bool Exists(Long i) const override { return states_.count(i) > 0; }
+  Long UBound() const override { return states_.rbegin()->first; }
+  bool SetLocalPort(Long i, Long) override { return Exists(i); }
+  bool SetRemoteHost(Long i, const std::string&) override { return Exists(i); }
+  bool SetRemotePort(Long i, Long) override { return Exists(i); }
+  bool SetTag(Long i, const std::string&) override { return Exists(i); }
+  std::optional<std::string> Tag(Long) const override { return ""; }
+  std::optional<Integer> State(Long i) const override {
+    return Exists(i) ? std::optional<Integer>(states_.at(i)) : std::nullopt;
+  }
+  bool Listen(Long) override { return false; }
+  bool Accept(Long i, Long) override {
+    if (!Exists(i) || states_[i] != platform::kSckClosed) return false;
+    states_[i] = platform::kSckConnected;
+    peers_[i] = sNextPeer;
+    return true;
+  }
+  bool Connect(Long) override { return false; }
+  bool SendData(Long, const Bytes&) override { return false; }
+  std::optional<Bytes> GetData(Long) override { return Bytes{}; }
+  bool Close(Long i) override {
+    if (!Exists(i)) return false;
+    states_[i] = platform::kSckClosed;
+    return true;
+  }
+  std::optional<std::string> RemoteHostIP(Long i) const override {
+    auto it = peers_.find(i);
+    return it == peers_.end() ? std::nullopt : std::optional(it->second);
+  }
+  void PeerCloses(Long i) { states_[i] = platform::kSckClosing; }
+
+  std::string sNextPeer = "10.0.0.1";
+
+ private:
+  std::map<Long, Integer> states_;
+  std::map<Long, std::string> peers_;
+};
+
+class PolicyTest : public ::testing::Test {
+ protected:
+  PolicyTest() : policy_(HardeningRules{60, 3, 2}, Hooks()) {}
+  HardeningHooks Hooks() {
+    HardeningHooks h;
+    h.secondsNow = [this] { return dNow_; };
+    h.addressOf = [](const std::string& s) -> std::optional<std::string> {
+      if (s == "pc9") return "10.0.0.9";
+      if (s == "pc8") return "10.0.0.8";
+      return std::nullopt;
+    };
+    h.isLanHost = [](const std::string& s) { return s == "lan1"; };
+    h.isMainAppFileName = [](const std::string& s) { return s == "Varno2.exe"; };
+    return h;
+  }
+  // A connection request the way the server handles it; the position, 0 when refused.
+  Long Request(const std::string& sPeer) {
+    table_.sNextPeer = sPeer;
+    const Long i = policy_.PositionForRequest(table_);
+    if (i <= 0) return 0;
+    if (!table_.Exists(i)) table_.Load(i);
+    table_.Accept(i, 1);
+    if (policy_.KeepAccepted(table_, i)) return i;
+    table_.Close(i);
+    return 0;
+  }
+  double dNow_ = 100;
+  FakeTable table_;
+  HardeningPolicy policy_;
+};
+
+TEST_F(PolicyTest, FortyThousandConnectionsNeverRunOutOfPositions) {
+  Long lngHighest = 0;
+  for (int n = 0; n < 40000; ++n) {
+    const Long i = Request("10.0.0." + std::to_string(1 + n % 5));
+    ASSERT_GT(i, 0) << n;
+    lngHighest = std::max(lngHighest, i);
+    table_.PeerCloses(i);
+  }
+  EXPECT_EQ(lngHighest, 1);
+}
+
+TEST_F(PolicyTest, CrowdingAndIdleConnectionsAreClosed) {
+  // Three from one address are kept, the fourth is not; another address still gets in.
+  std::vector<Long> kept;
+  for (int n = 0; n < 4; ++n) kept.push_back(Request("10.0.0.1"));
+  EXPECT_EQ(kept, (std::vector<Long>{1, 2, 3, 0}));
+  EXPECT_EQ(Request("10.0.0.2"), 4);
+  // A word keeps a connection alive; silence past the limit closes it at the next request.
+  dNow_ += 50;
+  policy_.NoteArrival(2);
+  dNow_ += 20;
+  EXPECT_EQ(Request("10.0.0.3"), 1);  // 1 was idle: closed and taken again
+  EXPECT_EQ(table_.State(2), std::optional<Integer>(platform::kSckConnected));
+  EXPECT_EQ(table_.State(3), std::optional<Integer>(platform::kSckClosed));
+  EXPECT_EQ(policy_.SenderOf(1), std::optional<std::string>("10.0.0.3"));
+}
+
+TEST_F(PolicyTest, StrangersAreCappedAndLaunchSitesComeOnlyFromTheirOwnHost) {
+  // Host, already known, sender; whether the registry takes it. Cap: two strangers.
+  const std::tuple<const char*, bool, const char*, bool> hosts[] = {
+      {"x1", false, "10.0.0.5", true},  {"x2", false, "10.0.0.5", true},
+      {"x3", false, "10.0.0.5", false}, {"X1", false, "10.0.0.5", true},
+      {"x4", true, "10.0.0.5", true},   {"lan1", false, "10.0.0.5", true},
+      {"pc9", false, "10.0.0.9", true}, {"pc8", false, "10.0.0.9", false}};
+  for (const auto& [szHost, bKnown, szSender, bAdmitted] : hosts)
+    EXPECT_EQ(policy_.AdmitHost(szHost, bKnown, std::string(szSender)), bAdmitted) << szHost;
+
+  const std::tuple<const char*, const char*, std::optional<std::string>, bool> sites[] = {
+      {"pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.9", true},
+      {"pc9", "\\\\PC9\\c\\apps\\Varno2.exe", "10.0.0.9", true},
+      {"pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.8", false},
+      {"pc9", "\\\\pc9\\c\\Varno2.exe", std::nullopt, false},
+      {"pc9", "\\\\pc8\\c\\Varno2.exe", "10.0.0.9", false},
+      {"pc9", "\\\\pc9\\c\\..\\Varno2.exe", "10.0.0.9", false},
+      {"pc9", "\\\\pc9\\Varno2.exe", "10.0.0.9", false},
+      {"pc9", "\\\\pc9\\c\\Launch.exe", "10.0.0.9", false},
+      {"pc9", "C:\\Varno2.exe", "10.0.0.9", false},
+      {"evil", "\\\\evil\\c\\Varno2.exe", "10.0.0.9", false}};
+  for (const auto& [szHost, szSite, sender, bAccepted] : sites)
+    EXPECT_EQ(policy_.AcceptLaunchSite(szHost, szSite, sender), bAccepted) << szSite;
+}
+
+}  // namespace
+}  // namespace launchagent
