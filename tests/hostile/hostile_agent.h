@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -115,7 +116,9 @@ class Agent {
     sRoot_ = ::mkdtemp(sz) ? sz : "/tmp/la-hostile";
     for (const char* s : {"/c/Launch", "/c/sys", "/net"})
       std::filesystem::create_directories(sRoot_ + s);
-    std::filesystem::copy_file(LA_LAUNCH_PATH, Exe());
+    // LA_HOSTILE_AGENT names another build of the agent to attack (an older one, say).
+    const char* szAgent = std::getenv("LA_HOSTILE_AGENT");
+    std::filesystem::copy_file(szAgent && *szAgent ? szAgent : LA_LAUNCH_PATH, Exe());
     WriteText(sRoot_ + "/hosts", o_.sAddress + " pc1\n" + o_.sHosts);
   }
   ~Agent() {

@@ -26,7 +26,8 @@ std::string Shown(const NativeSettings& s) {
       << " version=" << s.bVersion << " close=" << s.dCloseWaitSeconds << " host=" << s.sHostName
       << " bind=" << s.sBindAddress << " scale=" << s.dTimeScale << " mount=" << s.sMountRoot
       << " windows=" << s.sWindowTable << " ureg=" << s.sUserRegistryFile
-      << " uauto=" << s.sUserAutostartDir << " mauto=" << s.sMachineAutostartDir << " drives=";
+      << " uauto=" << s.sUserAutostartDir << " mauto=" << s.sMachineAutostartDir
+      << " hardened=" << s.bHardened << " drives=";
   for (const auto& [c, sDir] : s.drives) out << c << ":" << sDir << ",";
   return out.str() + " ";
 }
@@ -52,6 +53,9 @@ TEST(NativeSettings, OptionsAndEnvironment) {
       {"", "LA_LOG_STDOUT=0", "offscreen=1 stdout=0"},
       {"--bind 010.0.0.7", "", "bind=10.0.0.7"},
       {"--host-name=-pc1 --close-wait 60", "", "host=-pc1 close=60"},
+      {"", "", "hardened=0"},
+      {"--hardened", "", "hardened=1"},
+      {"", "LA_HARDENED=1", "hardened=1"},
       {"--time-scale 0", "", ""},
       {"--time-scale fast", "", ""},
       {"", "LA_TIME_SCALE=fast", ""},
