@@ -5,6 +5,10 @@
 #include <functional>
 #include <memory>
 
+namespace boost::context::detail {
+struct transfer_t;
+}
+
 namespace launchagent::sim {
 
 class Fiber {
@@ -24,7 +28,8 @@ class Fiber {
 
  private:
   struct Context;
-  static void Entry(unsigned int nLow, unsigned int nHigh);
+  using Transfer = boost::context::detail::transfer_t;
+  static void Entry(Transfer t);
   std::unique_ptr<Context> ctx_;
   std::unique_ptr<char[]> stack_;
   std::size_t nStackBytes_;
