@@ -27,30 +27,6 @@ std::string Show(const TranscriptEntry& x) {
 
 }  // namespace
 
-std::optional<TranscriptEntry> ParseTranscriptLine(const std::string& sLine) {
-  // Time stamp: digits ':' digits ':' digits '.' digits, then one blank.
-  const std::size_t nTimeEnd = sLine.find(' ');
-  if (nTimeEnd == std::string::npos) return std::nullopt;
-  const auto t = ParseDuration(sLine.substr(0, nTimeEnd));
-  if (!t || sLine.find(':') > nTimeEnd) return std::nullopt;
-  const std::size_t nHostEnd = sLine.find(' ', nTimeEnd + 1);
-  if (nHostEnd == std::string::npos || nHostEnd == nTimeEnd + 1) return std::nullopt;
-  TranscriptEntry e;
-  e.t = *t;
-  e.sHost = sLine.substr(nTimeEnd + 1, nHostEnd - nTimeEnd - 1);
-  std::size_t nKindEnd = sLine.find(' ', nHostEnd + 1);
-  if (nKindEnd == nHostEnd + 1) return std::nullopt;
-  if (nKindEnd == std::string::npos) {
-    // A line with empty text may end right after its kind.
-    e.sKind = sLine.substr(nHostEnd + 1);
-    if (e.sKind.empty()) return std::nullopt;
-    return e;
-  }
-  e.sKind = sLine.substr(nHostEnd + 1, nKindEnd - nHostEnd - 1);
-  e.sText = sLine.substr(nKindEnd + 1);
-  return e;
-}
-
 std::vector<TranscriptEntry> ParseTranscript(const std::vector<std::string>& lines) {
   std::vector<TranscriptEntry> out;
   out.reserve(lines.size());

@@ -5,19 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "platform/sim/transcript_text.h"
 #include "scenario.h"
 
 namespace launchagent::scenario {
 
-struct TranscriptEntry {
-  Nanos t = 0;
-  std::string sHost;  // "-" for the world itself
-  std::string sKind;
-  std::string sText;
-};
-
-// nullopt when the line is not in the transcript's form.
-std::optional<TranscriptEntry> ParseTranscriptLine(const std::string& sLine);
+// The world writes the lines; reading them back is its job too.
+using TranscriptEntry = sim::TranscriptLine;
+using sim::ParseTranscriptLine;
 // The same for every line; lines not in the form are skipped.
 std::vector<TranscriptEntry> ParseTranscript(const std::vector<std::string>& lines);
 

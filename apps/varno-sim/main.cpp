@@ -49,6 +49,8 @@ int Main(const std::vector<std::string>& args) {
   RunOptions options;
   options.lngSeed = cl->lngSeed;
   options.bNetEvents = cl->bNet;
+  // Only the checks read the whole transcript; printing streams it line by line.
+  options.bKeepTranscript = cl->bCheck || cl->bDeterminism;
   if (!cl->bQuiet) options.sink = [](const std::string& s) { std::cout << s << "\n"; };
   const RunResult first = RunScenario(parsed.scenario, options);
   std::cout.flush();

@@ -40,6 +40,7 @@ class Run {
         world_(std::make_unique<sim::World>(options.lngSeed.value_or(scenario.lngSeed))) {
     world_->SetNetTrace(scenario.bNetEvents || options.bNetEvents);
     if (options.sink) world_->SetTranscriptSink(options.sink);
+    world_->KeepTranscript(options.bKeepTranscript);
     world_->SetStartDateTime(DateTime::FromCivil(scenario.nYear, scenario.nMonth, scenario.nDay,
                                                  scenario.nHour, scenario.nMinute,
                                                  scenario.nSecond));
@@ -63,7 +64,7 @@ class Run {
       world_->At(a->at, [this, a] { Perform(*a); });
     }
     world_->RunUntil(scenario_.EndTime());
-    result.transcript = world_->Transcript();
+    result.transcript = world_->TakeTranscript();
     result.actionErrors = std::move(actionErrors_);
     return result;
   }

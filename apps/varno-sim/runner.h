@@ -16,6 +16,9 @@ struct RunOptions {
   bool bNetEvents = false;               // on top of the scenario's own setting
   // Every transcript line as it is written; may be empty.
   std::function<void(const std::string&)> sink;
+  // RunResult::transcript holds every line; off, it stays empty and a run nobody reads
+  // costs no memory per line.
+  bool bKeepTranscript = true;
 };
 
 struct RunResult {

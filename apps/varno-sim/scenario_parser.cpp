@@ -12,6 +12,7 @@
 #include <set>
 
 #include "messages/property_bag.h"
+#include "platform/sim/transcript_text.h"
 #include "scenario.h"
 
 namespace launchagent::scenario {
@@ -1072,19 +1073,7 @@ std::optional<Nanos> ParseSignedDuration(const std::string& s) {
   return ParseDuration(s);
 }
 
-std::string FormatTime(Nanos t) {
-  const bool bNegative = t < 0;
-  const std::uint64_t u =
-      bNegative ? static_cast<std::uint64_t>(-(t + 1)) + 1 : static_cast<std::uint64_t>(t);
-  const std::uint64_t ms = u / 1'000'000;
-  const std::uint64_t s = ms / 1000;
-  char buf[48];
-  std::snprintf(
-      buf, sizeof buf, "%s%02llu:%02llu:%02llu.%03llu", bNegative ? "-" : "",
-      static_cast<unsigned long long>(s / 3600), static_cast<unsigned long long>((s / 60) % 60),
-      static_cast<unsigned long long>(s % 60), static_cast<unsigned long long>(ms % 1000));
-  return buf;
-}
+std::string FormatTime(Nanos t) { return sim::ClockTime(t); }
 
 std::optional<std::vector<std::uint8_t>> ParseHex(const std::string& s) {
   std::vector<std::uint8_t> out;

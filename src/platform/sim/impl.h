@@ -14,6 +14,7 @@
 #include "platform/sim/disk.h"
 #include "platform/sim/fiber.h"
 #include "platform/sim/random.h"
+#include "platform/sim/transcript_writer.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
 #include "platform/ui/form.h"
@@ -474,8 +475,7 @@ class World::Impl {
   std::uint64_t sharesCacheGen = UINT64_MAX;
   std::vector<std::string> sharesCache;
 
-  std::vector<std::string> transcript;
-  std::function<void(const std::string&)> sink;
+  TranscriptWriter transcript;
 };
 
 // The stand-in main application (program kind "varno").

@@ -439,52 +439,11 @@ void SimEventLoop::Tick(ui::Timer* timer, std::uint64_t gen, Nanos due) {
 
 // ---- Transcript ---------------------------------------------------------------------
 
-const char* TranscriptKindName(TranscriptKind kind) {
-  switch (kind) {
-    case TranscriptKind::Log:
-      return "log";
-    case TranscriptKind::Window:
-      return "window";
-    case TranscriptKind::Registry:
-      return "registry";
-    case TranscriptKind::Process:
-      return "process";
-    case TranscriptKind::Launch:
-      return "launch";
-    case TranscriptKind::File:
-      return "file";
-    case TranscriptKind::MsgBox:
-      return "msgbox";
-    case TranscriptKind::Net:
-      return "net";
-    case TranscriptKind::Note:
-      return "note";
-  }
-  return "note";
-}
-
-std::string FormatElapsed(Nanos t) {
-  if (t < 0) t = 0;
-  const std::int64_t ms = t / kMillisecond;
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%02lld:%02lld:%02lld.%03lld",
-                static_cast<long long>(ms / 3600000), static_cast<long long>(ms / 60000 % 60),
-                static_cast<long long>(ms / 1000 % 60), static_cast<long long>(ms % 1000));
-  return buf;
-}
-
 void World::Impl::Record(std::optional<HostId> host, TranscriptKind kind,
                          const std::string& sText) {
   if (bTearingDown) return;
-  std::string line = FormatElapsed(now);
-  line += ' ';
-  line += host && *host < hosts.size() ? hosts[*host]->sName : std::string("-");
-  line += ' ';
-  line += TranscriptKindName(kind);
-  line += ' ';
-  line += sText;
-  transcript.push_back(line);
-  if (sink) sink(transcript.back());
+  transcript.Write(now, host && *host < hosts.size() ? std::string_view(hosts[*host]->sName) : "-",
+                   kind, sText);
 }
 
 }  // namespace launchagent::sim

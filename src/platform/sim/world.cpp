@@ -81,7 +81,7 @@ World::Impl::~Impl() {
   // Programs unwind first, while everything they touch still exists; nothing they do
   // now reaches the transcript or a sink that may already be gone.
   bTearingDown = true;
-  sink = nullptr;
+  transcript.Close();
   KillAll();
   heap.clear();
   rawEndpoints.clear();
@@ -677,11 +677,15 @@ std::vector<std::string> World::Impl::DefaultVisibleShares() {
 
 // ---- Transcript -------------------------------------------------------------------------
 
-const std::vector<std::string>& World::Transcript() const { return impl_->transcript; }
+const std::vector<std::string>& World::Transcript() const { return impl_->transcript.Lines(); }
+
+std::vector<std::string> World::TakeTranscript() { return impl_->transcript.TakeLines(); }
 
 void World::SetTranscriptSink(std::function<void(const std::string&)> sink) {
-  impl_->sink = std::move(sink);
+  impl_->transcript.SetSink(std::move(sink));
 }
+
+void World::KeepTranscript(bool bKeep) { impl_->transcript.SetKeep(bKeep); }
 
 void World::Record(std::optional<HostId> host, TranscriptKind kind, const std::string& sText) {
   impl_->Record(host, kind, sText);

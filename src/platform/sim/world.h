@@ -327,9 +327,15 @@ class World {
 
   // ---- Transcript ----
   // Lines "HH:MM:SS.mmm <host> <kind> <text>"; world-level lines name host "-".
+  // Empty when the lines are not kept.
   const std::vector<std::string>& Transcript() const;
-  // Called with every new line as it is recorded (the lines are kept as well).
+  // The kept lines, moved out; the world keeps on from an empty transcript.
+  std::vector<std::string> TakeTranscript();
+  // Called with every new line as it is recorded.
   void SetTranscriptSink(std::function<void(const std::string&)> sink);
+  // Whether lines are kept for Transcript() (the default) or only handed to the sink.
+  // Off, a world that nobody reads writes no line at all.
+  void KeepTranscript(bool bKeep);
   void Record(std::optional<HostId> host, TranscriptKind kind, const std::string& sText);
   void Note(std::optional<HostId> host, const std::string& sText);
 
