@@ -12,6 +12,7 @@
 
 #include "platform/services.h"
 #include "platform/sim/disk.h"
+#include "platform/sim/event_queue.h"
 #include "platform/sim/fiber.h"
 #include "platform/sim/random.h"
 #include "platform/sim/transcript_writer.h"
@@ -438,6 +439,8 @@ class World::Impl {
   void BreakConnection(std::weak_ptr<Endpoint> ep);
   void SetState(const std::shared_ptr<Endpoint>& ep, Integer state);
   std::string EndpointText(const Endpoint& ep) const;
+  // Callers test NetTracing first: composing a line nobody reads is most of its cost.
+  bool NetTracing() const { return bNetTrace && transcript.Wanted(); }
   void NetLine(HostId host, const std::string& sText);
 
   // Transcript.
@@ -448,7 +451,7 @@ class World::Impl {
   DateTime startDate = DateTime::FromCivil(2026, 1, 5, 8, 0, 0);
   Nanos now = 0;
   std::uint64_t nextSeq = 0;
-  std::vector<Entry> heap;
+  EventQueue<Entry> heap;
   ProcessState* current = nullptr;
   bool bTearingDown = false;
   std::size_t nStackBytes = 1024 * 1024;

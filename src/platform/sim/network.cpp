@@ -87,13 +87,14 @@ class SimSocketArray : public platform::SocketArray {
     const Long port = s->localPort ? s->localPort : w_.EphemeralPort(h);
     auto it = h.listeners.find(port);
     if (it != h.listeners.end() && !it->second.alive.expired()) {
-      w_.NetLine(host_, "listen on port " + std::to_string(port) + " failed: in use");
+      if (w_.NetTracing())
+        w_.NetLine(host_, "listen on port " + std::to_string(port) + " failed: in use");
       return false;
     }
     h.listeners[port] = ListenerRef{this, alive_, i, pid_};
     s->bListening = true;
     s->listenPort = port;
-    w_.NetLine(host_, "listening on port " + std::to_string(port));
+    if (w_.NetTracing()) w_.NetLine(host_, "listening on port " + std::to_string(port));
     return true;
   }
 
@@ -330,7 +331,7 @@ void World::Impl::StartConnect(const std::shared_ptr<Endpoint>& ep, const std::s
     auto a = Lookup(*hosts[e->host], sRemote, nullptr);
     if (!a) {
       e->state = kSckError;
-      NetLine(e->host, "connect to " + sRemote + " failed: unknown host");
+      if (NetTracing()) NetLine(e->host, "connect to " + sRemote + " failed: unknown host");
       return;
     }
     e->state = kSckConnecting;
@@ -341,15 +342,16 @@ void World::Impl::StartConnect(const std::shared_ptr<Endpoint>& ep, const std::s
 void World::Impl::SendSyn(const std::shared_ptr<Endpoint>& ep, const Address& a, Long lngPort) {
   HostState* target = HostByAddress(*hosts[ep->host], a);
   if (target) ep->peerHost = target->id;
-  NetLine(ep->host, "connect " + FormatAddress(hosts[ep->host]->address) + ":" +
-                        std::to_string(ep->localPort) + " -> " + FormatAddress(a) + ":" +
-                        std::to_string(lngPort));
+  if (NetTracing())
+    NetLine(ep->host, "connect " + FormatAddress(hosts[ep->host]->address) + ":" +
+                          std::to_string(ep->localPort) + " -> " + FormatAddress(a) + ":" +
+                          std::to_string(lngPort));
   std::weak_ptr<Endpoint> weak = ep;
   PostEndpoint(ep, now + net.connectTimeout, [this, weak] {
     auto e = weak.lock();
     if (!e || e->bDead || e->state != kSckConnecting) return;
     e->state = kSckError;
-    NetLine(e->host, "connect " + EndpointText(*e) + " timed out");
+    if (NetTracing()) NetLine(e->host, "connect " + EndpointText(*e) + " timed out");
   });
   if (!target || Partitioned(ep->host, target->id, now)) return;
   const HostId tid = target->id;
@@ -364,13 +366,13 @@ void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long l
   if (!t.bUp) return;  // nobody answers: the connect times out
   auto it = t.listeners.find(lngPort);
   if (it == t.listeners.end() || it->second.alive.expired()) {
-    NetLine(target, "refused " + EndpointText(*ep));
+    if (NetTracing()) NetLine(target, "refused " + EndpointText(*ep));
     if (Partitioned(target, ep->host, now)) return;
     PostEndpoint(ep, now + Latency(target, ep->host), [this, weak] {
       auto e = weak.lock();
       if (!e || e->bDead || e->state != kSckConnecting) return;
       e->state = kSckError;
-      NetLine(e->host, "connect " + EndpointText(*e) + " refused");
+      if (NetTracing()) NetLine(e->host, "connect " + EndpointText(*e) + " refused");
     });
     return;
   }
@@ -380,7 +382,8 @@ void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long l
   const Long id = t.nextRequestId;
   t.nextRequestId = t.nextRequestId >= INT32_MAX ? 1 : t.nextRequestId + 1;
   l.array->AddRequest(l.index, id, weak);
-  NetLine(target, "connection request " + std::to_string(id) + " from " + EndpointText(*ep));
+  if (NetTracing())
+    NetLine(target, "connection request " + std::to_string(id) + " from " + EndpointText(*ep));
   SimSocketArray* array = l.array;
   std::weak_ptr<int> alive = l.alive;
   const Long index = l.index;
@@ -391,7 +394,7 @@ void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long l
 
 bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
                                 const std::shared_ptr<Endpoint>& server) {
-  NetLine(server->host, "accepted " + EndpointText(*server));
+  if (NetTracing()) NetLine(server->host, "accepted " + EndpointText(*server));
   if (Partitioned(server->host, client->host, now)) return true;  // the client times out
   std::weak_ptr<Endpoint> weak = client;
   const Nanos t = Arrival(*server, now + Latency(server->host, client->host));
@@ -399,7 +402,7 @@ bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
     auto e = weak.lock();
     if (!e || e->bDead || e->state != kSckConnecting) return;
     e->state = kSckConnected;
-    NetLine(e->host, "connected " + EndpointText(*e));
+    if (NetTracing()) NetLine(e->host, "connected " + EndpointText(*e));
     if (e->onConnected) {
       auto fn = e->onConnected;
       fn();
@@ -414,8 +417,9 @@ void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   if (!peer || peer->bDead) return;
   const HostId to = peer->host;
   if (!hosts[to]->bUp || Partitioned(ep->host, to, now)) {
-    NetLine(ep->host,
-            "send of " + std::to_string(data.size()) + " bytes lost " + EndpointText(*ep));
+    if (NetTracing())
+      NetLine(ep->host,
+              "send of " + std::to_string(data.size()) + " bytes lost " + EndpointText(*ep));
     std::weak_ptr<Endpoint> weak = ep;
     PostWorld(now + net.dataTimeout, [this, weak] { BreakConnection(weak); });
     return;
@@ -457,7 +461,7 @@ void World::Impl::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGrace
   hosts[ep->host]->endpoints.erase(ep->id);
   auto peer = ep->peer.lock();
   if (state != kSckConnected && state != kSckConnecting && state != kSckClosing) return;
-  NetLine(ep->host, (bGraceful ? "close " : "abort ") + EndpointText(*ep));
+  if (NetTracing()) NetLine(ep->host, (bGraceful ? "close " : "abort ") + EndpointText(*ep));
   if (!peer || peer->bDead) return;
   std::weak_ptr<Endpoint> weak = peer;
   if (bGraceful) {
@@ -467,14 +471,14 @@ void World::Impl::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGrace
       auto p = weak.lock();
       if (!p || p->bDead || p->state != kSckConnected) return;
       p->state = kSckClosing;
-      NetLine(p->host, "closed by peer " + EndpointText(*p));
+      if (NetTracing()) NetLine(p->host, "closed by peer " + EndpointText(*p));
     });
   } else {
     PostEndpoint(peer, now + Latency(ep->host, peer->host), [this, weak] {
       auto p = weak.lock();
       if (!p || p->bDead || p->state == kSckClosed || p->state == kSckError) return;
       p->state = kSckError;
-      NetLine(p->host, "reset by peer " + EndpointText(*p));
+      if (NetTracing()) NetLine(p->host, "reset by peer " + EndpointText(*p));
     });
   }
 }
@@ -489,7 +493,7 @@ void World::Impl::BreakConnection(std::weak_ptr<Endpoint> weak) {
       auto e = w.lock();
       if (!e || e->bDead || (e->state != kSckConnected && e->state != kSckClosing)) return;
       e->state = kSckError;
-      NetLine(e->host, "connection error " + EndpointText(*e));
+      if (NetTracing()) NetLine(e->host, "connection error " + EndpointText(*e));
     });
   }
 }

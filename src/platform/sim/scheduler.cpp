@@ -17,11 +17,6 @@ constexpr int kMaxDepth = 64;
 // never let virtual time move.
 constexpr std::uint64_t kMaxSpin = 50'000'000;
 
-bool Later(const World::Impl::Entry& a, const World::Impl::Entry& b) {
-  if (a.t != b.t) return a.t > b.t;
-  return a.seq > b.seq;
-}
-
 }  // namespace
 
 void Fatal(const std::string& sWhat) {
@@ -35,8 +30,9 @@ void Fatal(const std::string& sWhat) {
 void World::Impl::Push(Entry e) {
   if (e.t < now) e.t = now;
   e.seq = nextSeq++;
-  heap.push_back(std::move(e));
-  std::push_heap(heap.begin(), heap.end(), Later);
+  const Nanos t = e.t;
+  const std::uint64_t seq = e.seq;
+  heap.Push(t, seq, std::move(e));
 }
 
 void World::Impl::PostWorld(Nanos t, std::function<void()> fn) {
@@ -68,13 +64,11 @@ void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t,
 }
 
 bool World::Impl::Step() {
-  if (heap.empty()) {
+  if (heap.Empty()) {
     CheckLostWakeups();
     return false;
   }
-  std::pop_heap(heap.begin(), heap.end(), Later);
-  Entry e = std::move(heap.back());
-  heap.pop_back();
+  Entry e = heap.Pop();
   if (e.t > now) now = e.t;
   Dispatch(e);
   return true;
@@ -82,8 +76,8 @@ bool World::Impl::Step() {
 
 void World::Impl::RunUntil(Nanos t) {
   if (current) Fatal("RunUntil called from inside a process");
-  while (!heap.empty() && heap.front().t <= t) Step();
-  if (heap.empty()) CheckLostWakeups();
+  while (!heap.Empty() && heap.NextTime() <= t) Step();
+  if (heap.Empty()) CheckLostWakeups();
   if (t > now) now = t;
 }
 

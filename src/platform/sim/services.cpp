@@ -545,7 +545,8 @@ bool SimFileSystem::ReplaceFile(const std::string& sPath, const Bytes& content) 
     w_.Record(p_.host, TranscriptKind::File, sPath + " write failed");
     return false;
   }
-  w_.Record(p_.host, TranscriptKind::File, sPath + " " + DescribeWrite(old, content));
+  if (w_.transcript.Wanted())
+    w_.Record(p_.host, TranscriptKind::File, sPath + " " + DescribeWrite(old, content));
   return true;
 }
 
@@ -580,8 +581,9 @@ Integer SimFileSystem::CopyFile(const std::string& sSource, const std::string& s
       w_.Record(p_.host, TranscriptKind::File, sDestination + " write failed");
       return 112;
   }
-  w_.Record(p_.host, TranscriptKind::File,
-            sDestination + " " + DescribeWrite(old, content) + ", copied from " + sSource);
+  if (w_.transcript.Wanted())
+    w_.Record(p_.host, TranscriptKind::File,
+              sDestination + " " + DescribeWrite(old, content) + ", copied from " + sSource);
   return 0;
 }
 

@@ -83,7 +83,7 @@ World::Impl::~Impl() {
   bTearingDown = true;
   transcript.Close();
   KillAll();
-  heap.clear();
+  heap.Clear();
   rawEndpoints.clear();
   processes.clear();
   hosts.clear();
@@ -113,7 +113,7 @@ bool World::Step() {
   return impl_->Step();
 }
 Nanos World::NextEventTime() const {
-  return impl_->heap.empty() ? kForever : impl_->heap.front().t;
+  return impl_->heap.Empty() ? kForever : impl_->heap.NextTime();
 }
 void World::At(Nanos t, std::function<void()> fn) { impl_->PostWorld(t, std::move(fn)); }
 bool World::Call(ProcessId pid, std::function<void()> fn) {
