@@ -3,6 +3,7 @@
 #include <cctype>
 #include <map>
 #include <memory>
+#include <variant>
 
 #include "agent/agent.h"
 #include "platform/date_time.h"
@@ -175,8 +176,8 @@ class Run {
     // Each action shows in the transcript where it happens.
     w.Note(a.sHost == "*" ? std::nullopt : std::optional<sim::HostId>(Host(a.sHost)),
            "scenario: " + a.sSource);
-    if (a.kind == ActionKind::kHeal && a.sHost == "*") {
-      // Heal ends exact pairs only: every pair, and the wildcards, both ways.
+    if (a.sHost == "*") {
+      // Heal all ends exact pairs only: every pair, and the wildcards, both ways.
       std::vector<sim::HostId> all{sim::kAnyHost};
       for (const auto& [name, id] : hosts_) all.push_back(id);
       for (sim::HostId from : all)
@@ -185,135 +186,153 @@ class Run {
     }
     const sim::HostId id = Host(a.sHost);
     const sim::HostId peer = a.sPeer.empty() ? id : Host(a.sPeer);
-    switch (a.kind) {
-      case ActionKind::kStartAgent: {
-        const HostSetup& h = *scenario_.FindHost(a.sHost);
-        const std::string sPath = (a.sPath.empty() ? h.sAgentFolder : a.sPath) + "\\Launch.exe";
-        if (!w.ReadFile(id, sPath) && !w.WriteProgramFile(id, sPath, kAgentKind))
-          return ActionFailed(a, "cannot place " + sPath);
-        const sim::StartResult r = w.StartProgram(id, sPath);
-        if (r.pid == 0)
-          ActionFailed(a, "cannot start " + sPath + " (" + std::to_string(r.lngResult) + ")");
-        return;
+    std::visit([&](const auto& what) { Do(a, id, peer, what); }, a.what);
+  }
+
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::StartAgent& x) {
+    sim::World& w = *world_;
+    const HostSetup& h = *scenario_.FindHost(a.sHost);
+    const std::string sPath = (x.sFolder.empty() ? h.sAgentFolder : x.sFolder) + "\\Launch.exe";
+    if (!w.ReadFile(id, sPath) && !w.WriteProgramFile(id, sPath, kAgentKind))
+      return ActionFailed(a, "cannot place " + sPath);
+    const sim::StartResult r = w.StartProgram(id, sPath);
+    if (r.pid == 0)
+      ActionFailed(a, "cannot start " + sPath + " (" + std::to_string(r.lngResult) + ")");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::Start& x) {
+    const sim::StartResult r = world_->StartProgram(id, x.sPath, x.sParameters);
+    if (r.pid == 0)
+      ActionFailed(a, "cannot start " + x.sPath + " (" + std::to_string(r.lngResult) + ")");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::CloseApp&) {
+    bool bAny = false;
+    for (const sim::WindowInfo& win : world_->Windows(id))
+      if (win.sClass == kFormWindowClass && win.sTitle == kMainAppTitle && win.owner != 0) {
+        world_->CloseWindow(id, win.hWnd);
+        bAny = true;
       }
-      case ActionKind::kStart: {
-        const sim::StartResult r = w.StartProgram(id, a.sPath, a.sParameters);
-        if (r.pid == 0)
-          ActionFailed(a, "cannot start " + a.sPath + " (" + std::to_string(r.lngResult) + ")");
-        return;
-      }
-      case ActionKind::kCloseApp: {
-        bool bAny = false;
-        for (const sim::WindowInfo& win : w.Windows(id))
-          if (win.sClass == kFormWindowClass && win.sTitle == kMainAppTitle && win.owner != 0) {
-            w.CloseWindow(id, win.hWnd);
-            bAny = true;
+    if (!bAny) ActionFailed(a, "no main application window to close");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::KillApp&) {
+    KillAll(a, id, kMainAppKind);
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::KillAgent&) {
+    KillAll(a, id, kAgentKind);
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId, const act::ClockJump& x) {
+    world_->JumpClock(id, world_->Now(), ToSeconds(x.delta));
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId peer, const act::Partition& x) {
+    sim::World& w = *world_;
+    const sim::Nanos end = x.duration > 0 ? w.Now() + x.duration : sim::kForever;
+    w.Partition(id, peer, w.Now(), end);
+    if (a.bBothWays) w.Partition(peer, id, w.Now(), end);
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId peer, const act::Heal&) {
+    world_->Heal(id, peer);
+    if (a.bBothWays) world_->Heal(peer, id);
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId, const act::Crash&) { world_->CrashHost(id); }
+  void Do(const Action&, sim::HostId id, sim::HostId, const act::Restart&) {
+    world_->RestartHost(id, true);
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId peer, const act::SendBytes& x) {
+    world_->RawSend(id, world_->HostName(peer), x.nPort, x.bytes);
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId peer, const act::MergeNextSends&) {
+    world_->MergeNextSends(id, peer);
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId peer, const act::SplitNextSend&) {
+    world_->SplitNextSend(id, peer);
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::OpenSetup&) {
+    const auto pids = ProcessesOf(id, kAgentKind);
+    const auto it = pids.empty() ? agents_.end() : agents_.find(pids.front());
+    if (it == agents_.end()) return ActionFailed(a, "no agent running");
+    const sim::ProcessId pid = it->first;
+    if (!world_->Call(pid, [this, pid] {
+          const auto found = agents_.find(pid);
+          if (found != agents_.end()) found->second->OpenAgentSetup();
+        }))
+      ActionFailed(a, "the agent ended while opening Agent Setup");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::Click& x) {
+    UseControl(
+        a, id, x.sForm, x.sControl,
+        [](ui::Control& c) -> std::string {
+          const bool bClickable =
+              dynamic_cast<ui::CommandButton*>(&c) || dynamic_cast<ui::CheckBox*>(&c);
+          return bClickable ? "" : "cannot be clicked";
+        },
+        [](ui::Control& c) {
+          if (auto* button = dynamic_cast<ui::CommandButton*>(&c))
+            button->Click();
+          else if (auto* check = dynamic_cast<ui::CheckBox*>(&c))
+            check->Click();
+        });
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::Select& x) {
+    UseControl(
+        a, id, x.sForm, x.sControl,
+        [&x](ui::Control& c) -> std::string {
+          auto* list = dynamic_cast<ui::ListBox*>(&c);
+          if (!list) return "is not a list";
+          std::string sProblem;
+          for (int n : x.indexes)
+            if (n >= list->ListCount()) sProblem = "has no entry " + std::to_string(n);
+          return sProblem;
+        },
+        [&x](ui::Control& c) {
+          auto* list = dynamic_cast<ui::ListBox*>(&c);
+          if (!list) return;
+          bool bAdd = false;
+          for (int n : x.indexes) {
+            list->UserClick(static_cast<Integer>(n), bAdd);
+            bAdd = true;
           }
-        if (!bAny) ActionFailed(a, "no main application window to close");
-        return;
-      }
-      case ActionKind::kKillApp:
-      case ActionKind::kKillAgent: {
-        const auto pids =
-            ProcessesOf(id, a.kind == ActionKind::kKillApp ? kMainAppKind : kAgentKind);
-        if (pids.empty()) return ActionFailed(a, "nothing to kill");
-        for (sim::ProcessId pid : pids) w.Kill(pid);
-        return;
-      }
-      case ActionKind::kClockJump:
-        w.JumpClock(id, w.Now(), ToSeconds(a.delta));
-        return;
-      case ActionKind::kPartition: {
-        const sim::Nanos end = a.delta > 0 ? w.Now() + a.delta : sim::kForever;
-        w.Partition(id, peer, w.Now(), end);
-        if (a.bBothWays) w.Partition(peer, id, w.Now(), end);
-        return;
-      }
-      case ActionKind::kHeal:
-        w.Heal(id, peer);
-        if (a.bBothWays) w.Heal(peer, id);
-        return;
-      case ActionKind::kCrash:
-        w.CrashHost(id);
-        return;
-      case ActionKind::kRestart:
-        w.RestartHost(id, true);
-        return;
-      case ActionKind::kSendBytes:
-        w.RawSend(id, w.HostName(peer), a.nPort, a.bytes);
-        return;
-      case ActionKind::kMergeNextSends:
-        w.MergeNextSends(id, peer);
-        return;
-      case ActionKind::kSplitNextSend:
-        w.SplitNextSend(id, peer);
-        return;
-      case ActionKind::kOpenSetup: {
-        const auto pids = ProcessesOf(id, kAgentKind);
-        const auto it = pids.empty() ? agents_.end() : agents_.find(pids.front());
-        if (it == agents_.end()) return ActionFailed(a, "no agent running");
-        const sim::ProcessId pid = it->first;
-        if (!w.Call(pid, [this, pid] {
-              const auto found = agents_.find(pid);
-              if (found != agents_.end()) found->second->OpenAgentSetup();
-            }))
-          ActionFailed(a, "the agent ended while opening Agent Setup");
-        return;
-      }
-      case ActionKind::kClick:
-      case ActionKind::kSelect:
-      case ActionKind::kType:
-        return UseControl(a, id);
-      case ActionKind::kCloseWindow: {
-        const auto form = w.FindForm(id, a.sForm);
-        if (!form) return ActionFailed(a, "no window " + a.sForm);
-        w.CloseWindow(id, form->hWnd);
-        return;
-      }
-    }
+        });
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::Type& x) {
+    UseControl(
+        a, id, x.sForm, x.sControl,
+        [](ui::Control& c) -> std::string {
+          return dynamic_cast<ui::TextBox*>(&c) ? "" : "is not a text box";
+        },
+        [&x](ui::Control& c) {
+          if (auto* text = dynamic_cast<ui::TextBox*>(&c)) text->UserType(x.sText);
+        });
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::CloseWindow& x) {
+    const auto form = world_->FindForm(id, x.sForm);
+    if (!form) return ActionFailed(a, "no window " + x.sForm);
+    world_->CloseWindow(id, form->hWnd);
+  }
+
+  void KillAll(const Action& a, sim::HostId id, const char* sKind) {
+    const auto pids = ProcessesOf(id, sKind);
+    if (pids.empty()) return ActionFailed(a, "nothing to kill");
+    for (sim::ProcessId pid : pids) world_->Kill(pid);
   }
 
   // Clicks, selections and typing run inside the owning agent's process, where their
-  // handlers may pump events or end the process.
-  void UseControl(const Action& a, sim::HostId id) {
+  // handlers may pump events or end the process. problem() names what is wrong with the
+  // control ("" when nothing is); use() acts on it inside the process.
+  template <class Problem, class Use>
+  void UseControl(const Action& a, sim::HostId id, const std::string& sForm,
+                  const std::string& sControl, Problem problem, Use use) {
     sim::World& w = *world_;
-    const auto form = w.FindForm(id, a.sForm);
-    if (!form || !form->form || form->owner == 0) return ActionFailed(a, "no window " + a.sForm);
-    ui::Control* control = form->form->Find(a.sControl);
-    if (!control) return ActionFailed(a, "no control " + a.sForm + "." + a.sControl);
-    std::string sProblem;
-    if (a.kind == ActionKind::kClick && !dynamic_cast<ui::CommandButton*>(control) &&
-        !dynamic_cast<ui::CheckBox*>(control))
-      sProblem = a.sControl + " cannot be clicked";
-    if (a.kind == ActionKind::kSelect) {
-      auto* list = dynamic_cast<ui::ListBox*>(control);
-      if (!list) sProblem = a.sControl + " is not a list";
-      for (int n : a.indexes)
-        if (list && n >= list->ListCount())
-          sProblem = a.sControl + " has no entry " + std::to_string(n);
-    }
-    if (a.kind == ActionKind::kType && !dynamic_cast<ui::TextBox*>(control))
-      sProblem = a.sControl + " is not a text box";
-    if (!sProblem.empty()) return ActionFailed(a, sProblem);
+    const auto form = w.FindForm(id, sForm);
+    if (!form || !form->form || form->owner == 0) return ActionFailed(a, "no window " + sForm);
+    ui::Control* control = form->form->Find(sControl);
+    if (!control) return ActionFailed(a, "no control " + sForm + "." + sControl);
+    const std::string sProblem = problem(*control);
+    if (!sProblem.empty()) return ActionFailed(a, sControl + " " + sProblem);
 
-    const bool bDone = w.Call(form->owner, [&w, &a, id] {
+    const bool bDone = w.Call(form->owner, [&w, &sForm, &sControl, &use, id] {
       // Found again inside the process: the form may have changed since.
-      const auto again = w.FindForm(id, a.sForm);
+      const auto again = w.FindForm(id, sForm);
       if (!again || !again->form) return;
-      ui::Control* c = again->form->Find(a.sControl);
-      if (auto* button = dynamic_cast<ui::CommandButton*>(c)) {
-        button->Click();
-      } else if (auto* check = dynamic_cast<ui::CheckBox*>(c)) {
-        check->Click();
-      } else if (auto* list = dynamic_cast<ui::ListBox*>(c)) {
-        bool bAdd = false;
-        for (int n : a.indexes) {
-          list->UserClick(static_cast<Integer>(n), bAdd);
-          bAdd = true;
-        }
-      } else if (auto* text = dynamic_cast<ui::TextBox*>(c)) {
-        text->UserType(a.sText);
-      }
+      if (ui::Control* c = again->form->Find(sControl)) use(*c);
     });
     // A handler that ends the process (a failing clean-up) is a result, not a failure.
     if (!bDone && w.Alive(form->owner)) ActionFailed(a, "the control's process did not answer");

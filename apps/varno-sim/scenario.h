@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace launchagent::scenario {
@@ -95,44 +96,64 @@ struct HostSetup {
   std::vector<DiskSetup> disks;
 };
 
-enum class ActionKind {
-  kStartAgent,      // sHost [sPath = folder override]
-  kStart,           // sHost sPath sParameters
-  kCloseApp,        // sHost: close request to the main application's windows
-  kKillApp,         // sHost: the main application ends at once
-  kKillAgent,       // sHost: the agent ends at once
-  kClockJump,       // sHost delta
-  kPartition,       // sHost -> sPeer (bBothWays), for delta when delta > 0
-  kHeal,            // sHost -> sPeer (bBothWays); sHost "*" heals everything
-  kCrash,           // sHost
-  kRestart,         // sHost: back up after a crash, Run values started
-  kSendBytes,       // sHost -> sPeer:nPort, bytes
-  kMergeNextSends,  // sHost -> sPeer: the next two sends arrive as one
-  kSplitNextSend,   // sHost -> sPeer: the next send arrives in two parts
-  kOpenSetup,       // sHost
-  kClick,           // sHost sForm sControl
-  kSelect,          // sHost sForm sControl indexes
-  kType,            // sHost sForm sControl sText
-  kCloseWindow,     // sHost sForm: the frame's close box
+// What an action does, one type per verb; the host (and the peer of a pair) stand in
+// Action itself.
+namespace act {
+struct StartAgent {
+  std::string sFolder;  // "" = the host's agent folder
 };
+struct Start {
+  std::string sPath;
+  std::string sParameters;
+};
+struct CloseApp {};   // a close request to the main application's windows
+struct KillApp {};    // the main application ends at once
+struct KillAgent {};  // the agent ends at once
+struct Crash {};
+struct Restart {};  // back up after a crash, Run values started
+struct OpenSetup {};
+struct ClockJump {
+  Nanos delta = 0;
+};
+struct Partition {
+  Nanos duration = 0;  // 0: until healed
+};
+struct Heal {};  // host "*": every partition
+struct SendBytes {
+  int nPort = 1230;
+  std::vector<std::uint8_t> bytes;
+};
+struct MergeNextSends {};  // the next two sends arrive as one
+struct SplitNextSend {};   // the next send arrives in two parts
+struct Click {
+  std::string sForm, sControl;
+};
+struct Select {
+  std::string sForm, sControl;
+  std::vector<int> indexes;
+};
+struct Type {
+  std::string sForm, sControl, sText;
+};
+struct CloseWindow {
+  std::string sForm;  // the frame's close box
+};
+}  // namespace act
+
+using ActionBody =
+    std::variant<act::StartAgent, act::Start, act::CloseApp, act::KillApp, act::KillAgent,
+                 act::Crash, act::Restart, act::OpenSetup, act::ClockJump, act::Partition,
+                 act::Heal, act::SendBytes, act::MergeNextSends, act::SplitNextSend, act::Click,
+                 act::Select, act::Type, act::CloseWindow>;
 
 struct Action {
   int nLine = 0;
   std::string sSource;  // the action as written, without its time
   Nanos at = 0;
-  ActionKind kind = ActionKind::kStartAgent;
-  std::string sHost;
-  std::string sPeer;
-  int nPort = 0;
-  bool bBothWays = false;
-  std::string sPath;
-  std::string sParameters;
-  Nanos delta = 0;
-  std::vector<std::uint8_t> bytes;
-  std::string sForm;
-  std::string sControl;
-  std::vector<int> indexes;
-  std::string sText;
+  std::string sHost;       // where it happens; "*" for every host (heal all)
+  std::string sPeer;       // the other side of a pair action (A -> B), else ""
+  bool bBothWays = false;  // a pair written A <-> B
+  ActionBody what;
 };
 
 // One step of the run, in file order: an action, or running the world up to a time.

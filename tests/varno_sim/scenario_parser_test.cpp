@@ -5,6 +5,7 @@
 #include <string>
 #include <tuple>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "messages/property_bag.h"
@@ -112,26 +113,29 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_EQ(h.names[0].sAddress, "192.168.0.99");
 
   ASSERT_EQ(s.steps.size(), 12u);
-  EXPECT_EQ(s.steps[1].action.sPath, "C:\\Agent");
-  const Action& start = s.steps[2].action;
-  EXPECT_EQ(std::tie(start.kind, start.sPath, start.sParameters),
-            std::make_tuple(ActionKind::kStart, "C:\\Program Files\\Launch\\Varno2.exe",
-                            "-ReindexVarno anna"));
+  EXPECT_EQ(std::get<act::StartAgent>(s.steps[1].action.what).sFolder, "C:\\Agent");
+  const auto& start = std::get<act::Start>(s.steps[2].action.what);
+  EXPECT_EQ(std::tie(start.sPath, start.sParameters),
+            std::make_tuple("C:\\Program Files\\Launch\\Varno2.exe", "-ReindexVarno anna"));
   const Action& part = s.steps[3].action;
-  EXPECT_EQ(std::tie(part.kind, part.bBothWays, part.at, part.delta),
-            std::make_tuple(ActionKind::kPartition, true, 60 * kS, 30 * kS));
+  EXPECT_EQ(std::tie(part.bBothWays, part.at, std::get<act::Partition>(part.what).duration),
+            std::make_tuple(true, 60 * kS, 30 * kS));
   EXPECT_EQ(s.steps[4].action.sHost, "*");
-  EXPECT_EQ(s.steps[5].action.nPort, 1231);
-  EXPECT_EQ(s.steps[5].action.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
+  EXPECT_TRUE(std::holds_alternative<act::Heal>(s.steps[4].action.what));
+  const auto& hex = std::get<act::SendBytes>(s.steps[5].action.what);
+  EXPECT_EQ(hex.nPort, 1231);
+  EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
+  const auto& sent = std::get<act::SendBytes>(s.steps[6].action.what);
   PropertyBag bag;
-  ASSERT_TRUE(bag.SetContents(s.steps[6].action.bytes));
-  EXPECT_EQ(s.steps[6].action.nPort, 1230);
+  ASSERT_TRUE(bag.SetContents(sent.bytes));
+  EXPECT_EQ(sent.nPort, 1230);
   EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
   EXPECT_EQ(bag.ReadProperty("HostName"), "pc12 # not a comment");
-  EXPECT_EQ(s.steps[7].action.sForm + "." + s.steps[7].action.sControl, "frmAgentSetup.cmdOk");
-  EXPECT_EQ(s.steps[8].action.indexes, (std::vector<int>{0, 2}));
-  EXPECT_EQ(s.steps[9].action.sText, "pc 12");
-  EXPECT_EQ(s.steps[10].action.kind, ActionKind::kMergeNextSends);
+  const auto& click = std::get<act::Click>(s.steps[7].action.what);
+  EXPECT_EQ(click.sForm + "." + click.sControl, "frmAgentSetup.cmdOk");
+  EXPECT_EQ(std::get<act::Select>(s.steps[8].action.what).indexes, (std::vector<int>{0, 2}));
+  EXPECT_EQ(std::get<act::Type>(s.steps[9].action.what).sText, "pc 12");
+  EXPECT_TRUE(std::holds_alternative<act::MergeNextSends>(s.steps[10].action.what));
   EXPECT_EQ(s.steps[10].action.sPeer, "pc12");
   EXPECT_TRUE(s.steps[11].bRunUntil);
   EXPECT_EQ(s.EndTime(), 300 * kS);
@@ -167,6 +171,11 @@ TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
       {"host a\n  sockets explode\n" + kRun, 2, "unknown sockets fault"},
       {"host a\n  registry open\n" + kRun, 2, "registry denied"},
       {"host a\n  disk C: capacity=lots\n" + kRun, 2, "bad size"},
+      {"host a\n  file C:\\My Apps\\x.exe program varno\n" + kRun, 2,
+       "double quotes: \"C:\\My Apps\\x.exe\")"},
+      {"host a\n  folder C:\\My Apps\n" + kRun, 2, "double quotes: folder \"C:\\My Apps\""},
+      {"host a\n  share-search time=2min\n" + kRun, 2, "bad duration '2min' (a number with ms, s"},
+      {"host a\nat 00:00:01 partition a -> a for 5x\n" + kRun, 2, "or HH:MM:SS"},
       {"host a\n  file C:\\x.txt text \"open\n" + kRun, 2, "unterminated quoted text"},
       {"host a\nat 00:00:01 start-agent b\n" + kRun, 2, "unknown host 'b'"},
       {"host a\nat 1:99:00 crash a\n" + kRun, 2, "bad time"},
@@ -220,7 +229,7 @@ TEST(ScenarioParser, CommentsLineEndingsHostCaseAndEmptyTexts) {
   EXPECT_EQ(files[1].sText, "");
   EXPECT_EQ(files[2].sText, "\r\n");
   PropertyBag bag;
-  ASSERT_TRUE(bag.SetContents(r.scenario.steps[0].action.bytes));
+  ASSERT_TRUE(bag.SetContents(std::get<act::SendBytes>(r.scenario.steps[0].action.what).bytes));
   EXPECT_EQ(bag.Count(), 0u);
 }
 
