@@ -14,6 +14,7 @@
 #include "platform/sim/disk.h"
 #include "platform/sim/event_queue.h"
 #include "platform/sim/fiber.h"
+#include "platform/sim/links.h"
 #include "platform/sim/random.h"
 #include "platform/sim/transcript_writer.h"
 #include "platform/sim/world.h"
@@ -67,13 +68,6 @@ struct ListenerRef {
   std::weak_ptr<int> alive;
   Long index = 0;
   ProcessId pid = 0;
-};
-
-struct PartitionRec {
-  HostId from = 0;
-  HostId to = 0;
-  Nanos start = 0;
-  Nanos end = kForever;
 };
 
 // ---- Hosts --------------------------------------------------------------------------
@@ -424,7 +418,6 @@ class World::Impl {
   // Names and network.
   std::optional<Address> Lookup(HostState& h, const std::string& sName, Long* pError);
   HostState* HostByAddress(const HostState& from, const Address& a);
-  bool Partitioned(HostId from, HostId to, Nanos t);
   Nanos Latency(HostId from, HostId to);
   Nanos Arrival(Endpoint& from, Nanos t);
   Long EphemeralPort(HostState& h);
@@ -465,11 +458,7 @@ class World::Impl {
 
   platform::WindowHandle nextWindow = 0;
 
-  NetworkSettings net;
-  std::map<std::pair<HostId, HostId>, std::pair<Nanos, Nanos>> latencies;
-  std::vector<PartitionRec> partitions;
-  std::map<std::pair<HostId, HostId>, int> merges;  // sends still to be held back
-  std::map<std::pair<HostId, HostId>, int> splits;
+  Links links;
   bool bNetTrace = false;
   std::uint64_t nextEndpoint = 0;
   std::vector<std::shared_ptr<Endpoint>> rawEndpoints;

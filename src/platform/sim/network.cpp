@@ -260,27 +260,9 @@ HostState* World::Impl::HostByAddress(const HostState& from, const Address& a) {
   return it == hostByAddress.end() ? nullptr : hosts[it->second].get();
 }
 
-bool World::Impl::Partitioned(HostId from, HostId to, Nanos t) {
-  if (from == to) return false;
-  partitions.erase(std::remove_if(partitions.begin(), partitions.end(),
-                                  [this](const PartitionRec& p) { return p.end <= now; }),
-                   partitions.end());
-  for (auto& p : partitions) {
-    if ((p.from == from || p.from == kAnyHost) && (p.to == to || p.to == kAnyHost) &&
-        p.start <= t && t < p.end)
-      return true;
-  }
-  return false;
-}
-
 Nanos World::Impl::Latency(HostId from, HostId to) {
-  if (from == to) return net.loopback;
-  Nanos lo = net.latencyMin, hi = net.latencyMax;
-  auto it = latencies.find({std::min(from, to), std::max(from, to)});
-  if (it != latencies.end()) {
-    lo = it->second.first;
-    hi = it->second.second;
-  }
+  if (from == to) return links.Settings().loopback;
+  const auto [lo, hi] = links.LatencyRange(from, to);
   return hosts[from]->netRng.UniformInt(lo, hi);
 }
 
@@ -325,7 +307,7 @@ void World::Impl::StartConnect(const std::shared_ptr<Endpoint>& ep, const std::s
   }
   ep->state = kSckResolvingHost;
   std::weak_ptr<Endpoint> weak = ep;
-  PostEndpoint(ep, now + net.resolveTime, [this, weak, sRemote, lngPort] {
+  PostEndpoint(ep, now + links.Settings().resolveTime, [this, weak, sRemote, lngPort] {
     auto e = weak.lock();
     if (!e || e->bDead || e->state != kSckResolvingHost) return;
     auto a = Lookup(*hosts[e->host], sRemote, nullptr);
@@ -347,13 +329,13 @@ void World::Impl::SendSyn(const std::shared_ptr<Endpoint>& ep, const Address& a,
                           std::to_string(ep->localPort) + " -> " + FormatAddress(a) + ":" +
                           std::to_string(lngPort));
   std::weak_ptr<Endpoint> weak = ep;
-  PostEndpoint(ep, now + net.connectTimeout, [this, weak] {
+  PostEndpoint(ep, now + links.Settings().connectTimeout, [this, weak] {
     auto e = weak.lock();
     if (!e || e->bDead || e->state != kSckConnecting) return;
     e->state = kSckError;
     if (NetTracing()) NetLine(e->host, "connect " + EndpointText(*e) + " timed out");
   });
-  if (!target || Partitioned(ep->host, target->id, now)) return;
+  if (!target || links.Partitioned(ep->host, target->id, now)) return;
   const HostId tid = target->id;
   PostWorld(now + Latency(ep->host, tid),
             [this, weak, tid, lngPort] { SynArrives(weak, tid, lngPort); });
@@ -367,7 +349,7 @@ void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long l
   auto it = t.listeners.find(lngPort);
   if (it == t.listeners.end() || it->second.alive.expired()) {
     if (NetTracing()) NetLine(target, "refused " + EndpointText(*ep));
-    if (Partitioned(target, ep->host, now)) return;
+    if (links.Partitioned(target, ep->host, now)) return;
     PostEndpoint(ep, now + Latency(target, ep->host), [this, weak] {
       auto e = weak.lock();
       if (!e || e->bDead || e->state != kSckConnecting) return;
@@ -395,7 +377,7 @@ void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long l
 bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
                                 const std::shared_ptr<Endpoint>& server) {
   if (NetTracing()) NetLine(server->host, "accepted " + EndpointText(*server));
-  if (Partitioned(server->host, client->host, now)) return true;  // the client times out
+  if (links.Partitioned(server->host, client->host, now)) return true;  // the client times out
   std::weak_ptr<Endpoint> weak = client;
   const Nanos t = Arrival(*server, now + Latency(server->host, client->host));
   PostEndpoint(client, t, [this, weak] {
@@ -416,23 +398,17 @@ void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   auto peer = ep->peer.lock();
   if (!peer || peer->bDead) return;
   const HostId to = peer->host;
-  if (!hosts[to]->bUp || Partitioned(ep->host, to, now)) {
+  if (!hosts[to]->bUp || links.Partitioned(ep->host, to, now)) {
     if (NetTracing())
       NetLine(ep->host,
               "send of " + std::to_string(data.size()) + " bytes lost " + EndpointText(*ep));
     std::weak_ptr<Endpoint> weak = ep;
-    PostWorld(now + net.dataTimeout, [this, weak] { BreakConnection(weak); });
+    PostWorld(now + links.Settings().dataTimeout, [this, weak] { BreakConnection(weak); });
     return;
   }
-  bool bSilent = false, bSplit = false;
-  const auto key = std::make_pair(ep->host, to);
-  if (auto it = merges.find(key); it != merges.end() && it->second > 0) {
-    bSilent = true;  // waits in the receiver's buffer for the next send's arrival
-    if (--it->second == 0) merges.erase(it);
-  } else if (auto jt = splits.find(key); jt != splits.end() && jt->second > 0) {
-    bSplit = data.size() >= 2;
-    if (--jt->second == 0) splits.erase(jt);
-  }
+  const Links::Shape shape = links.TakeShape(ep->host, to);
+  const bool bSilent = shape == Links::Shape::Held;
+  const bool bSplit = shape == Links::Shape::Split && data.size() >= 2;
   const auto deliver = [this](std::weak_ptr<Endpoint> weak, Bytes bytes, bool bQuiet) {
     return [this, weak, bytes = std::move(bytes), bQuiet] {
       auto p = weak.lock();
@@ -446,7 +422,7 @@ void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   if (bSplit) {
     const auto half = static_cast<std::ptrdiff_t>(data.size() / 2);
     PostEndpoint(peer, t, deliver(peer, Bytes(data.begin(), data.begin() + half), false));
-    const Nanos t2 = Arrival(*ep, t + net.splitGap);
+    const Nanos t2 = Arrival(*ep, t + links.Settings().splitGap);
     PostEndpoint(peer, t2, deliver(peer, Bytes(data.begin() + half, data.end()), false));
   } else {
     PostEndpoint(peer, t, deliver(peer, data, bSilent));
@@ -465,7 +441,7 @@ void World::Impl::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGrace
   if (!peer || peer->bDead) return;
   std::weak_ptr<Endpoint> weak = peer;
   if (bGraceful) {
-    if (!hosts[peer->host]->bUp || Partitioned(ep->host, peer->host, now)) return;
+    if (!hosts[peer->host]->bUp || links.Partitioned(ep->host, peer->host, now)) return;
     const Nanos t = Arrival(*ep, now + Latency(ep->host, peer->host));
     PostEndpoint(peer, t, [this, weak] {
       auto p = weak.lock();

@@ -1,0 +1,68 @@
+// The world's scenario-side view of names and the network: name tables, look-up
+// faults, latencies, partitions, reordered sends, raw connections.
+#include "platform/sim/impl.h"
+
+namespace launchagent::sim {
+
+// ---- Names ----------------------------------------------------------------------------
+
+SocketsLibrarySettings& World::SocketsLibrary(HostId host) {
+  if (host >= impl_->hosts.size()) Fatal("SocketsLibrary of an unknown host");
+  return impl_->hosts[host]->sockets;
+}
+
+void World::AddNameEntry(HostId host, const std::string& sName, const std::string& sAddress) {
+  if (host >= impl_->hosts.size()) return;
+  if (auto a = ParseAddress(sAddress)) impl_->hosts[host]->nameEntries[ToLower(sName)] = *a;
+}
+
+void World::FailLookup(HostId host, const std::string& sName, bool bFails) {
+  if (host >= impl_->hosts.size()) return;
+  auto& set = impl_->hosts[host]->failedLookups;
+  if (bFails)
+    set.insert(ToLower(sName));
+  else
+    set.erase(ToLower(sName));
+}
+
+// ---- Network ----------------------------------------------------------------------------
+
+NetworkSettings& World::Network() { return impl_->links.Settings(); }
+
+void World::SetLatency(HostId a, HostId b, Nanos min, Nanos max) {
+  impl_->links.SetLatency(a, b, min, max);
+}
+
+void World::Partition(HostId from, HostId to, Nanos start, Nanos end) {
+  impl_->links.Partition(from, to, start, end);
+  const auto name = [this](HostId h) { return h == kAnyHost ? std::string("*") : HostName(h); };
+  std::string sText =
+      "partition " + name(from) + " -> " + name(to) + " from " + FormatElapsed(start);
+  if (end != kForever) sText += " until " + FormatElapsed(end);
+  impl_->Record(std::nullopt, TranscriptKind::Note, sText);
+}
+
+void World::Heal(HostId from, HostId to) { impl_->links.Heal(from, to, impl_->now); }
+
+void World::MergeNextSends(HostId from, HostId to) { impl_->links.MergeNextSends(from, to); }
+void World::SplitNextSend(HostId from, HostId to) { impl_->links.SplitNextSend(from, to); }
+void World::SetNetTrace(bool bOn) { impl_->bNetTrace = bOn; }
+
+void World::RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
+                    bool bCloseAfter) {
+  Impl& w = *impl_;
+  if (from >= w.hosts.size() || !w.hosts[from]->bUp) return;
+  auto ep = w.NewEndpoint(from, 0);
+  ep->localPort = w.EphemeralPort(*w.hosts[from]);
+  std::weak_ptr<Endpoint> weak = ep;
+  ep->onConnected = [&w, weak, data = std::move(data), bCloseAfter] {
+    auto e = weak.lock();
+    if (!e) return;
+    w.Send(e, data);
+    if (bCloseAfter) w.CloseEndpoint(e, true);
+  };
+  w.rawEndpoints.push_back(ep);
+  w.StartConnect(ep, sTarget, lngPort);
+}
+
+}  // namespace launchagent::sim
