@@ -29,8 +29,8 @@ World::Impl::Resolved World::Impl::Resolve(HostId from, const std::string& sPath
   }
   // \\host\share\rest through that host's share.
   HostState* target = nullptr;
-  if (auto it = hostByName.find(ToLower(pp.sHost)); it != hostByName.end()) {
-    target = hosts[it->second].get();
+  if (auto id = hosts.ByName(pp.sHost)) {
+    target = hosts[*id].get();
   } else if (auto a = ParseAddress(pp.sHost)) {
     target = HostByAddress(*hosts[from], *a);
   }

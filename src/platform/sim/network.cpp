@@ -253,11 +253,8 @@ std::string World::Impl::EndpointText(const Endpoint& ep) const {
 
 HostState* World::Impl::HostByAddress(const HostState& from, const Address& a) {
   if (a[0] == 127) return hosts[from.id].get();
-  const std::uint32_t key = (static_cast<std::uint32_t>(a[0]) << 24) |
-                            (static_cast<std::uint32_t>(a[1]) << 16) |
-                            (static_cast<std::uint32_t>(a[2]) << 8) | a[3];
-  auto it = hostByAddress.find(key);
-  return it == hostByAddress.end() ? nullptr : hosts[it->second].get();
+  const auto id = hosts.ByAddress(a);
+  return id ? hosts[*id].get() : nullptr;
 }
 
 Nanos World::Impl::Latency(HostId from, HostId to) {

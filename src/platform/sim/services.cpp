@@ -431,7 +431,7 @@ std::optional<Address> World::Impl::Lookup(HostState& h, const std::string& sNam
   if (auto a = ParseAddress(sName)) return a;
   if (auto it = h.nameEntries.find(lower); it != h.nameEntries.end()) return it->second;
   if (lower == "localhost") return Address{127, 0, 0, 1};
-  if (auto it = hostByName.find(lower); it != hostByName.end()) return hosts[it->second]->address;
+  if (auto id = hosts.ByName(lower)) return hosts[*id]->address;
   return fail();
 }
 

@@ -45,11 +45,6 @@ std::string FormatAddress(const Address& a) {
 
 namespace {
 
-std::uint32_t AddressKey(const Address& a) {
-  return (static_cast<std::uint32_t>(a[0]) << 24) | (static_cast<std::uint32_t>(a[1]) << 16) |
-         (static_cast<std::uint32_t>(a[2]) << 8) | a[3];
-}
-
 std::string RootPrefix(platform::RegistryRoot root) {
   return root == platform::RegistryRoot::LocalMachine ? "HKLM" : "HKCU";
 }
@@ -126,7 +121,6 @@ std::optional<HostId> World::AddHost(const HostSetup& setup) {
   Impl& w = *impl_;
   const std::string sName = Trim(setup.sWinsockName);
   if (sName.empty() || sName.find_first_of(" \\/") != std::string::npos) return std::nullopt;
-  if (w.hostByName.count(ToLower(sName))) return std::nullopt;
   const HostId id = static_cast<HostId>(w.hosts.size());
   Address a{};
   if (setup.sAddress.empty()) {
@@ -138,9 +132,8 @@ std::optional<HostId> World::AddHost(const HostSetup& setup) {
     if (!parsed || (*parsed)[0] == 127) return std::nullopt;
     a = *parsed;
   }
-  if (w.hostByAddress.count(AddressKey(a))) return std::nullopt;
+  if (!w.hosts.Free(sName, a)) return std::nullopt;
   auto h = std::make_unique<HostState>();
-  h->id = id;
   h->sName = sName;
   h->sComputerName = setup.sComputerName.empty() ? sName : setup.sComputerName;
   h->address = a;
@@ -149,9 +142,7 @@ std::optional<HostId> World::AddHost(const HostSetup& setup) {
   h->netRng = Rng(DeriveSeed(w.seed, "net", id));
   h->shareRng = Rng(DeriveSeed(w.seed, "shares", id));
   h->disk.MakeFolders('C', {"Windows", "System32"});
-  w.hostByName[ToLower(sName)] = id;
-  w.hostByAddress[AddressKey(a)] = id;
-  w.hosts.push_back(std::move(h));
+  w.hosts.Add(std::move(h));
   ++w.sharesGen;
   return id;
 }
@@ -166,12 +157,8 @@ std::optional<HostId> World::AddHost(const std::string& sWinsockName, const std:
 std::size_t World::HostCount() const { return impl_->hosts.size(); }
 
 std::optional<HostId> World::FindHost(const std::string& sNameOrAddress) const {
-  auto it = impl_->hostByName.find(ToLower(sNameOrAddress));
-  if (it != impl_->hostByName.end()) return it->second;
-  if (auto a = ParseAddress(sNameOrAddress)) {
-    auto jt = impl_->hostByAddress.find(AddressKey(*a));
-    if (jt != impl_->hostByAddress.end()) return jt->second;
-  }
+  if (auto id = impl_->hosts.ByName(sNameOrAddress)) return id;
+  if (auto a = ParseAddress(sNameOrAddress)) return impl_->hosts.ByAddress(*a);
   return std::nullopt;
 }
 

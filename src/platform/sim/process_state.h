@@ -1,0 +1,61 @@
+#pragma once
+// One simulated process: its program, its fiber, its own events and timers, and what
+// it waits for.
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/sim/fiber.h"
+#include "platform/sim/process_services.h"
+#include "platform/sim/world.h"
+#include "platform/ui/controls.h"
+
+namespace launchagent::sim {
+
+// ---- Processes ----------------------------------------------------------------------
+class ProcessState {
+ public:
+  enum class State { NotStarted, Running, WaitEvents, WaitBlocked, Finished };
+
+  ProcessId pid = 0;
+  HostId host = 0;
+  ProgramStart start;
+  ProgramBody body;
+  State state = State::NotStarted;
+  std::uint64_t waitGen = 0;
+  Nanos waitDeadline = kForever;
+  bool bKillRequested = false;
+  bool bEnding = false;  // unwinding: waits return at once
+  bool bKilled = false;
+  std::string sFailure;  // an exception that escaped the program
+  Nanos started = 0;
+  Nanos ended = 0;
+  int nDepth = 0;
+  std::uint64_t nSpin = 0;
+
+  // Own events, due order.
+  std::map<std::pair<Nanos, std::uint64_t>, std::function<void()>> events;
+  struct TimerRec {
+    std::uint64_t gen = 0;
+  };
+  std::map<ui::Timer*, TimerRec> timers;
+  std::uint64_t timerGen = 0;
+  // Senders waiting in SendClose for this process to handle their request.
+  struct Waiter {
+    ProcessId pid;
+    std::uint64_t gen;
+    Nanos sent;
+  };
+  std::vector<Waiter> waiters;
+
+  std::unique_ptr<Fiber> fiber;
+  std::unique_ptr<ProcessServices> services;
+
+  bool Alive() const { return state != State::Finished; }
+};
+
+}  // namespace launchagent::sim
