@@ -17,6 +17,7 @@
 #include "platform/sim/links.h"
 #include "platform/sim/process_services.h"
 #include "platform/sim/process_state.h"
+#include "platform/sim/process_table.h"
 #include "platform/sim/transcript_writer.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
@@ -137,8 +138,7 @@ class World::Impl {
   std::size_t nStackBytes = 1024 * 1024;
 
   HostTable hosts;
-  std::map<ProcessId, std::shared_ptr<ProcessState>> processes;
-  ProcessId nextPid = 0;
+  ProcessTable processes;
   std::map<std::string, ProgramBody> programs;
 
   platform::WindowHandle nextWindow = 0;

@@ -234,7 +234,7 @@ class SimSocketArray : public platform::SocketArray {
 };
 
 std::unique_ptr<platform::SocketArray> SimNetwork::CreateSocketArray(const std::string& sName) {
-  std::weak_ptr<ProcessState> proc = w_.processes[p_.pid];
+  std::weak_ptr<ProcessState> proc = w_.processes.Share(p_.pid);
   return std::make_unique<SimSocketArray>(w_, proc, p_.host, p_.pid, sName);
 }
 

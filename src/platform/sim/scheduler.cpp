@@ -82,7 +82,8 @@ void World::Impl::RunUntil(Nanos t) {
 }
 
 void World::Impl::CheckLostWakeups() const {
-  for (auto& [pid, p] : processes) {
+  for (const auto& p : processes) {
+    const ProcessId pid = p->pid;
     if (!p->Alive()) continue;
     if ((p->state == ProcessState::State::WaitEvents && p->waitDeadline != kForever) ||
         p->state == ProcessState::State::WaitBlocked) {
@@ -101,7 +102,7 @@ bool World::Impl::Call(ProcessId pid, std::function<void()> fn) {
     fn();
     *done = true;
   });
-  auto keep = processes[pid];
+  auto keep = processes.Share(pid);
   while (!*done && keep->Alive()) {
     if (!Step()) break;
   }
@@ -135,7 +136,7 @@ void World::Impl::Dispatch(Entry& e) {
 
 void World::Impl::Resume(ProcessState& p) {
   if (current) Fatal("a process resumed from inside another process");
-  auto keep = processes[p.pid];
+  auto keep = processes.Share(p.pid);
   if (!p.fiber) {
     ProcessState* self = &p;
     p.fiber = std::make_unique<Fiber>(
@@ -249,13 +250,11 @@ void World::Impl::Wake(ProcessId pid, std::uint64_t gen, Nanos t) {
 // ---- Processes ----------------------------------------------------------------------
 
 ProcessState* World::Impl::Proc(ProcessId pid) {
-  auto it = processes.find(pid);
-  return it == processes.end() ? nullptr : it->second.get();
+  return processes.Find(pid);
 }
 
 const ProcessState* World::Impl::Proc(ProcessId pid) const {
-  auto it = processes.find(pid);
-  return it == processes.end() ? nullptr : it->second.get();
+  return processes.Find(pid);
 }
 
 ProcessServices::ProcessServices(World::Impl& w, ProcessState& p)
@@ -278,7 +277,7 @@ ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
   auto prog = programs.find(start.sKind);
   if (prog == programs.end()) return 0;
   auto p = std::make_shared<ProcessState>();
-  p->pid = ++nextPid;
+  processes.Add(p);
   p->host = host;
   start.pid = p->pid;
   start.host = host;
@@ -286,7 +285,6 @@ ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
   p->body = prog->second;
   p->started = now;
   p->services = std::make_unique<ProcessServices>(*this, *p);
-  processes[p->pid] = p;
   hosts[host]->processes.push_back(p->pid);
   Record(host, TranscriptKind::Process,
          "#" + std::to_string(p->pid) + " started " + p->start.sKind + " \"" + p->start.sPath +
@@ -357,8 +355,8 @@ void World::Impl::Finalize(ProcessState& p) {
 
 void World::Impl::KillAll() {
   std::vector<ProcessId> alive;
-  for (auto& [pid, p] : processes)
-    if (p->Alive()) alive.push_back(pid);
+  for (const auto& p : processes)
+    if (p->Alive()) alive.push_back(p->pid);
   for (auto pid : alive) Kill(pid, true);
 }
 
