@@ -286,9 +286,11 @@ ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
   p->started = now;
   p->services = std::make_unique<ProcessServices>(*this, *p);
   hosts[host]->processes.push_back(p->pid);
-  Record(host, TranscriptKind::Process,
-         "#" + std::to_string(p->pid) + " started " + p->start.sKind + " \"" + p->start.sPath +
-             "\" \"" + p->start.sParameters + "\"");
+  std::string sStarted = "#";  // appended: g++ 12 at -O2 warns wrongly on "#" + string
+  sStarted += std::to_string(p->pid);
+  sStarted += " started " + p->start.sKind + " \"" + p->start.sPath + "\" \"" +
+              p->start.sParameters + "\"";
+  Record(host, TranscriptKind::Process, sStarted);
   Entry e;
   e.t = now;
   e.pid = p->pid;
@@ -347,8 +349,9 @@ void World::Impl::Finalize(ProcessState& p) {
   for (auto& wt : p.waiters) Wake(wt.pid, wt.gen, std::max(now, wt.sent + 10 * kMillisecond));
   p.waiters.clear();
   h.processes.erase(std::remove(h.processes.begin(), h.processes.end(), p.pid), h.processes.end());
-  std::string sText =
-      "#" + std::to_string(p.pid) + (p.bKilled ? " killed " : " ended ") + p.start.sKind;
+  std::string sText = "#";
+  sText += std::to_string(p.pid);
+  sText += (p.bKilled ? " killed " : " ended ") + p.start.sKind;
   if (!p.sFailure.empty()) sText += " after an uncaught exception: " + p.sFailure;
   Record(p.host, TranscriptKind::Process, sText);
 }

@@ -39,7 +39,7 @@ std::optional<std::int64_t> ParseClockTime(std::string_view s) {
 }  // namespace
 
 void AppendClockTime(std::string& out, std::int64_t nanos) {
-  // Negative times round towards minus infinity, as a count of whole milliseconds back.
+  // A negative time shows its size after a minus sign (the parser's diagnostics use it).
   const bool bNegative = nanos < 0;
   const std::uint64_t u =
       bNegative ? static_cast<std::uint64_t>(-(nanos + 1)) + 1 : static_cast<std::uint64_t>(nanos);
