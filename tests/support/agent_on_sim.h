@@ -20,6 +20,7 @@
 
 #include "agent/agent.h"
 #include "launcher/frm_launch.h"
+#include "platform/sim/transcript_text.h"
 #include "platform/sim/world.h"
 #include "transport/frm_client.h"
 #include "transport/frm_server.h"
@@ -114,9 +115,8 @@ class AgentOnSim {
   std::vector<std::string> LogLines(const std::string& sHost) const {
     std::vector<std::string> lines;
     for (const std::string& sLine : world_.Transcript()) {
-      std::string sHostPart, sKind, sText;
-      if (!SplitLine(sLine, sHostPart, sKind, sText)) continue;
-      if (sHostPart == sHost && sKind == "log") lines.push_back(sText);
+      auto line = sim::ParseTranscriptLine(sLine);
+      if (line && line->sHost == sHost && line->sKind == "log") lines.push_back(line->sText);
     }
     return lines;
   }
@@ -143,25 +143,6 @@ class AgentOnSim {
         return "bare";
     }
     return "bare";
-  }
-
-  // "HH:MM:SS.mmm <host> <kind> <text>"
-  static bool SplitLine(const std::string& sLine, std::string& sHost, std::string& sKind,
-                        std::string& sText) {
-    const std::size_t a = sLine.find(' ');
-    if (a == std::string::npos) return false;
-    const std::size_t b = sLine.find(' ', a + 1);
-    if (b == std::string::npos) return false;
-    const std::size_t c = sLine.find(' ', b + 1);
-    sHost = sLine.substr(a + 1, b - a - 1);
-    if (c == std::string::npos) {
-      sKind = sLine.substr(b + 1);
-      sText.clear();
-    } else {
-      sKind = sLine.substr(b + 1, c - b - 1);
-      sText = sLine.substr(c + 1);
-    }
-    return true;
   }
 
   void RunAgent(platform::Platform& p, const sim::ProgramStart& start) {

@@ -1,0 +1,170 @@
+// The world's pieces on their own: the transcript's text form and writer, the event
+// queue, the links between hosts and the host table.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "platform/sim/event_queue.h"
+#include "platform/sim/host_table.h"
+#include "platform/sim/links.h"
+#include "platform/sim/random.h"
+#include "platform/sim/transcript_text.h"
+#include "platform/sim/transcript_writer.h"
+#include "platform/sim/world.h"
+
+namespace launchagent::sim {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// Every time the world can stamp reads back as the same whole millisecond.
+TEST(SimTranscriptText, StampsReadBackToTheMillisecond) {
+  const std::vector<Nanos> times = {0,
+                                    Milliseconds(1),
+                                    Milliseconds(1) - 1,
+                                    Seconds(59) + Milliseconds(999),
+                                    Minutes(99 * 60 + 59) + Seconds(59),
+                                    Minutes(100 * 60),
+                                    Minutes(12345 * 60) + Milliseconds(7)};
+  for (const Nanos t : times) {
+    const std::string sLine = ClockTime(t) + " pc1 log text with  blanks";
+    const auto line = ParseTranscriptLine(sLine);
+    ASSERT_TRUE(line.has_value()) << sLine;
+    EXPECT_EQ(line->t, t / kMillisecond * kMillisecond) << sLine;
+    EXPECT_EQ(std::tie(line->sHost, line->sKind, line->sText),
+              std::make_tuple("pc1", "log", "text with  blanks"));
+  }
+  for (const char* sz :
+       {"1:00:00.000 pc1 log x", "00:60:00.000 pc1 log x", "00:00:00.00 pc1 log x",
+        "0a:00:00.000 pc1 log x", "00:00:00.0000 pc1 log x", "00:00:00.000 pc1  log x"})
+    EXPECT_FALSE(ParseTranscriptLine(sz).has_value()) << sz;
+}
+
+// Lines reach the sink and the kept list only where someone reads them.
+TEST(SimTranscriptWriter, KeepsAndStreamsOnlyForItsReaders) {
+  struct Case {
+    bool bKeep, bSink;
+  };
+  for (const Case c :
+       {Case{true, true}, Case{true, false}, Case{false, true}, Case{false, false}}) {
+    TranscriptWriter w;
+    Strings streamed;
+    w.SetKeep(c.bKeep);
+    if (c.bSink) w.SetSink([&](const std::string& s) { streamed.push_back(s); });
+    EXPECT_EQ(w.Wanted(), c.bKeep || c.bSink);
+    w.Write(Seconds(1), "pc1", TranscriptKind::Log, "one");
+    w.Write(Seconds(2), "-", TranscriptKind::Note, "two");
+    const Strings want = {"00:00:01.000 pc1 log one", "00:00:02.000 - note two"};
+    EXPECT_EQ(streamed, c.bSink ? want : Strings{});
+    EXPECT_EQ(w.Lines(), c.bKeep ? want : Strings{});
+    w.Close();
+    EXPECT_FALSE(w.Wanted());
+    w.Write(Seconds(3), "pc1", TranscriptKind::Log, "after the end");
+    EXPECT_EQ(w.TakeLines().size() + streamed.size(), (c.bKeep ? 2u : 0u) + (c.bSink ? 2u : 0u));
+  }
+}
+
+// Events come out in (time, sequence) order however they went in, also while slots of
+// earlier events are reused.
+TEST(SimEventQueue, PopsInTimeThenSequenceOrder) {
+  Rng rng(7);
+  EventQueue<std::pair<Nanos, std::uint64_t>> q;
+  std::vector<std::pair<Nanos, std::uint64_t>> pending, popped;
+  std::uint64_t seq = 0;
+  for (int round = 0; round < 200; ++round) {
+    for (int i = rng.UniformInt(0, 5); i > 0; --i) {
+      // Few distinct times, so equal times are common.
+      const Nanos t = rng.UniformInt(0, 20);
+      q.Push(t, seq, {t, seq});
+      pending.push_back({t, seq++});
+    }
+    for (int i = rng.UniformInt(0, 4); i > 0 && !q.Empty(); --i) {
+      const auto lowest = *std::min_element(pending.begin(), pending.end());
+      EXPECT_EQ(q.NextTime(), lowest.first);
+      const auto e = q.Pop();
+      EXPECT_EQ(e, lowest);
+      pending.erase(std::find(pending.begin(), pending.end(), e));
+    }
+  }
+  EXPECT_EQ(q.Empty(), pending.empty());
+}
+
+TEST(SimLinks, PartitionsWildcardsHealingAndShapedSends) {
+  Links links;
+  links.Partition(0, 1, Seconds(10), Seconds(20));
+  links.Partition(kAnyHost, 3, Seconds(5), kForever);
+  struct Case {
+    HostId from, to;
+    Nanos now;
+    bool bLost;
+  };
+  const std::vector<Case> cases = {
+      {0, 1, Seconds(9), false},  {0, 1, Seconds(10), true}, {1, 0, Seconds(15), false},
+      {0, 1, Seconds(20), false}, {2, 3, Seconds(30), true}, {3, 3, Seconds(30), false},
+      {3, 2, Seconds(30), false},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(links.Partitioned(c.from, c.to, c.now), c.bLost)
+        << c.from << "->" << c.to << " at " << FormatElapsed(c.now);
+  links.Heal(kAnyHost, 3, Seconds(40));
+  EXPECT_FALSE(links.Partitioned(2, 3, Seconds(40)));
+
+  links.SetLatency(2, 1, Milliseconds(5), Milliseconds(1));  // max below min: min holds
+  EXPECT_EQ(links.LatencyRange(1, 2), std::make_pair(Milliseconds(5), Milliseconds(5)));
+  EXPECT_EQ(links.LatencyRange(4, 4).first, links.Settings().loopback);
+
+  links.MergeNextSends(0, 1);
+  links.SplitNextSend(0, 1);
+  links.SplitNextSend(1, 0);
+  using Shape = Links::Shape;
+  EXPECT_EQ(links.TakeShape(0, 1), Shape::Held);
+  EXPECT_EQ(links.TakeShape(0, 1), Shape::Split);
+  EXPECT_EQ(links.TakeShape(0, 1), Shape::Whole);
+  EXPECT_EQ(links.TakeShape(1, 0), Shape::Split);
+}
+
+TEST(SimHostTable, FindsHostsByNameWithoutCaseAndByAddress) {
+  HostTable hosts;
+  auto make = [](const std::string& sName, Address a) {
+    auto h = std::make_unique<HostState>();
+    h->sName = sName;
+    h->address = a;
+    return h;
+  };
+  EXPECT_EQ(hosts.Add(make("PC1", {10, 0, 0, 1})), 0u);
+  EXPECT_EQ(hosts.Add(make("pc2", {10, 0, 0, 2})), 1u);
+  EXPECT_EQ(hosts[1]->id, 1u);
+  EXPECT_EQ(hosts.ByName("pc1"), 0u);
+  EXPECT_EQ(hosts.ByName("PC2"), 1u);
+  EXPECT_FALSE(hosts.ByName("pc3"));
+  EXPECT_EQ(hosts.ByAddress({10, 0, 0, 2}), 1u);
+  EXPECT_FALSE(hosts.ByAddress({10, 0, 0, 3}));
+  EXPECT_FALSE(hosts.Free("Pc1", {10, 0, 0, 9}));
+  EXPECT_FALSE(hosts.Free("pc9", {10, 0, 0, 1}));
+  EXPECT_TRUE(hosts.Free("pc9", {10, 0, 0, 9}));
+}
+
+// A world nobody reads keeps no line, yet its sink sees every one.
+TEST(SimWorldTranscript, StreamsWithoutKeepingWhenAsked) {
+  for (const bool bKeep : {true, false}) {
+    World w(3);
+    const HostId h = *w.AddHost("pc1");
+    Strings streamed;
+    w.SetTranscriptSink([&](const std::string& s) { streamed.push_back(s); });
+    w.KeepTranscript(bKeep);
+    w.At(Seconds(1), [&] { w.Note(h, "one"); });
+    w.At(Seconds(2), [&] { w.Note(std::nullopt, "two"); });
+    w.RunUntil(Seconds(3));
+    EXPECT_EQ(streamed.size(), 2u);
+    EXPECT_EQ(w.Transcript(), bKeep ? streamed : Strings{});
+    EXPECT_EQ(w.TakeTranscript(), bKeep ? streamed : Strings{});
+    EXPECT_TRUE(w.Transcript().empty());
+  }
+}
+
+}  // namespace
+}  // namespace launchagent::sim
