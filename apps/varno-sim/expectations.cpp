@@ -1,18 +1,12 @@
 #include "expectations.h"
 
 #include <algorithm>
-#include <cctype>
+
+#include "platform/text.h"
 
 namespace launchagent::scenario {
 
 namespace {
-
-bool EqualNoCase(const std::string& a, const std::string& b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) ==
-                  std::tolower(static_cast<unsigned char>(y));
-         });
-}
 
 std::string Window(const Expectation& e) {
   if (e.from == 0 && e.to == kEndOfRun) return "during the run";
@@ -36,7 +30,7 @@ std::vector<TranscriptEntry> ParseTranscript(const std::vector<std::string>& lin
 }
 
 bool Matches(const Expectation& e, const TranscriptEntry& x) {
-  if (e.sHost != "*" && !EqualNoCase(e.sHost, x.sHost)) return false;
+  if (e.sHost != "*" && !EqualsIgnoringCase(e.sHost, x.sHost)) return false;
   if (e.sKind != "any" && e.sKind != x.sKind) return false;
   return e.bContains ? x.sText.find(e.sText) != std::string::npos : x.sText == e.sText;
 }

@@ -48,7 +48,7 @@ void Parser::At(const Words& t) {
     if (i > 2) a.sSource += ' ';
     a.sSource += t[i].bQuoted ? "\"" + t[i].sText + "\"" : t[i].sText;
   }
-  const auto verb = kVerbs.find(Lower(t[2].sText));
+  const auto verb = kVerbs.find(AsciiLower(t[2].sText));
   if (verb == kVerbs.end()) return Error("unknown action '" + t[2].sText + "'");
   // The words after the verb.
   const Words r(t.begin() + 3, t.end());
@@ -150,11 +150,11 @@ bool Parser::Partition(Action& a, const Words& r, bool bHeal) {
     a.what = act::Heal{};
   else
     a.what = act::Partition{};
-  if (bHeal && r.size() == 1 && Lower(r[0].sText) == "all") {
+  if (bHeal && r.size() == 1 && AsciiLower(r[0].sText) == "all") {
     a.sHost = "*";
     return true;
   }
-  const bool bFor = !bHeal && r.size() == 5 && Lower(r[3].sText) == "for";
+  const bool bFor = !bHeal && r.size() == 5 && AsciiLower(r[3].sText) == "for";
   if ((r.size() != 3 && !bFor) || (r[1].sText != "->" && r[1].sText != "<->")) {
     Error(bHeal ? "expected: at TIME heal A -> B | heal A <-> B | heal all"
                 : "expected: at TIME partition A -> B [for DURATION] | partition A <-> B");
@@ -195,7 +195,7 @@ bool Parser::Send(Action& a, const Words& r) {
     sTarget.resize(colon);
   }
   a.sPeer = sTarget;
-  const std::string sMode = Lower(r[3].sText);
+  const std::string sMode = AsciiLower(r[3].sText);
   if (sMode == "hex") {
     std::string sHex;
     for (std::size_t i = 4; i < r.size(); ++i) sHex += r[i].sText;

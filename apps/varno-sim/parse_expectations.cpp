@@ -14,19 +14,19 @@ void Parser::Expect(const Words& t) {
   e.nLine = nLine_;
   e.sSource = sSource_;
   std::size_t i = 1;
-  if (i < t.size() && !t[i].bQuoted && Lower(t[i].sText) == "never") {
+  if (i < t.size() && !t[i].bQuoted && AsciiLower(t[i].sText) == "never") {
     e.bNever = true;
     ++i;
   }
   if (i + 2 > t.size()) return Error(kUsage);
   e.sHost = t[i++].sText;
-  e.sKind = Lower(t[i++].sText);
+  e.sKind = AsciiLower(t[i++].sText);
   static const std::set<std::string> kKinds = {"log",    "window",  "launch", "registry", "file",
                                                "msgbox", "process", "net",    "note",     "any"};
   if (!kKinds.count(e.sKind))
     return Error("unknown transcript kind '" + e.sKind +
                  "' (log, window, launch, registry, file, msgbox, process, net, note, any)");
-  if (i < t.size() && !t[i].bQuoted && Lower(t[i].sText) == "contains") {
+  if (i < t.size() && !t[i].bQuoted && AsciiLower(t[i].sText) == "contains") {
     e.bContains = true;
     ++i;
   }
@@ -34,7 +34,7 @@ void Parser::Expect(const Words& t) {
   e.sText = t[i++].sText;
   bool bWindow = false;
   while (i < t.size()) {
-    const std::string sWord = Lower(t[i].sText);
+    const std::string sWord = AsciiLower(t[i].sText);
     if ((sWord == "between" || sWord == "before" || sWord == "after") && !bWindow) {
       bWindow = true;
       const std::size_t nNeed = sWord == "between" ? 2 : 1;

@@ -16,7 +16,7 @@ std::string QuotedGuess(const Words& t, std::size_t first,
   std::string s = "\"";
   for (std::size_t i = first; i < t.size(); ++i) {
     bool bStop = false;
-    for (const char* w : stopWords) bStop = bStop || Lower(t[i].sText) == w;
+    for (const char* w : stopWords) bStop = bStop || AsciiLower(t[i].sText) == w;
     if (bStop && i > first) break;
     if (i > first) s += ' ';
     s += t[i].sText;
@@ -98,7 +98,7 @@ bool Parser::HostProperty(const std::string& sKey, const Words& t) {
       {"share-search", [](Parser& p, const Words& t) { p.ShareSearch(t); }},
       {"registry",
        [](Parser& p, const Words& t) {
-         if (!p.Arity(t, 2, 2, "registry denied") || Lower(t[1].sText) != "denied")
+         if (!p.Arity(t, 2, 2, "registry denied") || AsciiLower(t[1].sText) != "denied")
            return p.Error("expected: registry denied");
          p.host_->bRegistryDenied = true;
        }},
@@ -138,7 +138,7 @@ void Parser::File(const Words& t, bool bHidden) {
     payload_ = PayloadKind::kFileText;
     return;
   }
-  const std::string sMode = Lower(t[2].sText);
+  const std::string sMode = AsciiLower(t[2].sText);
   if (sMode == "text") {
     if (!Arity(t, 4, 4, "file PATH text \"CONTENT\"")) return;
     f.sText = t[3].sText;
@@ -160,7 +160,7 @@ void Parser::File(const Words& t, bool bHidden) {
 // Fills f.sProgram and f.options from "program NAME [k=v ...]"; sProgram stays empty
 // after an error.
 void Parser::ProgramOptions(FileSetup& f, const Words& t) {
-  const std::string sProgram = Lower(t[3].sText);
+  const std::string sProgram = AsciiLower(t[3].sText);
   const Options o = SplitOptions(t, 4);
   if (!o.flags.empty()) return Error("program options are NAME=VALUE, not '" + o.flags[0] + "'");
   if (sProgram == "launch") {
@@ -196,7 +196,7 @@ void Parser::Window(const Words& t) {
     const Options o = SplitOptions(t, 3);
     const auto it = o.values.find("refuse-close");
     if (it == o.values.end()) return Error("after the title only refuse-close=N|all");
-    if (Lower(it->second) == "all") {
+    if (AsciiLower(it->second) == "all") {
       w.nRefuseClose = -1;
     } else {
       const auto n = ParseNumber<int>(it->second);
@@ -218,13 +218,13 @@ void Parser::Share(const Words& t) {
       s.sUNC.find('\\', 2) == std::string::npos || s.sUNC.back() == '\\')
     return Error("bad share name '" + s.sUNC + "' (\\\\host\\share)");
   const std::string sOwner = s.sUNC.substr(2, s.sUNC.find('\\', 2) - 2);
-  if (Lower(sOwner) != Lower(host_->sName))
+  if (AsciiLower(sOwner) != AsciiLower(host_->sName))
     return Error("share '" + s.sUNC + "' names host '" + sOwner + "' but stands under host '" +
                  host_->sName + "'");
   if (!IsDrivePath(t[3].sText)) return Error("a share reaches a folder such as C:\\Apps");
   s.sFolder = StripTrailingBackslash(t[3].sText);
   if (t.size() == 5) {
-    if (Lower(t[4].sText) != "unreadable") return Error("after the folder only 'unreadable'");
+    if (AsciiLower(t[4].sText) != "unreadable") return Error("after the folder only 'unreadable'");
     s.bReadable = false;
   }
   host_->shares.push_back(std::move(s));
@@ -233,7 +233,7 @@ void Parser::Share(const Words& t) {
 void Parser::ShareSearch(const Words& t) {
   const Options o = SplitOptions(t, 1);
   for (const std::string& f : o.flags) {
-    if (Lower(f) != "error") return Error("share-search takes time=DURATION and error");
+    if (AsciiLower(f) != "error") return Error("share-search takes time=DURATION and error");
     host_->bShareSearchError = true;
   }
   for (const auto& [k, v] : o.values) {
@@ -246,7 +246,7 @@ void Parser::ShareSearch(const Words& t) {
 
 void Parser::SystemFolder(const Words& t) {
   if (!Arity(t, 2, 2, "system-folder missing|PATH")) return;
-  if (Lower(t[1].sText) == "missing" && !t[1].bQuoted)
+  if (AsciiLower(t[1].sText) == "missing" && !t[1].bQuoted)
     host_->bSystemFolderMissing = true;
   else if (IsDrivePath(t[1].sText))
     host_->sSystemFolder = StripTrailingBackslash(t[1].sText);
@@ -273,7 +273,7 @@ void Parser::Sockets(const Words& t) {
   if (t.size() < 2) return Error("expected: sockets FAULT ...");
   const Options o = SplitOptions(t, 1);
   for (const std::string& flag : o.flags) {
-    const std::string s = Lower(flag);
+    const std::string s = AsciiLower(flag);
     if (s == "cleanup-fails")
       f.bCleanupFails = true;
     else if (s == "hostname-fails")

@@ -9,6 +9,7 @@
 #include "platform/date_time.h"
 #include "platform/main_app_window.h"
 #include "platform/sim/world.h"
+#include "platform/text.h"
 #include "platform/ui/controls.h"
 #include "platform/ui/form.h"
 
@@ -102,10 +103,10 @@ class Run {
         fail(h.nLine, "the world refused host '" + h.sName + "' (name or address taken?)");
         continue;
       }
-      hosts_[Lower(h.sName)] = *id;
+      hosts_[AsciiLower(h.sName)] = *id;
     }
     if (!errors.empty()) return;
-    for (const HostSetup& h : scenario_.hosts) BuildHost(h, hosts_.at(Lower(h.sName)), fail);
+    for (const HostSetup& h : scenario_.hosts) BuildHost(h, hosts_.at(AsciiLower(h.sName)), fail);
   }
 
   template <class Fail>
@@ -151,12 +152,7 @@ class Run {
     for (const std::string& sName : f.lookupFailures) w.FailLookup(id, sName, true);
   }
 
-  static std::string Lower(std::string s) {
-    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return s;
-  }
-
-  sim::HostId Host(const std::string& sName) const { return hosts_.at(Lower(sName)); }
+  sim::HostId Host(const std::string& sName) const { return hosts_.at(AsciiLower(sName)); }
 
   void ActionFailed(const Action& a, const std::string& sWhy) {
     world_->Note(Host(a.sHost), "scenario line " + std::to_string(a.nLine) + ": " + sWhy);

@@ -69,7 +69,7 @@ void Parser::BadDuration(const std::string& sText) {
 
 void Parser::Statement(const Words& t) {
   FinishBag();
-  const std::string sKey = Lower(t[0].sText);
+  const std::string sKey = AsciiLower(t[0].sText);
   if (sKey == "seed") return Seed(t);
   if (sKey == "start") return Start(t);
   if (sKey == "net-events") return NetEventsLine(t);
@@ -111,7 +111,7 @@ void Parser::Start(const Words& t) {
 
 void Parser::NetEventsLine(const Words& t) {
   if (!Arity(t, 2, 2, "net-events on|off")) return;
-  const std::string s = Lower(t[1].sText);
+  const std::string s = AsciiLower(t[1].sText);
   if (s == "on")
     S().bNetEvents = true;
   else if (s == "off")
@@ -127,7 +127,7 @@ void Parser::Host(const Words& t) {
   if (sName.empty() || sName == "*" || sName.find_first_of(" \t\\:") != std::string::npos)
     return Error("bad host name '" + sName + "'");
   for (const HostSetup& h : S().hosts)
-    if (Lower(h.sName) == Lower(sName))
+    if (AsciiLower(h.sName) == AsciiLower(sName))
       return Error("host '" + sName + "' is declared twice (first on line " +
                    std::to_string(h.nLine) + ")");
   HostSetup h;
@@ -138,7 +138,8 @@ void Parser::Host(const Words& t) {
 }
 
 void Parser::RunUntil(const Words& t) {
-  if (t.size() != 3 || Lower(t[1].sText) != "until") return Error("expected: run until HH:MM:SS");
+  if (t.size() != 3 || AsciiLower(t[1].sText) != "until")
+    return Error("expected: run until HH:MM:SS");
   const auto until = ParseDuration(t[2].sText);
   if (!until) return Error("bad time '" + t[2].sText + "'");
   Step step;
@@ -178,9 +179,9 @@ void Parser::FinishBag() {
 // ---- The scenario --------------------------------------------------------------------
 
 const HostSetup* Scenario::FindHost(const std::string& sName) const {
-  const std::string sLower = Lower(sName);
+  const std::string sLower = AsciiLower(sName);
   for (const HostSetup& h : hosts)
-    if (Lower(h.sName) == sLower) return &h;
+    if (AsciiLower(h.sName) == sLower) return &h;
   return nullptr;
 }
 

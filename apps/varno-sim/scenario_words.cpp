@@ -8,11 +8,6 @@
 
 namespace launchagent::scenario {
 
-std::string Lower(std::string s) {
-  for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
-
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 bool Tokenize(const std::string& sLine, Words& tokens, std::string& sError) {
@@ -119,7 +114,7 @@ std::optional<std::int64_t> ParseSize(const std::string& s) {
     sUnit.insert(sUnit.begin(), sDigits.back());
     sDigits.pop_back();
   }
-  sUnit = Lower(sUnit);
+  sUnit = AsciiLower(sUnit);
   if (sUnit == "" || sUnit == "b")
     nUnit = 1;
   else if (sUnit == "k" || sUnit == "kb")
@@ -143,8 +138,8 @@ Options SplitOptions(const Words& tokens, std::size_t first) {
     if (eq == std::string::npos || eq == 0)
       o.flags.push_back(s);
     else {
-      o.values[Lower(s.substr(0, eq))] = s.substr(eq + 1);
-      o.ordered.emplace_back(Lower(s.substr(0, eq)), s.substr(eq + 1));
+      o.values[AsciiLower(s.substr(0, eq))] = s.substr(eq + 1);
+      o.ordered.emplace_back(AsciiLower(s.substr(0, eq)), s.substr(eq + 1));
     }
   }
   return o;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/text.h"
 #include "scenario.h"
 
 namespace launchagent::scenario {
@@ -20,7 +21,6 @@ struct Token {
 };
 using Words = std::vector<Token>;
 
-std::string Lower(std::string s);
 bool IsBlank(char c);
 
 // Splits one statement line into words. False (with sError) on an unterminated quote.
