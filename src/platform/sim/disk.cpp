@@ -241,7 +241,10 @@ std::string DescribeWrite(const std::optional<Bytes>& old, const Bytes& now) {
   for (std::size_t i = 0; i < ranges.size() && i < kShown; ++i) {
     if (i) s += ",";
     s += std::to_string(ranges[i].first);
-    if (ranges[i].second != ranges[i].first) s += "-" + std::to_string(ranges[i].second);
+    if (ranges[i].second != ranges[i].first) {
+      s += '-';  // appended: g++ 12 at -O2 warns wrongly on "-" + string
+      s += std::to_string(ranges[i].second);
+    }
   }
   if (ranges.size() > kShown) s += ",... (" + std::to_string(ranges.size()) + " ranges)";
   if (now.size() < old->size()) s += ", was " + std::to_string(old->size()) + " bytes";
