@@ -17,7 +17,8 @@ Agent::Agent(platform::Platform& platform) : platform_(platform) {
   const LogActivityFn log = [this](const std::string& sText, Integer nLevel) {
     LogActivity(sText, nLevel);
   };
-  // The client is loaded here when it is not yet, as any use of it would.
+  // Telling the client a socket's position loads the client when it is not loaded yet,
+  // as every use of it does.
   agentHostInfo_ = std::make_unique<AgentHostInfo>(
       platform_.clock, *this, log,
       [this](Long lngSocket, Long lngAgent) { frmClient().SetAgentIndex(lngSocket, lngAgent); });

@@ -54,7 +54,6 @@ class Agent : public MessageContext, public LauncherForms {
   // Modules.
   Launcher& launcher() { return *launcher_; }
   AgentHostInfo& agentHostInfo() { return *agentHostInfo_; }
-  CheckInVerification& checkInVerification() { return *checkIn_; }
 
   // Process-wide state.
   bool bActiveAgentServices = false;

@@ -4,8 +4,9 @@
 
 #include "messages/cls_msg_user_list.h"
 #include "messages/message_image.h"
-#include "messages/text_forms.h"
 #include "messages/property_bag.h"
+#include "messages/text_forms.h"
+#include "platform/text.h"
 
 namespace launchagent {
 namespace {
@@ -23,13 +24,6 @@ constexpr message_image::Key kProvideNews{"bProvideNews"};
 constexpr message_image::Key kProvideStocks{"bProvideStocks"};
 constexpr message_image::Key kProvideJobs{"bProvideJobs"};
 constexpr message_image::Key kInternetReady{"bInternetReady"};
-
-std::string LowerCase(std::string s) {
-  for (char& c : s) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return s;
-}
 
 }  // namespace
 
@@ -96,7 +90,7 @@ bool clsMsgHostInfo::ChangeHostInfo(const std::shared_ptr<clsMsg>& obj) {
   const auto objIn = std::dynamic_pointer_cast<clsMsgHostInfo>(obj);
   if (!objIn) return false;
   // The envelope and the user list take no part.
-  return LowerCase(m_sHostName) != LowerCase(objIn->m_sHostName) ||
+  return !EqualsIgnoringCase(m_sHostName, objIn->m_sHostName) ||
          m_sIPAddress != objIn->m_sIPAddress || m_sAppPath != objIn->m_sAppPath ||
          m_sUserName != objIn->m_sUserName || m_nLocalPort != objIn->m_nLocalPort ||
          m_bProvideHostServices != objIn->m_bProvideHostServices ||

@@ -5,6 +5,8 @@
 #include <limits>
 #include <system_error>
 
+#include "platform/text.h"
+
 namespace launchagent::text_forms {
 namespace {
 
@@ -195,14 +197,7 @@ bool StringToBoolean(const std::string& sVal) {
   std::size_t e = sVal.size();
   while (b < e && IsBlank(sVal[b])) ++b;
   while (e > b && IsBlank(sVal[e - 1])) --e;
-  if (e - b != 4) return false;
-  static constexpr char kTrue[] = "TRUE";
-  for (std::size_t k = 0; k < 4; ++k) {
-    char c = sVal[b + k];
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-    if (c != kTrue[k]) return false;
-  }
-  return true;
+  return EqualsIgnoringCase(std::string_view(sVal).substr(b, e - b), "TRUE");
 }
 
 }  // namespace launchagent::text_forms

@@ -59,7 +59,6 @@ class FrmAgentSetup {
   ui::Form& Form() { return form_; }
   void Init();
   bool HandlerRunning() const { return nHandlersRunning_ > 0; }
-  HostIdentity& Identity() { return identity_; }
   LocalOptionChanges& localOptionChanges() { return localOptions_; }
 
   // ---- Host identity: the window's own operations of these names ----
@@ -70,8 +69,6 @@ class FrmAgentSetup {
   std::string GetIPAddress() { return identity_.GetIPAddress(); }
   std::string GetIPInfo(const std::string& hostname) { return identity_.GetIPInfo(hostname); }
   bool GotInternetAccess() const { return bInternetAccess; }
-  bool bInternetAccess = false;
-  Integer nInternetTicks = 0;
 
   // ---- Option files (option_files.cpp) ----
   bool LoadOptions();
@@ -83,19 +80,12 @@ class FrmAgentSetup {
 
   // ---- Host users and contexts (host_users.cpp) ----
   HostUsersTable hostUsers;  // the agent-info table the file holds
-  void UpdateHostUsers(const std::string& sHostName);
   void ShowHostUsers(const std::shared_ptr<clsMsgUserList>& objUL);
-  void SelectContext(const std::string& sContext);
-  void ClearContextSelection();
-  void PopulateContextList();
 
   // ---- Neighbourhood and active computers (neighborhood.cpp) ----
   void PopulateNeighborhoodList();
-  void AddHostToNeighborhood(std::string& sHostName);
-  bool InActiveHostList(const std::string& sHostName);
   static void SplitIPAddress(const std::string& sAddress, std::string& sPart1, std::string& sPart2,
                              std::string& sPart3, std::string& sPart4);
-  void ClearRemoteHostFields();
 
   // ---- The window (frm_agent_setup.cpp) ----
   bool bSeekWeb = false;
@@ -155,6 +145,18 @@ class FrmAgentSetup {
    private:
     FrmAgentSetup& form_;
   };
+  // Parts of the window that only its own handlers and operations use.
+  bool bInternetAccess = false;
+  Integer nInternetTicks = 0;
+  void UpdateHostUsers(const std::string& sHostName);
+  void SelectContext(const std::string& sContext);
+  void ClearContextSelection();
+  void PopulateContextList();
+  // Entered by hand: upper case, once.
+  void AddHostToNeighborhood(std::string& sHostName);
+  bool InActiveHostList(const std::string& sHostName);
+  void ClearRemoteHostFields();
+
   // Wires a handler to run inside a HandlerScope.
   std::function<void()> Handler(void (FrmAgentSetup::*fn)());
 

@@ -34,7 +34,6 @@ FrmClient::FrmClient(platform::Network& network, AgentHostInfo& registry,
       bActiveAgentServices_(bActiveAgentServices),
       logActivity_(std::move(logActivity)),
       onMessage_(std::move(onMessage)),
-      form_("frmClient", "frmClient"),
       tcpClient_(network.CreateSocketArray("tcpClient")) {
   if (!tcpClient_) return;
   // Only arrivals are handled: the state of a connection is learnt at the next send.

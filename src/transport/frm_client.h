@@ -8,7 +8,6 @@
 #include "platform/activity_sink.h"
 #include "platform/services.h"
 #include "platform/types.h"
-#include "platform/ui/form.h"
 #include "transport/message_receiver.h"
 
 namespace launchagent {
@@ -22,7 +21,6 @@ class FrmClient {
   FrmClient(platform::Network& network, AgentHostInfo& registry, const bool& bActiveAgentServices,
             LogActivityFn logActivity, MessageReceiverFn onMessage);
   ~FrmClient();  // unloading: closes every socket
-  ui::Form& Form() { return form_; }
   platform::SocketArray& tcpClient() { return *tcpClient_; }
 
   void SendMessageEx(const std::string& sHostName, const std::string& sIPAddress,
@@ -45,7 +43,6 @@ class FrmClient {
   const bool& bActiveAgentServices_;
   LogActivityFn logActivity_;
   MessageReceiverFn onMessage_;
-  ui::Form form_;
   std::unique_ptr<platform::SocketArray> tcpClient_;
   Long lngSockets_ = 0;
 };

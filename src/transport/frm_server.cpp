@@ -18,7 +18,6 @@ FrmServer::FrmServer(platform::Network& network, platform::EventLoop& loop,
     : loop_(loop),
       bActiveAgentServices_(bActiveAgentServices),
       onMessage_(std::move(onMessage)),
-      form_("frmServer", "frmServer"),
       tcpServer_(network.CreateSocketArray("tcpServer")) {
   if (!tcpServer_) return;
   tcpServer_->OnConnectionRequest = [this](Long lngIndex, Long lngRequestId) {

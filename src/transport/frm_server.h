@@ -5,7 +5,6 @@
 
 #include "platform/services.h"
 #include "platform/types.h"
-#include "platform/ui/form.h"
 #include "transport/message_receiver.h"
 
 namespace launchagent {
@@ -16,7 +15,6 @@ class FrmServer {
   FrmServer(platform::Network& network, platform::EventLoop& loop, const bool& bActiveAgentServices,
             MessageReceiverFn onMessage);
   ~FrmServer();  // unloading: closes the accepted connections
-  ui::Form& Form() { return form_; }
   platform::SocketArray& tcpServer() { return *tcpServer_; }
   void SendOutMessage(Integer Index, const Bytes& byteArray);
   Long AcceptedCount() const { return lngConnections_; }
@@ -28,7 +26,6 @@ class FrmServer {
   platform::EventLoop& loop_;
   const bool& bActiveAgentServices_;
   MessageReceiverFn onMessage_;
-  ui::Form form_;
   std::unique_ptr<platform::SocketArray> tcpServer_;
   Long lngConnections_ = 0;
 };

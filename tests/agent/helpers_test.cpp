@@ -1,4 +1,4 @@
-// The activity log, agent ports, the pause, the path test and host name resolution.
+// The activity log, the pause, the path test and host name resolution.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,31 +10,10 @@
 #include "launcher/launcher.h"
 #include "platform/shared_steps.h"
 #include "platform/sim/world.h"
-#include "registry/agent_ports.h"
 #include "setup/frm_agent_setup.h"
 
 namespace launchagent::testing {
 namespace {
-
-TEST(AgentPorts, NextPortStepsThroughTheRangeAndWraps) {
-  const std::vector<std::pair<Integer, Integer>> cases = {{1230, 1231}, {1234, 1235}, {1235, 1230},
-                                                          {1300, 1230}, {1000, 1001}, {-5, -4}};
-  for (const auto& [nIn, nOut] : cases) {
-    Integer nPort = nIn;
-    NextAgentPort(nPort);
-    EXPECT_EQ(nPort, nOut) << nIn;
-  }
-  EXPECT_EQ(GetDefaultAgentPort(), 1230);
-  EXPECT_EQ(GetFirstAgentPort(), 1230);
-  EXPECT_EQ(GetLastAgentPort(), 1235);
-}
-
-TEST(HostResolution, HighAndLowBytes) {
-  EXPECT_EQ(HostIdentity::hibyte(257), 1);
-  EXPECT_EQ(HostIdentity::lobyte(257), 1);
-  EXPECT_EQ(HostIdentity::hibyte(0x0A02), 10);
-  EXPECT_EQ(HostIdentity::lobyte(0x0A02), 2);
-}
 
 class AgentHelpers : public ::testing::Test {
  protected:

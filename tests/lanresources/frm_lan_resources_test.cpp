@@ -1,18 +1,45 @@
-// LAN resource discovery: the share search, this computer's own shares, and local paths
-// turned into network paths.
+// LAN resource discovery on its own: the share search, this computer's own shares, and
+// local paths turned into network paths, in a process of the simulated LAN.
 #include "lanresources/frm_lan_resources.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "../launcher/desktop.h"
-#include "setup/frm_agent_setup.h"
+#include "platform/sim/world.h"
 
 namespace launchagent::testing {
 namespace {
+
+// The desktop pc07 with one idle process, in which the form lives and the calls run.
+struct Pc07 {
+  Pc07() {
+    world_.RegisterProgram("idle",
+                           [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
+    host = *world_.AddHost("pc07");
+    pid_ = world_.StartProcess(host, "idle", "C:\\Launch\\Launch.exe");
+    world_.RunFor(0);
+  }
+  sim::World& World() { return world_; }
+  sim::Nanos Now() const { return world_.Now(); }
+  void Call(const std::function<void(FrmLANResources&)>& fn) {
+    ASSERT_TRUE(world_.Call(pid_, [&] {
+      if (!form_)
+        form_ = std::make_unique<FrmLANResources>(*world_.PlatformOf(pid_),
+                                                  [] { return std::string("pc07"); });
+      fn(*form_);
+    }));
+  }
+
+  sim::World world_{7};
+  sim::HostId host = 0;
+  sim::ProcessId pid_ = 0;
+  std::unique_ptr<FrmLANResources> form_;
+};
 
 using Keyed = std::vector<std::pair<std::string, std::string>>;
 using Lines = std::vector<std::string>;
@@ -23,11 +50,8 @@ Keyed KeyedOf(const std::vector<FrmLANResources::KeyedText>& col) {
   return out;
 }
 
-// One search, with this computer's own name known, as the start-up runs it.
-Lines Search(Agent& agent, Lines sResources = {}) {
-  agent.frmAgentSetup().SocketsInitialize();
-  agent.frmAgentSetup().GetHostInfo();
-  agent.frmLANResources().UpdateResources(sResources);
+Lines Search(FrmLANResources& form, Lines sResources = {}) {
+  form.UpdateResources(sResources);
   return sResources;
 }
 
@@ -43,7 +67,7 @@ TEST(TrimAtNull, KeepsTheTextBeforeTheFirstZero) {
 }
 
 TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
-  Pc07 pc({.bShare = false});
+  Pc07 pc;
   // 255 characters and the terminator fill the buffer: still whole.
   const std::string sLong = "\\\\pc12\\" + std::string(255 - 7, 's');
   pc.World().SetVisibleShares(pc.host, {"\\\\pc07\\c", "pc12data", "\\\\pc12\\data", "\\\\pc070\\x",
@@ -51,11 +75,11 @@ TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
   // A containment test on \\pc07: \\pc070 counts too.
   const Keyed local = {{"1", "\\\\pc07\\c"}, {"4", "\\\\pc070\\x"}, {"5", "\\\\PC07\\Docs"}};
   const Keyed all = {local[0], {"3", "\\\\pc12\\data"}, local[1], local[2], {"6", sLong}};
-  pc.Call([&](Agent& agent) {
-    EXPECT_EQ(Search(agent), (Lines{"", "\\\\pc07\\c", "\\\\pc12\\data", "\\\\pc070\\x",
-                                    "\\\\PC07\\Docs", sLong}));
-    EXPECT_EQ(KeyedOf(agent.frmLANResources().colLANResources), all);
-    EXPECT_EQ(KeyedOf(agent.frmLANResources().colLocalShares), local);
+  pc.Call([&](FrmLANResources& form) {
+    EXPECT_EQ(Search(form), (Lines{"", "\\\\pc07\\c", "\\\\pc12\\data", "\\\\pc070\\x",
+                                   "\\\\PC07\\Docs", sLong}));
+    EXPECT_EQ(KeyedOf(form.colLANResources), all);
+    EXPECT_EQ(KeyedOf(form.colLocalShares), local);
   });
 
   // A search that fails or finds no network path leaves the caller's list and the local
@@ -65,34 +89,34 @@ TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
   for (const auto& [bError, visible] : nothingFound) {
     pc.World().SetVisibleShares(pc.host, visible);
     pc.World().SetShareSearchError(pc.host, bError);
-    pc.Call([&](Agent& agent) {
-      EXPECT_EQ(Search(agent, {"", "kept"}), (Lines{"", "kept"}));
-      EXPECT_TRUE(agent.frmLANResources().colLANResources.empty());
-      EXPECT_EQ(KeyedOf(agent.frmLANResources().colLocalShares), local);
+    pc.Call([&](FrmLANResources& form) {
+      EXPECT_EQ(Search(form, {"", "kept"}), (Lines{"", "kept"}));
+      EXPECT_TRUE(form.colLANResources.empty());
+      EXPECT_EQ(KeyedOf(form.colLocalShares), local);
     });
   }
 }
 
 TEST(UpdateResources, WaitsInOneSecondStepsAtMostSixtyTimes) {
-  Pc07 pc({.bShare = false});
+  Pc07 pc;
   pc.World().SetVisibleShares(pc.host, {"\\\\pc12\\data"});
   // The search time, and the seconds waited: the search rounded up to whole seconds, at most 60.
   const std::pair<sim::Nanos, int> cases[] = {
       {sim::Milliseconds(300), 1}, {sim::Milliseconds(2500), 3}, {sim::Seconds(100), 60}};
   for (const auto& [searchTime, nSeconds] : cases) {
     pc.World().SetShareSearchTime(pc.host, searchTime);
-    pc.Call([&](Agent& agent) {
-      const sim::Nanos start = pc.lan.Now();
+    pc.Call([&](FrmLANResources& form) {
+      const sim::Nanos start = pc.Now();
       Lines sResources;
-      agent.frmLANResources().UpdateResources(sResources);
-      EXPECT_GE(pc.lan.Now() - start, sim::Seconds(nSeconds)) << sim::FormatElapsed(searchTime);
-      EXPECT_LE(pc.lan.Now() - start, sim::Seconds(nSeconds + 1)) << sim::FormatElapsed(searchTime);
+      form.UpdateResources(sResources);
+      EXPECT_GE(pc.Now() - start, sim::Seconds(nSeconds)) << sim::FormatElapsed(searchTime);
+      EXPECT_LE(pc.Now() - start, sim::Seconds(nSeconds + 1)) << sim::FormatElapsed(searchTime);
     });
   }
 }
 
 TEST(GetUNC, ReachesALocalPathThroughTheFirstOwnShareThatOpensIt) {
-  Pc07 pc({.bShare = false});
+  Pc07 pc;
   sim::World& world = pc.World();
   world.WriteFile(pc.host, "C:\\Apps\\main.exe", "x");
   world.WriteFile(pc.host, "C:\\Docs\\Apps\\only.txt", "x");
@@ -112,12 +136,11 @@ TEST(GetUNC, ReachesALocalPathThroughTheFirstOwnShareThatOpensIt) {
       {"main.exe", ""},
       {"", ""},
   };
-  pc.Call([&](Agent& agent) {
+  pc.Call([&](FrmLANResources& form) {
     // Before any search no share of its own is known.
-    EXPECT_EQ(agent.frmLANResources().GetUNC("C:\\Apps\\main.exe"), "");
-    Search(agent);
-    for (const auto& [sPath, sExpected] : cases)
-      EXPECT_EQ(agent.frmLANResources().GetUNC(sPath), sExpected) << sPath;
+    EXPECT_EQ(form.GetUNC("C:\\Apps\\main.exe"), "");
+    Search(form);
+    for (const auto& [sPath, sExpected] : cases) EXPECT_EQ(form.GetUNC(sPath), sExpected) << sPath;
   });
 }
 

@@ -20,7 +20,6 @@ namespace launchagent::testing {
 inline constexpr const char* kAgentFolder = "C:\\Launch";
 inline constexpr const char* kMainAppPath = "C:\\Launch\\Varno2.exe";
 inline constexpr const char* kMainAppKind = "varno";
-inline constexpr const char* kAppClass = "ThunderRT6FormDC";
 
 struct Desktop {
   bool bShare = true;     // \\<name>\c reaches C:\ and the share search lists it

@@ -13,6 +13,7 @@
 
 #include "messages/cls_msg_host_info.h"
 #include "messages/message_context.h"
+#include "registry/agent_ports.h"
 #include "registry/cls_agent_info.h"
 
 namespace launchagent {
@@ -176,6 +177,16 @@ TEST_F(AgentHostInfoTest, PortsOutsideTheAgentRangeComeBackAsTheDefaultAndAreRew
   }
 }
 
+TEST(AgentPorts, NextPortStepsThroughTheRangeAndWraps) {
+  const std::pair<Integer, Integer> cases[] = {{1230, 1231}, {1234, 1235}, {1235, 1230},
+                                               {1300, 1230}, {1000, 1001}, {-5, -4}};
+  for (const auto& [nIn, nOut] : cases) {
+    Integer nPort = nIn;
+    NextAgentPort(nPort);
+    EXPECT_EQ(nPort, nOut) << nIn;
+  }
+}
+
 TEST_F(AgentHostInfoTest, SocketIndexAndTrialsOfKnownHostsOnly) {
   // Unknown hosts and missing messages are refused and change nothing.
   Long lngSocket = 77, lngIndex = 77;
@@ -205,6 +216,23 @@ TEST_F(AgentHostInfoTest, SocketIndexAndTrialsOfKnownHostsOnly) {
   EXPECT_TRUE(registry_->SetAgentConnectTrials("PC7", 2));
   EXPECT_TRUE(registry_->GetAgentConnectTrials("pc7", nTrials));
   EXPECT_EQ(nTrials, 2);
+}
+
+// The registry's record per computer.
+TEST(ClsAgentInfo, ConnectTrialsKeepTheOldCountWhenTheNewOneDoesNotFitSixteenBits) {
+  const struct {
+    Long lngIn;
+    Integer nExpected;
+  } cases[] = {
+      {0, 0},     {2, 2},      {-1, -1},   {32767, 32767},  {-32768, -32768},
+      {32768, 1}, {-32769, 1}, {40000, 1}, {2147483647, 1}, {-2147483647 - 1, 1},
+  };
+  for (const auto& c : cases) {
+    clsAgentInfo objRecord;
+    objRecord.SetConnectTrials(1);
+    objRecord.SetConnectTrials(c.lngIn);
+    EXPECT_EQ(objRecord.GetConnectTrials(), c.nExpected) << "count " << c.lngIn;
+  }
 }
 
 }  // namespace

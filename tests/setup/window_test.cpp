@@ -1,5 +1,5 @@
-// The Agent Setup window: its controls, the local option check boxes with the local option
-// changes they make, Set with SetAgentAddress, and the "Log" box. Opening it, "Ok", the
+// The Agent Setup window: the local option check boxes with the local option changes they
+// make, Set with SetAgentAddress, and the "Log" box. Opening it, "Ok", the
 // file writes of the boxes, Init reading them back and the services stopping the transport
 // are in tests/scenarios/setup-clicks.scn, setup-reopen.scn and setup-local-options.scn.
 #include <gtest/gtest.h>
@@ -12,58 +12,6 @@ namespace launchagent::testing {
 namespace {
 
 using WindowTest = SetupTest;
-
-TEST_F(WindowTest, EveryControlStandsInItsFrameWithItsCaption) {
-  // Each frame with its controls as "name=caption", or "name" for one without a caption;
-  // "" stands for the form itself.
-  const std::vector<std::pair<std::string, std::vector<std::string>>> frames = {
-      {"",
-       {"fraNeighborhood=Neighborhood Computers ", "cmdRefresh=Refresh",
-        "fraActive=Active Computers", "cmdActiveAdd=Add", "cmdActiveDelete=Delete",
-        "cmdActiveClear=Clear", "fraSelectedHost=Selected (Remote) Host Agent Properties",
-        "fraLocalHost=Local Host Agent Properties", "fraLog=Log", "cmdOk=Ok",
-        "TimerCheckInternet"}},
-      {"fraNeighborhood", {"lstNeighborhood"}},
-      {"fraActive", {"lstActive"}},
-      {"fraSelectedHost",
-       {"lblHostUsers=Select Host Users:", "lstHostUsers",
-        "lblContexts=Select Active Context:", "lstContexts", "chkRemoteWeb=Web",
-        "chkRemoteNews=News", "chkRemoteJobs=Jobs", "chkRemoteStocks=Stocks",
-        "chkRemoteIntranet=Intranet", "chkActiveHost=Seek Host Services"}},
-      {"fraSelectedHost",
-       {"lblHostName=HostName : ", "txtHostName", "lblIPAddress=IP Address : ", "txtIP1", "txtIP2",
-        "txtIP3", "txtIP4", "lblLocalPort=Local Port # : ", "txtLocalPortNumber", "cmdSet=Set"}},
-      {"fraLocalHost",
-       {"chkSeekWeb=Web", "chkSeekNews=News", "chkSeekJobs=Jobs", "chkSeekStocks=Stocks",
-        "chkSeekIntranet=Intranet",
-        "chkActiveAgentServices=Activate Agent Services for local Host"}},
-      {"fraLog", {"rtbAgentLog"}}};
-  InSetup([&](Agent&, FrmAgentSetup& f) {
-    ui::Form& form = f.Form();
-    EXPECT_EQ(form.Caption(), "Agent Setup");
-    for (const auto& [sFrame, controls] : frames) {
-      for (const std::string& sWant : controls) {
-        ui::Control* c = form.Find(sWant.substr(0, sWant.find('=')));
-        ASSERT_NE(c, nullptr) << sWant;
-        EXPECT_EQ(c->sContainer, sFrame) << sWant;
-        std::string sCaption;
-        if (auto* p = dynamic_cast<ui::Frame*>(c)) sCaption = p->Caption();
-        if (auto* p = dynamic_cast<ui::Label*>(c)) sCaption = p->Caption();
-        if (auto* p = dynamic_cast<ui::CheckBox*>(c)) sCaption = p->Caption();
-        if (auto* p = dynamic_cast<ui::CommandButton*>(c)) sCaption = p->Caption();
-        EXPECT_EQ(c->Name() + (sCaption.empty() ? "" : "=" + sCaption), sWant);
-      }
-    }
-    EXPECT_EQ(f.txtLocalPortNumber->Text(), "1030");
-    EXPECT_TRUE(f.lstActive->MultiSelect());
-    EXPECT_TRUE(f.TimerCheckInternet->TimerEnabled());
-    EXPECT_EQ(f.TimerCheckInternet->Interval(), 60000);
-    // Side by side on top, the Ok button centred at the bottom.
-    EXPECT_EQ(f.fraNeighborhood->nTop, f.fraActive->nTop);
-    EXPECT_LT(f.fraLog->nTop, f.cmdOk->nTop);
-    EXPECT_EQ(f.cmdOk->nLeft + f.cmdOk->nWidth / 2, form.nWidth / 2);
-  });
-}
 
 TEST_F(WindowTest, EachLocalBoxReachesTheLocalEntryOnly) {
   using Getter = bool (clsMsgHostInfo::*)() const;

@@ -1,4 +1,4 @@
-// The TCP client against real agents and unreachable hosts of a simulated LAN.
+// The TCP client against transports and unreachable hosts of a simulated LAN.
 #include "transport/frm_client.h"
 
 #include "transport_lan.h"
@@ -11,8 +11,8 @@ class FrmClientTest : public TransportTest {
   // One SendMessage from PC1 to PC9; the log lines it wrote.
   Lines SendMessage(Integer& nPort, bool bUseAgentPort) {
     const std::size_t nMark = lan_->LogMark("PC1");
-    Call("PC1", [&](Agent& agent) {
-      agent.frmClient().SendMessage("PC9", "", nPort, HostInfoImage(agent, "PC1"), bUseAgentPort);
+    Call("PC1", [&](Node& node) {
+      node.frmClient().SendMessage("PC9", "", nPort, HostInfoImage(node, "PC1"), bUseAgentPort);
     });
     return lan_->LogLinesSince("PC1", nMark);
   }
@@ -39,9 +39,9 @@ TEST_F(FrmClientTest, TheFirstSendToEachHostLogsTheAttemptOnTheNextSocketThenThe
   Long lngSocket = 0;
   for (const auto& c : cases) {
     if (c.nStoredPort != 0) {
-      Call("PC1", [&](Agent& agent) {
-        Register(agent, c.sHost);
-        agent.agentHostInfo().SetAgentPort(c.sHost, c.nStoredPort);
+      Call("PC1", [&](Node& node) {
+        Register(node, c.sHost);
+        node.agentHostInfo().SetAgentPort(c.sHost, c.nStoredPort);
       });
     }
     EXPECT_EQ(SendEx("PC1", c.sHost),
@@ -76,14 +76,14 @@ TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
   NewLan({"PC1", "PC7"});
   Services("PC1", false);
   const std::size_t nMark = lan_->LogMark("PC1");
-  Call("PC1", [](Agent& agent) {
-    const Bytes image = HostInfoImage(agent, "PC1");
-    agent.frmClient().SendMessageEx("PC7", "", image);
+  Call("PC1", [](Node& node) {
+    const Bytes image = HostInfoImage(node, "PC1");
+    node.frmClient().SendMessageEx("PC7", "", image);
     Integer nPort = 0;
-    agent.frmClient().SendMessage("PC7", "", nPort, image, true);
+    node.frmClient().SendMessage("PC7", "", nPort, image, true);
     EXPECT_EQ(nPort, 0);
-    EXPECT_EQ(agent.agentHostInfo().GetAgentCount(), 0);
-    EXPECT_EQ(agent.frmClient().tcpClient().UBound(), 0);
+    EXPECT_EQ(node.agentHostInfo().GetAgentCount(), 0);
+    EXPECT_EQ(node.frmClient().tcpClient().UBound(), 0);
   });
   Run(sim::Seconds(5));
   EXPECT_TRUE(lan_->LogLinesSince("PC1", nMark).empty());
@@ -93,11 +93,11 @@ TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
 TEST_F(FrmClientTest, UnloadingEitherSideClosesTheConnection) {
   for (const bool bClientSide : {true, false}) {
     ConnectedPair();
-    Call(bClientSide ? "PCA" : "PCB", [](Agent& agent) { agent.UnloadTransport(); });
+    Call(bClientSide ? "PCA" : "PCB", [](Node& node) { node.UnloadTransport(); });
     Run();
-    Call(bClientSide ? "PCB" : "PCA", [&](Agent& agent) {
+    Call(bClientSide ? "PCB" : "PCA", [&](Node& node) {
       platform::SocketArray& sockets =
-          bClientSide ? agent.frmServer().tcpServer() : agent.frmClient().tcpClient();
+          bClientSide ? node.frmServer().tcpServer() : node.frmClient().tcpClient();
       EXPECT_EQ(sockets.State(1), platform::kSckClosing) << "client side " << bClientSide;
     });
   }
@@ -118,7 +118,7 @@ TEST_F(FrmClientTest, SendMessageUsesTheCallersPortUnlessAskedForTheAgentPort) {
   };
   for (const auto& c : cases) {
     NewLan({"PC1"}, {"PC9"});
-    Call("PC1", [](Agent& agent) { Register(agent, "PC9"); });
+    Call("PC1", [](Node& node) { Register(node, "PC9"); });
     Integer nPort = c.nPortIn;
     for (int i = 0; i < 4; ++i) {
       const int nAttempt = c.attempts[i];
@@ -151,8 +151,8 @@ TEST_F(FrmClientTest, SendMessageNeverRegistersAHostAndSendsWithoutALine) {
 
 TEST_F(FrmClientTest, PositionsStopAt32767) {
   NewLan({"PC1"}, {"PC7"});
-  Call("PC1", [](Agent& agent) {
-    FrmClient& client = agent.frmClient();
+  Call("PC1", [](Node& node) {
+    FrmClient& client = node.frmClient();
     for (int i = 1; i < 32767; ++i) client.AddSocket();
     EXPECT_EQ(client.AddSocket(), 32767);
     EXPECT_EQ(client.AddSocket(), 32768);
@@ -165,23 +165,6 @@ TEST_F(FrmClientTest, PositionsStopAt32767) {
   EXPECT_EQ(Record("PC1", "PC7")->GetSocketIndex(), 32769);
   Run(kBroadcastPeriod);
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(SendEx("PC1", "PC7").empty()) << i;
-}
-
-// The registry's record per computer.
-TEST(ClsAgentInfo, ConnectTrialsKeepTheOldCountWhenTheNewOneDoesNotFitSixteenBits) {
-  const struct {
-    Long lngIn;
-    Integer nExpected;
-  } cases[] = {
-      {0, 0},     {2, 2},      {-1, -1},   {32767, 32767},  {-32768, -32768},
-      {32768, 1}, {-32769, 1}, {40000, 1}, {2147483647, 1}, {-2147483647 - 1, 1},
-  };
-  for (const auto& c : cases) {
-    clsAgentInfo objRecord;
-    objRecord.SetConnectTrials(1);
-    objRecord.SetConnectTrials(c.lngIn);
-    EXPECT_EQ(objRecord.GetConnectTrials(), c.nExpected) << "count " << c.lngIn;
-  }
 }
 
 }  // namespace

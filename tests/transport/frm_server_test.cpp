@@ -1,4 +1,4 @@
-// The TCP server against real agents and raw peers of a simulated LAN.
+// The TCP server between transports of a simulated LAN.
 #include "transport/frm_server.h"
 
 #include "transport_lan.h"
@@ -18,9 +18,9 @@ TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
   Run();
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
-  Call("PCB", [](Agent& agent) {
-    platform::SocketArray& sockets = agent.frmServer().tcpServer();
-    EXPECT_EQ(agent.frmServer().AcceptedCount(), 2);
+  Call("PCB", [](Node& node) {
+    platform::SocketArray& sockets = node.frmServer().tcpServer();
+    EXPECT_EQ(node.frmServer().AcceptedCount(), 2);
     EXPECT_EQ(sockets.UBound(), 2);
     EXPECT_EQ(sockets.State(1), platform::kSckClosing);
     EXPECT_EQ(sockets.State(2), platform::kSckConnected);
@@ -35,7 +35,6 @@ TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
   EXPECT_TRUE(lan_->LogLinesSince("PCB", nMark).empty());
-  Call("PCB", [](Agent& agent) { EXPECT_EQ(agent.agentHostInfo().GetAgentCount(), 0); });
 
   // Back on: the waiting bytes come with the next image, and the two read as one.
   Services("PCB", true);
@@ -74,8 +73,8 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
     ConnectedPair();
     Services("PCA", c.bReceiverActive);
     Services("PCB", c.bSenderActive);
-    Call("PCB", [&](Agent& agent) {
-      agent.frmServer().SendOutMessage(c.nIndex, HostInfoImage(agent, "PCB"));
+    Call("PCB", [&](Node& node) {
+      node.frmServer().SendOutMessage(c.nIndex, HostInfoImage(node, "PCB"));
     });
     Run();
     EXPECT_EQ(HostInfoLines("PCA").size(), c.nLines) << c.sCase;
@@ -90,15 +89,15 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
 
 TEST_F(FrmServerTest, OnlyTheListenerAcceptsAndPositionsStopAt32767) {
   NewLan({"PCB"});
-  Call("PCB", [](Agent& agent) {
-    platform::SocketArray& sockets = agent.frmServer().tcpServer();
+  Call("PCB", [](Node& node) {
+    platform::SocketArray& sockets = node.frmServer().tcpServer();
     for (const Long lngIndex : {1, 5, -1, 40000}) sockets.OnConnectionRequest(lngIndex, 1);
-    EXPECT_EQ(agent.frmServer().AcceptedCount(), 0);
+    EXPECT_EQ(node.frmServer().AcceptedCount(), 0);
     // Arrivals for positions that do not exist read nothing.
     for (const Long lngIndex : {3, -2, 70000}) sockets.OnDataArrival(lngIndex, 10);
     // Requests nobody made: each takes a position, and the accept itself fails.
     for (Long i = 1; i <= 32768; ++i) sockets.OnConnectionRequest(0, i);
-    EXPECT_EQ(agent.frmServer().AcceptedCount(), 32768);
+    EXPECT_EQ(node.frmServer().AcceptedCount(), 32768);
     EXPECT_EQ(sockets.UBound(), 32767);
   });
   EXPECT_TRUE(HostInfoLines("PCB").empty());

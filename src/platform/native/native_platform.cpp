@@ -1,18 +1,13 @@
 #include "platform/native/native_platform.h"
 
-#include <cctype>
+#include "platform/text.h"
 
 namespace launchagent::native {
 namespace {
 
-std::string Upper(std::string s) {
-  for (auto& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return s;
-}
-
 std::string ComputerNameOf(const NativeSettings& s) {
   if (!s.sComputerName.empty()) return s.sComputerName;
-  return Upper(s.sHostName);  // "" leaves it to the operating system
+  return AsciiUpper(s.sHostName);  // "" leaves it to the operating system
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <cctype>
 
+#include "platform/text.h"
+
 namespace launchagent::native {
 namespace {
 
@@ -73,7 +75,7 @@ std::optional<std::string> NativeKernel::ComputerName() {
     s = buf;
     // The computer name is the first label, in capitals, as on the system's desktops.
     if (auto n = s.find('.'); n != std::string::npos) s.resize(n);
-    for (auto& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    s = AsciiUpper(s);
   }
   return s.substr(0, 255);
 }

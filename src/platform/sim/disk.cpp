@@ -64,7 +64,7 @@ ParsedPath ParsePath(const std::string& sPath, const std::string& sBase) {
     return r;
   }
   if (sPath.size() >= 2 && sPath[1] == ':' && std::isalpha(static_cast<unsigned char>(sPath[0]))) {
-    r.cDrive = static_cast<char>(std::toupper(static_cast<unsigned char>(sPath[0])));
+    r.cDrive = AsciiUpper(sPath[0]);
     r.parts = SplitParts(sPath.substr(2));
     if (!Normalise(r.parts)) return ParsedPath{};
     r.kind = ParsedPath::Kind::Local;
