@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/sim/event_queue.h"
 #include "platform/sim/fiber.h"
 #include "platform/sim/process_services.h"
 #include "platform/sim/world.h"
@@ -38,7 +39,7 @@ class ProcessState {
   std::uint64_t nSpin = 0;
 
   // Own events, due order.
-  std::map<std::pair<Nanos, std::uint64_t>, std::function<void()>> events;
+  EventQueue<std::function<void()>> events;
   struct TimerRec {
     std::uint64_t gen = 0;
   };

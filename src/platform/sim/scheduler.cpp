@@ -51,7 +51,7 @@ void World::Impl::PostProcess(ProcessState& p, Nanos t, std::function<void()> fn
   e.pid = p.pid;
   e.type = Entry::Type::Event;
   Push(std::move(e));
-  p.events.emplace(std::make_pair(t, nextSeq - 1), std::move(fn));
+  p.events.Push(t, nextSeq - 1, std::move(fn));
 }
 
 void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t,
@@ -177,7 +177,7 @@ void World::Impl::CheckKill(ProcessState& p) {
 }
 
 bool World::Impl::HasDue(const ProcessState& p) const {
-  return !p.events.empty() && p.events.begin()->first.first <= now;
+  return !p.events.Empty() && p.events.NextTime() <= now;
 }
 
 void World::Impl::Drain(ProcessState& p) {
@@ -192,9 +192,7 @@ void World::Impl::Drain(ProcessState& p) {
   while (true) {
     CheckKill(p);
     if (p.bEnding || !HasDue(p)) break;
-    auto it = p.events.begin();
-    auto fn = std::move(it->second);
-    p.events.erase(it);
+    auto fn = p.events.Pop();
     fn();
   }
 }
@@ -249,13 +247,9 @@ void World::Impl::Wake(ProcessId pid, std::uint64_t gen, Nanos t) {
 
 // ---- Processes ----------------------------------------------------------------------
 
-ProcessState* World::Impl::Proc(ProcessId pid) {
-  return processes.Find(pid);
-}
+ProcessState* World::Impl::Proc(ProcessId pid) { return processes.Find(pid); }
 
-const ProcessState* World::Impl::Proc(ProcessId pid) const {
-  return processes.Find(pid);
-}
+const ProcessState* World::Impl::Proc(ProcessId pid) const { return processes.Find(pid); }
 
 ProcessServices::ProcessServices(World::Impl& w, ProcessState& p)
     : clock(w, p.host),
@@ -288,8 +282,8 @@ ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
   hosts[host]->processes.push_back(p->pid);
   std::string sStarted = "#";  // appended: g++ 12 at -O2 warns wrongly on "#" + string
   sStarted += std::to_string(p->pid);
-  sStarted += " started " + p->start.sKind + " \"" + p->start.sPath + "\" \"" +
-              p->start.sParameters + "\"";
+  sStarted +=
+      " started " + p->start.sKind + " \"" + p->start.sPath + "\" \"" + p->start.sParameters + "\"";
   Record(host, TranscriptKind::Process, sStarted);
   Entry e;
   e.t = now;
@@ -327,7 +321,7 @@ void World::Impl::Finalize(ProcessState& p) {
   p.bEnding = true;
   p.ended = now;
   p.fiber.reset();
-  p.events.clear();
+  p.events.Clear();
   // Timers are not touched: one detached with AttachDriver(nullptr) may be gone already.
   p.timers.clear();
   HostState& h = *hosts[p.host];

@@ -24,7 +24,19 @@ std::string Escape(const std::string& s) {
   return out;
 }
 
-std::string Quote(const std::string& s) { return "\"" + Escape(s) + "\""; }
+// Built by appending: g++ 12 at -O2 warns wrongly on "literal" + string.
+std::string Quote(const std::string& s) {
+  std::string q = "\"";
+  q += Escape(s);
+  q += '"';
+  return q;
+}
+
+std::string WindowRef(platform::WindowHandle hWnd) {
+  std::string s = "#";
+  s += std::to_string(hWnd);
+  return s;
+}
 
 constexpr Nanos kSendCloseCost = 10 * kMillisecond;
 
@@ -66,8 +78,7 @@ std::shared_ptr<WindowRec> World::Impl::FindWindow(HostId host, platform::Window
 void World::Impl::OpenWindow(HostState& h, std::shared_ptr<WindowRec> rec) {
   rec->hWnd = ++nextWindow;
   rec->host = h.id;
-  std::string sText =
-      "#" + std::to_string(rec->hWnd) + " opened " + rec->sClass + " " + Quote(rec->sTitle);
+  std::string sText = WindowRef(rec->hWnd) + " opened " + rec->sClass + " " + Quote(rec->sTitle);
   if (!rec->sFormName.empty()) sText += " form " + rec->sFormName;
   if (rec->owner) sText += " process #" + std::to_string(rec->owner);
   if (!rec->bVisible) sText += " hidden";
@@ -82,8 +93,7 @@ void World::Impl::RemoveWindow(HostState& h, platform::WindowHandle hWnd) {
     h.windows.erase(it);
     rec->form = nullptr;
     if (!h.bCrashing)
-      Record(h.id, TranscriptKind::Window,
-             "#" + std::to_string(hWnd) + " closed " + Quote(rec->sTitle));
+      Record(h.id, TranscriptKind::Window, WindowRef(hWnd) + " closed " + Quote(rec->sTitle));
     return;
   }
 }
@@ -94,13 +104,12 @@ void World::Impl::FormChanged(WindowRec& rec) {
   const bool bVisible = rec.form->Visible();
   if (sCaption != rec.sTitle) {
     rec.sTitle = sCaption;
-    Record(rec.host, TranscriptKind::Window,
-           "#" + std::to_string(rec.hWnd) + " retitled " + Quote(sCaption));
+    Record(rec.host, TranscriptKind::Window, WindowRef(rec.hWnd) + " retitled " + Quote(sCaption));
   }
   if (bVisible != rec.bVisible) {
     rec.bVisible = bVisible;
     Record(rec.host, TranscriptKind::Window,
-           "#" + std::to_string(rec.hWnd) + (bVisible ? " shown" : " hidden"));
+           WindowRef(rec.hWnd) + (bVisible ? " shown" : " hidden"));
   }
 }
 
@@ -115,7 +124,7 @@ void World::Impl::DeliverClose(HostId host, platform::WindowHandle hWnd) {
   if (rec->nRefuseClose != 0) {
     if (rec->nRefuseClose > 0) --rec->nRefuseClose;
     Record(host, TranscriptKind::Window,
-           "#" + std::to_string(hWnd) + " refused to close " + Quote(rec->sTitle));
+           WindowRef(hWnd) + " refused to close " + Quote(rec->sTitle));
     return;
   }
   RemoveWindow(*hosts[host], hWnd);
