@@ -151,7 +151,7 @@ bool Parser::Partition(Action& a, const Words& r, bool bHeal) {
   else
     a.what = act::Partition{};
   if (bHeal && r.size() == 1 && AsciiLower(r[0].sText) == "all") {
-    a.sHost = "*";
+    a.sHost.assign(1, '*');  // g++ 12 at -O2 warns wrongly on = "*"
     return true;
   }
   const bool bFor = !bHeal && r.size() == 5 && AsciiLower(r[3].sText) == "for";
