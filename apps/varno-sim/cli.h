@@ -15,6 +15,12 @@ struct CommandLine {
   bool bNet = false;                     // network events in the transcript
   bool bHelp = false;
   std::string sFile;
+  // A seeded fault campaign instead of a scenario file.
+  bool bCampaign = false;
+  std::uint64_t lngFirstSeed = 1;
+  std::uint64_t lngLastSeed = 200;
+  int nHosts = 3;
+  double dHours = 1.0;
 };
 
 // args without the program name. nullopt with sError on a bad command line.
