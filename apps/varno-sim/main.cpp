@@ -40,6 +40,7 @@ int Main(const std::vector<std::string>& args) {
     o.lngLastSeed = cl->lngLastSeed;
     o.nHosts = cl->nHosts;
     o.dHours = cl->dHours;
+    o.bDeterminism = cl->bDeterminism;
     // One seed shows its whole transcript, so that a reported seed can be read through.
     if (o.lngFirstSeed == o.lngLastSeed && !cl->bQuiet)
       o.sink = [](const std::string& s) { std::cout << s << "\n"; };

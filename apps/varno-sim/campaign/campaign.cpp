@@ -15,6 +15,18 @@ std::string Command(std::uint64_t lngSeed, const CampaignOptions& o) {
   return s + sHours;
 }
 
+// FNV-1a over every line and its end: equal transcripts, equal prints.
+struct TranscriptPrint {
+  std::uint64_t lngHash = 14695981039346656037ull;
+  std::uint64_t lngLines = 0;
+  void Add(const std::string& s) {
+    for (unsigned char c : s) lngHash = (lngHash ^ c) * 1099511628211ull;
+    lngHash = (lngHash ^ '\n') * 1099511628211ull;
+    ++lngLines;
+  }
+  bool operator==(const TranscriptPrint&) const = default;
+};
+
 }  // namespace
 
 CampaignSummary RunCampaign(const CampaignOptions& options, std::ostream& out) {
@@ -23,7 +35,23 @@ CampaignSummary RunCampaign(const CampaignOptions& options, std::ostream& out) {
       static_cast<sim::Nanos>(options.dHours * static_cast<double>(sim::kHour)) / sim::kSecond *
       sim::kSecond;
   for (std::uint64_t lngSeed = options.lngFirstSeed; lngSeed <= options.lngLastSeed; ++lngSeed) {
-    const SeedResult r = RunSeed(lngSeed, options.nHosts, faultPhase, options.sink);
+    TranscriptPrint first;
+    const SeedResult r = RunSeed(lngSeed, options.nHosts, faultPhase, [&](const std::string& s) {
+      first.Add(s);
+      if (options.sink) options.sink(s);
+    });
+    if (options.bDeterminism && !r.broken) {
+      TranscriptPrint second;
+      RunSeed(lngSeed, options.nHosts, faultPhase, [&](const std::string& s) { second.Add(s); });
+      if (!(second == first)) {
+        summary.bFailed = true;
+        out << "determinism: seed " << lngSeed << " wrote " << first.lngLines << " lines, then "
+            << second.lngLines << " lines that differ\n"
+            << "  reproduce: " << Command(lngSeed, options) << "\n";
+        ++summary.lngSeedsRun;
+        break;
+      }
+    }
     ++summary.lngSeedsRun;
     summary.lngChecks += r.lngChecks;
     for (const auto& [sKind, n] : r.faults) summary.faults[sKind] += n;

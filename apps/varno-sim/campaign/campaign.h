@@ -16,6 +16,8 @@ struct CampaignOptions {
   double dHours = 1.0;  // length of the fault phase
   // Every transcript line of every seed as it is written; may be empty.
   std::function<void(const std::string&)> sink;
+  // Runs every seed twice and compares the transcripts (by a hash of every line).
+  bool bDeterminism = false;
 };
 
 struct CampaignSummary {
