@@ -165,6 +165,17 @@ struct Step {
 
 // A transcript kind: "log" (activity log), "window", "launch", "registry", "file",
 // "msgbox", "process", "net", "note"; "any" matches them all.
+// A line that must follow the expectation's match: later in the transcript ("then"),
+// or as the very next line of the previous match's host ("next").
+struct ChainStep {
+  int nLine = 0;
+  bool bNext = false;
+  std::string sHost;  // "*" for any host
+  std::string sKind;
+  bool bContains = false;
+  std::string sText;
+};
+
 struct Expectation {
   int nLine = 0;
   std::string sSource;  // the line as written, for reports
@@ -175,7 +186,8 @@ struct Expectation {
   std::string sText;
   Nanos from = 0;
   Nanos to = kEndOfRun;
-  std::optional<int> nTimes;  // exact number of matching lines
+  std::optional<int> nTimes;     // exact number of matching lines
+  std::vector<ChainStep> chain;  // lines that must follow, in order
 };
 
 struct Scenario {
