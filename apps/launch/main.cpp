@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "agent/agent.h"
 #include "platform/native/native_platform.h"
@@ -16,15 +18,26 @@
 namespace native = launchagent::native;
 
 int main(int argc, char** argv) {
+  const std::string sProgram = argc > 0 ? argv[0] : "Launch.exe";
   std::vector<std::string> args(argv + 1, argv + argc);
   native::NativeSettings settings;
   std::string sError;
-  if (!native::ParseNativeSettings(args, native::ProcessEnv, settings, sError)) {
-    std::fprintf(stderr, "%s\n%s", sError.c_str(), native::NativeSettingsHelp(argv[0]).c_str());
+  if (native::ParseNativeSettings(args, native::ProcessEnv, settings, sError) && !settings.bHelp &&
+      !settings.bVersion && !settings.sBindAddress.empty() &&
+      !native::IsLocalIpv4Address(settings.sBindAddress))
+    // Listening anywhere else would put the agent where it was not asked to be.
+    sError = "bind address " + settings.sBindAddress + " is not an address of this machine";
+  if (!sError.empty()) {
+    std::fprintf(stderr, "%s: %s\nTry '%s --help' for more information.\n", sProgram.c_str(),
+                 sError.c_str(), sProgram.c_str());
     return 2;
   }
   if (settings.bHelp) {
-    std::fputs(native::NativeSettingsHelp(argv[0]).c_str(), stdout);
+    std::fputs(native::NativeSettingsHelp(sProgram).c_str(), stdout);
+    return 0;
+  }
+  if (settings.bVersion) {
+    std::printf("launch-agent %s\n", LA_VERSION);
     return 0;
   }
   // Programs the agent starts share its session: its window table and its display.
@@ -48,6 +61,8 @@ int main(int argc, char** argv) {
       tray = std::make_unique<native::AgentTray>(
           platform.Loop(), [&agent] { agent.LaunchForm().Show(); },
           [&agent] { agent.OpenAgentSetup(); });
+    // A desktop without a notification area could never show a hidden window again.
+    if (!tray || !tray->Available()) platform.Windows().SetMinimiseOnClose(true);
     if (settings.bShowSetup) platform.Loop().Deliver([&agent] { agent.OpenAgentSetup(); });
     platform.Get().loop.Run();
   } catch (const launchagent::platform::ProcessEnded&) {

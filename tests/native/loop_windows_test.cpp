@@ -183,6 +183,12 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   EXPECT_GT(edit->width(), 800);
   view->close();
   EXPECT_FALSE(form.Visible());
+  // Without a tray the window stays reachable: minimised, still shown to the agent.
+  windows_->SetMinimiseOnClose(true);
+  form.Show();
+  view->close();
+  EXPECT_TRUE(form.Visible());
+  EXPECT_TRUE(view->isMinimized());
   EXPECT_EQ(nUserCloses, 1);
   windows_->MessageBox("Agent Setup", "Could not save");  // offscreen: told and passed by
   windows_->DetachForm(form);

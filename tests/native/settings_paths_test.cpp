@@ -23,10 +23,10 @@ std::vector<std::string> Words(const std::string& s) {
 std::string Shown(const NativeSettings& s) {
   std::ostringstream out;
   out << " offscreen=" << s.bOffscreen << " stdout=" << s.bLogToStdout << " help=" << s.bHelp
-      << " host=" << s.sHostName << " bind=" << s.sBindAddress << " scale=" << s.dTimeScale
-      << " mount=" << s.sMountRoot << " windows=" << s.sWindowTable
-      << " ureg=" << s.sUserRegistryFile << " uauto=" << s.sUserAutostartDir
-      << " mauto=" << s.sMachineAutostartDir << " drives=";
+      << " version=" << s.bVersion << " close=" << s.dCloseWaitSeconds << " host=" << s.sHostName
+      << " bind=" << s.sBindAddress << " scale=" << s.dTimeScale << " mount=" << s.sMountRoot
+      << " windows=" << s.sWindowTable << " ureg=" << s.sUserRegistryFile
+      << " uauto=" << s.sUserAutostartDir << " mauto=" << s.sMachineAutostartDir << " drives=";
   for (const auto& [c, sDir] : s.drives) out << c << ":" << sDir << ",";
   return out.str() + " ";
 }
@@ -47,10 +47,25 @@ TEST(NativeSettings, OptionsAndEnvironment) {
        "windows=/run/user/5/launch-agent-windows ureg=/cfg/launch-agent/registry "
        "uauto=/cfg/autostart mauto=/etc/xdg/autostart"},
       {"--help", "", "help=1"},
+      {"-h", "", "help=1 version=0"},
+      {"--version", "", "version=1 help=0"},
+      {"", "LA_LOG_STDOUT=0", "offscreen=1 stdout=0"},
+      {"--bind 010.0.0.7", "", "bind=10.0.0.7"},
+      {"--host-name=-pc1 --close-wait 60", "", "host=-pc1 close=60"},
       {"--time-scale 0", "", ""},
       {"--time-scale fast", "", ""},
+      {"", "LA_TIME_SCALE=fast", ""},
+      {"--close-wait 61", "", ""},
+      {"--share-search-delay -1", "", ""},
       {"--drive C", "", ""},
       {"--bogus", "", ""},
+      {"-x", "", ""},
+      // An address must be one; an option's value is never the next option.
+      {"--bind 999.1.1.1", "", ""},
+      {"--bind=localhost", "", ""},
+      {"", "LA_BIND_ADDRESS=1.2.3", ""},
+      {"--host-name --window-table X", "", ""},
+      {"--bind -h", "", ""},
       {"--host-name", "", ""}};
   for (const auto& [szArgs, szEnv, szExpect] : cases) {
     std::map<std::string, std::string> env;
@@ -64,9 +79,18 @@ TEST(NativeSettings, OptionsAndEnvironment) {
     const bool bOk = ParseNativeSettings(Words(szArgs), lookup, s, sError);
     ASSERT_EQ(bOk, *szExpect != 0) << szArgs << " " << sError;
     EXPECT_EQ(sError.empty(), bOk) << szArgs;
+    EXPECT_EQ(sError.find('\n'), std::string::npos) << sError;
     for (const auto& sWord : Words(szExpect))
       EXPECT_NE(Shown(s).find(" " + sWord + " "), std::string::npos) << sWord << " in" << Shown(s);
   }
+}
+
+TEST(NativeSettings, BindsOnlyToAddressesOfThisMachine) {
+  // 192.0.2.0/24 is reserved for documentation: no machine owns it.
+  const std::pair<const char*, bool> cases[] = {{"127.0.0.1", true},  {"127.0.0.12", true},
+                                                {"192.0.2.1", false}, {"999.1.1.1", false},
+                                                {"0.0.0.0", false},   {"", false}};
+  for (const auto& [sz, bLocal] : cases) EXPECT_EQ(IsLocalIpv4Address(sz), bLocal) << sz;
 }
 
 TEST(PathMapper, TranslatesBothWays) {

@@ -286,6 +286,10 @@ void FormView::Build(ui::Control& c) {
 
 void FormView::RequestClose() {
   if (bHideOnClose_ || !form_.OnUserClose) {
+    if (bMinimiseOnClose_ && isVisible()) {
+      showMinimized();
+      return;
+    }
     loop_.Deliver([this] { form_.Hide(); });
     return;
   }

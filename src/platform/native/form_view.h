@@ -29,6 +29,9 @@ class FormView : public QWidget {
   ui::Form& Model() { return form_; }
   // Closing the window only hides it (the agent's own window).
   void SetHideOnClose(bool b) { bHideOnClose_ = b; }
+  // Where closing would hide a shown window, minimise it instead: without a tray icon
+  // nothing could show it again.
+  void SetMinimiseOnClose(bool b) { bMinimiseOnClose_ = b; }
   // The desktop or another program asks the window to close.
   void RequestClose();
   // The widget that renders a control; nullptr for timers and unknown kinds.
@@ -59,6 +62,7 @@ class FormView : public QWidget {
   bool bAbsolute_ = false;
   bool bFill_ = false;
   bool bHideOnClose_ = false;
+  bool bMinimiseOnClose_ = false;
   bool bSyncing_ = false;
   bool bUserEdit_ = false;
   std::string sCaption_;

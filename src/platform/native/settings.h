@@ -21,6 +21,7 @@ struct NativeSettings {
   double dTimeScale = 1.0;             // agent seconds per real second
   bool bOffscreen = false;             // no display: offscreen widgets, window table
   bool bLogToStdout = false;           // mirror the activity log to standard output
+  bool bLogToStdoutSet = false;        // chosen by an option or variable, not by the display
   std::string sWindowTable;            // per-session window table ("" = default path)
   std::string sSystemFolder;           // "system" folder ("" = agent folder + /system)
   std::string sMachineRegistryFile;    // store of HKEY_LOCAL_MACHINE values
@@ -31,15 +32,20 @@ struct NativeSettings {
   double dCloseWaitSeconds = 0.25;  // real seconds SendClose waits for the owner
   bool bShowSetup = false;          // open the Agent Setup window at start
   bool bHelp = false;
+  bool bVersion = false;
 };
 
 using EnvLookup = std::function<std::optional<std::string>(const std::string& sName)>;
 
 // Fills the settings from the environment first, then from the options (which win).
 // Defaults that depend on the session (XDG folders, window table path) are filled
-// in as well. False with sError set on a bad option or value.
+// in as well. False with sError set (one line) on a bad option or value; an option's
+// value is never taken from a following word that starts with '-'.
 bool ParseNativeSettings(const std::vector<std::string>& args, const EnvLookup& env,
                          NativeSettings& settings, std::string& sError);
+
+// Whether this machine owns the IPv4 address (a socket can be bound to it).
+bool IsLocalIpv4Address(const std::string& sAddress);
 
 // The text of --help: every option and its environment variable.
 std::string NativeSettingsHelp(const std::string& sProgram);

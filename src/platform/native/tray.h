@@ -1,6 +1,7 @@
 #pragma once
 // The agent's tray icon: "Show log", "Agent Setup..." and "Quit". Quit is the one way
-// to end the agent from the desktop; closing its window only hides it.
+// to end the agent from the desktop; closing its window only hides it (or minimises it
+// where the desktop shows no tray).
 #include <functional>
 #include <memory>
 

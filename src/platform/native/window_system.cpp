@@ -163,6 +163,7 @@ void NativeWindowSystem::AttachForm(ui::Form& form) {
   auto* view = new FormView(form, loop_);
   views_[&form] = view;
   view->SetHideOnClose(hideOnClose_.count(&form) > 0);
+  view->SetMinimiseOnClose(bMinimiseOnClose_);
   if (table_) {
     const std::int64_t h = table_->Add(kFormWindowClass, form.Caption());
     tableHandles_[&form] = h;
@@ -196,6 +197,11 @@ void NativeWindowSystem::DetachForm(ui::Form& form) {
 void NativeWindowSystem::SetHideOnClose(ui::Form& form) {
   hideOnClose_.insert(&form);
   if (auto* view = ViewOf(form)) view->SetHideOnClose(true);
+}
+
+void NativeWindowSystem::SetMinimiseOnClose(bool b) {
+  bMinimiseOnClose_ = b;
+  for (auto& [form, view] : views_) view->SetMinimiseOnClose(b);
 }
 
 FormView* NativeWindowSystem::ViewOf(const ui::Form& form) const {

@@ -43,6 +43,8 @@ class NativeWindowSystem : public platform::WindowSystem {
 
   // Closing this form's window hides it instead of asking the agent.
   void SetHideOnClose(ui::Form& form);
+  // Closing any window that would hide minimises it instead (a desktop without a tray).
+  void SetMinimiseOnClose(bool b);
   FormView* ViewOf(const ui::Form& form) const;
   bool UsesWindowTable() const { return table_ != nullptr; }
 
@@ -64,6 +66,7 @@ class NativeWindowSystem : public platform::WindowSystem {
   std::map<const ui::Form*, FormView*> views_;
   std::map<const ui::Form*, std::int64_t> tableHandles_;
   std::set<const ui::Form*> hideOnClose_;
+  bool bMinimiseOnClose_ = false;
   std::vector<platform::WindowHandle> snapshot_;
   QFileSystemWatcher* watcher_ = nullptr;
   QTimer* poll_ = nullptr;

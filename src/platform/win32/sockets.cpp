@@ -1,0 +1,501 @@
+#include "platform/win32/sockets.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/win32/win.h"
+
+namespace launchagent::win32 {
+namespace {
+
+constexpr Long kMaxIndex = 32767;
+constexpr UINT kSocketMessage = WM_APP + 1;    // WSAAsyncSelect events
+constexpr UINT kDeferredMessage = WM_APP + 2;  // our own events that must come later
+constexpr const char* kSocketsClass = "LaunchAgentSockets";
+// How long a send waits for room in a full send buffer.
+constexpr long kSendWaitMs = 2000;
+
+SOCKET S(std::uintptr_t s) { return static_cast<SOCKET>(s); }
+
+std::string Trim(const std::string& s) {
+  const auto b = s.find_first_not_of(" \t\r\n");
+  if (b == std::string::npos) return "";
+  return s.substr(b, s.find_last_not_of(" \t\r\n") - b + 1);
+}
+
+sockaddr_in Address(const Ipv4& a, Long lngPort) {
+  sockaddr_in sin{};
+  sin.sin_family = AF_INET;
+  sin.sin_port = htons(static_cast<u_short>(lngPort));
+  std::memcpy(&sin.sin_addr, a.data(), 4);
+  return sin;
+}
+
+Ipv4 BindAddress(const std::string& s) {
+  if (auto a = ParseIpv4(s)) return *a;
+  return Ipv4{0, 0, 0, 0};
+}
+
+LRESULT CALLBACK SocketsProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
+  auto* self = reinterpret_cast<Win32SocketArray*>(GetWindowLongPtrA(hWnd, GWLP_USERDATA));
+  if (self && uMsg == kSocketMessage) {
+    self->OnSocketEvent(wParam, WSAGETSELECTEVENT(lParam), WSAGETSELECTERROR(lParam));
+    return 0;
+  }
+  if (self && uMsg == kDeferredMessage) {
+    // lParam carries the socket the event was meant for, so a reused slot ignores it.
+    self->OnDeferred(static_cast<Long>(wParam & 0x7fffffff), static_cast<std::uintptr_t>(lParam),
+                     (wParam & 0x80000000u) != 0);
+    return 0;
+  }
+  return DefWindowProcA(hWnd, uMsg, wParam, lParam);
+}
+
+HWND MakeWindow(void* self) {
+  static const bool bRegistered = [] {
+    WNDCLASSA wc{};
+    wc.lpfnWndProc = SocketsProc;
+    wc.hInstance = GetModuleHandleA(nullptr);
+    wc.lpszClassName = kSocketsClass;
+    return RegisterClassA(&wc) != 0;
+  }();
+  (void)bRegistered;
+  HWND h = CreateWindowExA(0, kSocketsClass, "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                           GetModuleHandleA(nullptr), nullptr);
+  if (h) SetWindowLongPtrA(h, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+  return h;
+}
+
+// Every byte waiting on a non-blocking socket, up to nRoom.
+void ReadWaiting(SOCKET s, Bytes& out, size_t nRoom) {
+  char buf[8192];
+  while (nRoom > 0) {
+    const int n = recv(s, buf, static_cast<int>(std::min(nRoom, sizeof buf)), 0);
+    if (n <= 0) break;
+    out.insert(out.end(), buf, buf + n);
+    nRoom -= static_cast<size_t>(n);
+  }
+}
+
+}  // namespace
+
+Win32SocketArray::Win32SocketArray(Win32EventLoop& loop, HostsFile& hosts, std::string sBindAddress)
+    : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)) {
+  hWnd_ = MakeWindow(this);
+  if (!hWnd_) OutputDebugStringA("launch agent: a socket table's window could not be made\n");
+  slots_[0] = NewSlot();
+}
+
+Win32SocketArray::~Win32SocketArray() {
+  alive_.reset();
+  if (hWnd_) {
+    SetWindowLongPtrA(static_cast<HWND>(hWnd_), GWLP_USERDATA, 0);
+    DestroyWindow(static_cast<HWND>(hWnd_));
+  }
+  for (auto& [i, slot] : slots_) Release(slot);
+  for (auto& [id, s] : pending_) closesocket(S(s));
+}
+
+Win32SocketArray::Slot Win32SocketArray::NewSlot() const {
+  Slot slot;
+  slot.socket = INVALID_SOCKET;
+  return slot;
+}
+
+Win32SocketArray::Slot* Win32SocketArray::Find(Long lngIndex) {
+  auto it = slots_.find(lngIndex);
+  return it == slots_.end() ? nullptr : &it->second;
+}
+
+const Win32SocketArray::Slot* Win32SocketArray::Find(Long lngIndex) const {
+  auto it = slots_.find(lngIndex);
+  return it == slots_.end() ? nullptr : &it->second;
+}
+
+void Win32SocketArray::Release(Slot& slot) {
+  if (slot.socket != INVALID_SOCKET) {
+    // Events still queued for it find no slot and are dropped.
+    closesocket(S(slot.socket));
+    slot.socket = INVALID_SOCKET;
+  }
+}
+
+bool Win32SocketArray::Watch(std::uintptr_t s, long lngEvents) {
+  return hWnd_ && WSAAsyncSelect(S(s), static_cast<HWND>(hWnd_), kSocketMessage, lngEvents) == 0;
+}
+
+void Win32SocketArray::PostDeferred(Long lngIndex, std::uintptr_t s, bool bFailed) {
+  const WPARAM w = static_cast<WPARAM>(lngIndex) | (bFailed ? 0x80000000u : 0u);
+  PostMessageA(static_cast<HWND>(hWnd_), kDeferredMessage, w, static_cast<LPARAM>(s));
+}
+
+bool Win32SocketArray::Load(Long lngIndex) {
+  if (lngIndex <= 0 || lngIndex > kMaxIndex || slots_.count(lngIndex)) return false;
+  slots_[lngIndex] = NewSlot();
+  return true;
+}
+
+bool Win32SocketArray::Exists(Long lngIndex) const { return Find(lngIndex) != nullptr; }
+
+Long Win32SocketArray::UBound() const { return slots_.rbegin()->first; }
+
+bool Win32SocketArray::SetLocalPort(Long lngIndex, Long lngPort) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || lngPort < 0 || lngPort > 65535) return false;
+  slot->lngLocalPort = lngPort;
+  return true;
+}
+
+bool Win32SocketArray::SetRemoteHost(Long lngIndex, const std::string& sHost) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return false;
+  slot->sRemoteHost = sHost;
+  return true;
+}
+
+bool Win32SocketArray::SetRemotePort(Long lngIndex, Long lngPort) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || lngPort < 0 || lngPort > 65535) return false;
+  slot->lngRemotePort = lngPort;
+  return true;
+}
+
+bool Win32SocketArray::SetTag(Long lngIndex, const std::string& sTag) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return false;
+  slot->sTag = sTag;
+  return true;
+}
+
+std::optional<std::string> Win32SocketArray::Tag(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot) return std::nullopt;
+  return slot->sTag;
+}
+
+std::optional<Integer> Win32SocketArray::State(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot) return std::nullopt;
+  return slot->nState;
+}
+
+Long Win32SocketArray::BoundPort(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket == INVALID_SOCKET) return 0;
+  sockaddr_in sin{};
+  int nLen = sizeof sin;
+  if (getsockname(S(slot->socket), reinterpret_cast<sockaddr*>(&sin), &nLen) != 0) return 0;
+  return ntohs(sin.sin_port);
+}
+
+bool Win32SocketArray::Listen(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->nState != platform::kSckClosed) return false;
+  SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  if (s == INVALID_SOCKET) return false;
+  // Nobody else may take the port while we hold it.
+  BOOL bExclusive = TRUE;
+  setsockopt(s, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&bExclusive),
+             sizeof bExclusive);
+  const sockaddr_in sin = Address(BindAddress(sBindAddress_), slot->lngLocalPort);
+  if (bind(s, reinterpret_cast<const sockaddr*>(&sin), sizeof sin) != 0 ||
+      listen(s, SOMAXCONN) != 0 || !Watch(s, FD_ACCEPT)) {
+    closesocket(s);
+    return false;
+  }
+  slot->leftover.clear();
+  slot->socket = s;
+  slot->nState = platform::kSckListening;
+  return true;
+}
+
+void Win32SocketArray::OnSocketEvent(std::uintptr_t s, unsigned nEvent, unsigned nError) {
+  Long lngIndex = -1;
+  for (auto& [i, slot] : slots_)
+    if (slot.socket == s) lngIndex = i;
+  if (lngIndex < 0) return;  // a request not taken yet, or a socket already closed
+  switch (nEvent) {
+    case FD_ACCEPT:
+      OnAccept(lngIndex);
+      break;
+    case FD_CONNECT: {
+      Slot* slot = Find(lngIndex);
+      if (nError != 0) {
+        slot->nState = platform::kSckError;
+        Release(*slot);
+      } else {
+        slot->nState = platform::kSckConnected;
+      }
+      break;
+    }
+    case FD_READ:
+      OnReadable(lngIndex);
+      break;
+    case FD_CLOSE:
+      OnGone(lngIndex, nError != 0);
+      break;
+    default:
+      break;
+  }
+}
+
+void Win32SocketArray::OnAccept(Long lngIndex) {
+  const std::uintptr_t listener = Find(lngIndex)->socket;
+  const std::weak_ptr<bool> alive = alive_;
+  while (true) {
+    const SOCKET s = accept(S(listener), nullptr, nullptr);
+    if (s == INVALID_SOCKET) return;  // nothing more waiting
+    const Long lngId = lngNextRequest_;
+    lngNextRequest_ = lngNextRequest_ >= 0x7ffffffe ? 1 : lngNextRequest_ + 1;
+    pending_[lngId] = s;
+    loop_.Deliver([this, lngIndex, lngId] {
+      if (OnConnectionRequest) OnConnectionRequest(lngIndex, lngId);
+    });
+    if (!alive.lock()) return;  // the table went with its form; it refused the rest
+    // A request nobody accepted is refused.
+    if (auto it = pending_.find(lngId); it != pending_.end()) {
+      closesocket(S(it->second));
+      pending_.erase(it);
+    }
+    const Slot* slot = Find(lngIndex);
+    if (!slot || slot->socket != listener) return;
+  }
+}
+
+bool Win32SocketArray::Accept(Long lngIndex, Long lngRequestId) {
+  Slot* slot = Find(lngIndex);
+  auto it = pending_.find(lngRequestId);
+  if (!slot || it == pending_.end() || slot->nState != platform::kSckClosed) return false;
+  const std::uintptr_t s = it->second;
+  pending_.erase(it);
+  slot->leftover.clear();
+  slot->socket = s;
+  if (!Watch(s, FD_READ | FD_CLOSE)) {
+    slot->nState = platform::kSckError;
+    Release(*slot);
+    return true;
+  }
+  slot->nState = platform::kSckConnected;
+  // Bytes that came with the request, or a peer that already left, show up as soon as
+  // the loop runs.
+  PostDeferred(lngIndex, s, false);
+  return true;
+}
+
+void Win32SocketArray::OnDeferred(Long lngIndex, std::uintptr_t s, bool bFailed) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket != s) return;
+  if (bFailed) {
+    slot->nState = platform::kSckError;
+    Release(*slot);
+    return;
+  }
+  u_long lngWaiting = 0;
+  if (ioctlsocket(S(s), FIONREAD, &lngWaiting) == 0 && lngWaiting > 0) {
+    OnReadable(lngIndex);
+    return;
+  }
+  char c;
+  if (recv(S(s), &c, 1, MSG_PEEK) == 0) OnGone(lngIndex, false);  // the peer gave up
+}
+
+void Win32SocketArray::OnReadable(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket == INVALID_SOCKET) return;
+  const std::uintptr_t s = slot->socket;
+  u_long lngWaiting = 0;
+  if (ioctlsocket(S(s), FIONREAD, &lngWaiting) != 0) lngWaiting = 0;
+  const unsigned long long ullTotal = slot->leftover.size() + lngWaiting;
+  if (ullTotal == 0) return;
+  const Long lngBytes = static_cast<Long>(std::min<unsigned long long>(ullTotal, kMaxArrivalBytes));
+  const std::weak_ptr<bool> alive = alive_;
+  loop_.Deliver([this, lngIndex, lngBytes] {
+    if (OnDataArrival) OnDataArrival(lngIndex, lngBytes);
+  });
+  if (!alive.lock()) return;
+  // What the handler left unread is taken into the table (up to the cap), so the
+  // socket reports new bytes and the peer's close again, as it does after every read.
+  slot = Find(lngIndex);
+  if (slot && slot->socket == s && slot->leftover.size() < static_cast<size_t>(kMaxArrivalBytes))
+    ReadWaiting(S(s), slot->leftover, kMaxArrivalBytes - slot->leftover.size());
+}
+
+void Win32SocketArray::OnGone(Long lngIndex, bool bError) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket == INVALID_SOCKET) return;
+  const bool bWasConnected = slot->nState == platform::kSckConnected;
+  // Keep what the peer sent last so a read still finds it; give the socket back. The
+  // position stays, in state 8, until the agent closes it.
+  if (slot->leftover.size() < static_cast<size_t>(kMaxArrivalBytes))
+    ReadWaiting(S(slot->socket), slot->leftover, kMaxArrivalBytes - slot->leftover.size());
+  slot->nState = bWasConnected && !bError ? platform::kSckClosing : platform::kSckError;
+  Release(*slot);
+}
+
+bool Win32SocketArray::Connect(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->nState != platform::kSckClosed) return false;
+  const std::string sHost = Trim(slot->sRemoteHost);
+  if (sHost.empty() || slot->lngRemotePort <= 0) return false;
+  SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  if (s == INVALID_SOCKET) return false;
+  if (!sBindAddress_.empty() || slot->lngLocalPort != 0) {
+    const sockaddr_in local = Address(BindAddress(sBindAddress_), slot->lngLocalPort);
+    if (bind(s, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
+      closesocket(s);
+      return false;
+    }
+  }
+  if (!Watch(s, FD_CONNECT | FD_READ | FD_CLOSE)) {
+    closesocket(s);
+    return false;
+  }
+  slot->leftover.clear();
+  slot->socket = s;
+  slot->nState = platform::kSckConnecting;
+  std::optional<Ipv4> address = ParseIpv4(sHost);
+  if (!address) address = hosts_.Lookup(sHost);
+  if (!address) {
+    if (const hostent* he = gethostbyname(sHost.c_str());
+        he && he->h_addrtype == AF_INET && he->h_addr_list && he->h_addr_list[0]) {
+      Ipv4 a{};
+      std::memcpy(a.data(), he->h_addr_list[0], 4);
+      address = a;
+    }
+  }
+  bool bStarted = false;
+  if (address) {
+    const sockaddr_in remote = Address(*address, slot->lngRemotePort);
+    bStarted = connect(s, reinterpret_cast<const sockaddr*>(&remote), sizeof remote) == 0 ||
+               WSAGetLastError() == WSAEWOULDBLOCK;
+  }
+  // A failure found at once is reported later, as one found on the way would be.
+  if (!bStarted) PostDeferred(lngIndex, s, true);
+  return true;
+}
+
+bool Win32SocketArray::SendData(Long lngIndex, const Bytes& data) {
+  Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket == INVALID_SOCKET || slot->nState != platform::kSckConnected)
+    return false;
+  const SOCKET s = S(slot->socket);
+  size_t nDone = 0;
+  while (nDone < data.size()) {
+    const int n = send(s, reinterpret_cast<const char*>(data.data()) + nDone,
+                       static_cast<int>(std::min<size_t>(data.size() - nDone, 1 << 20)), 0);
+    if (n > 0) {
+      nDone += static_cast<size_t>(n);
+      continue;
+    }
+    if (WSAGetLastError() != WSAEWOULDBLOCK) return false;
+    fd_set writable;
+    FD_ZERO(&writable);
+    FD_SET(s, &writable);
+    timeval tv{kSendWaitMs / 1000, (kSendWaitMs % 1000) * 1000};
+    if (select(0, nullptr, &writable, nullptr, &tv) <= 0) return false;
+  }
+  return true;
+}
+
+std::optional<Bytes> Win32SocketArray::GetData(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return std::nullopt;
+  Bytes out = std::move(slot->leftover);
+  slot->leftover.clear();
+  if (slot->socket != INVALID_SOCKET && out.size() < static_cast<size_t>(kMaxArrivalBytes))
+    ReadWaiting(S(slot->socket), out, kMaxArrivalBytes - out.size());
+  return out;
+}
+
+bool Win32SocketArray::Close(Long lngIndex) {
+  Slot* slot = Find(lngIndex);
+  if (!slot) return false;
+  Release(*slot);
+  slot->leftover.clear();
+  slot->nState = platform::kSckClosed;
+  return true;
+}
+
+std::unique_ptr<platform::SocketArray> Win32Network::CreateSocketArray(const std::string&) {
+  return std::make_unique<Win32SocketArray>(loop_, hosts_, sBindAddress_);
+}
+
+Long Win32SocketsLibrary::Startup(std::uint16_t wVersionRequested,
+                                  platform::SocketsStartupData& data) {
+  WSADATA wsa{};
+  const int r = WSAStartup(wVersionRequested, &wsa);
+  if (r != 0) return r;
+  data.wVersion = wsa.wVersion;
+  data.wHighVersion = wsa.wHighVersion;
+  data.lngMaxSockets = wsa.iMaxSockets;
+  ++nStartups_;
+  return 0;
+}
+
+// The backend holds a Winsock reference of its own for its socket arrays, so Winsock
+// alone would let the agent clean up more often than it started; count the agent's own.
+Long Win32SocketsLibrary::Cleanup() {
+  if (nStartups_ == 0) {
+    WSASetLastError(WSANOTINITIALISED);
+    return -1;
+  }
+  --nStartups_;
+  return WSACleanup() == 0 ? 0 : -1;
+}
+
+Long Win32SocketsLibrary::LastError() { return WSAGetLastError(); }
+
+std::optional<std::string> Win32SocketsLibrary::HostName() {
+  if (!sHostName_.empty()) return sHostName_;
+  char buf[256] = {};
+  if (gethostname(buf, sizeof buf - 1) != 0) return std::nullopt;
+  return std::string(buf);
+}
+
+std::optional<platform::HostEntry> Win32SocketsLibrary::HostByName(const std::string& sNameIn) {
+  const std::string sName = Trim(sNameIn);
+  auto Entry = [](const Ipv4& a) {
+    platform::HostEntry e;
+    e.nAddressLength = 4;
+    e.addresses.push_back(a);
+    return e;
+  };
+  if (sName.empty() || sName.size() > 255) {
+    WSASetLastError(WSAHOST_NOT_FOUND);
+    return std::nullopt;
+  }
+  if (auto a = ParseIpv4(sName)) return Entry(*a);
+  if (auto a = hosts_.Lookup(sName)) return Entry(*a);
+  // Our own overridden name stands for the address we bind to.
+  if (!sHostName_.empty() && !sBindAddress_.empty() &&
+      _stricmp(sName.c_str(), sHostName_.c_str()) == 0)
+    if (auto a = ParseIpv4(sBindAddress_)) return Entry(*a);
+  const hostent* he = gethostbyname(sName.c_str());
+  if (!he || he->h_addrtype != AF_INET || he->h_length != 4 || !he->h_addr_list)
+    return std::nullopt;
+  platform::HostEntry e;
+  for (char** p = he->h_addr_list; *p; ++p) {
+    Ipv4 a{};
+    std::memcpy(a.data(), *p, 4);
+    if (std::find(e.addresses.begin(), e.addresses.end(), a) == e.addresses.end())
+      e.addresses.push_back(a);
+  }
+  if (e.addresses.empty()) {
+    WSASetLastError(WSAHOST_NOT_FOUND);
+    return std::nullopt;
+  }
+  return e;
+}
+
+bool IsLocalAddress(const std::string& sAddress) {
+  const auto a = ParseIpv4(sAddress);
+  if (!a) return false;
+  SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  if (s == INVALID_SOCKET) return false;
+  const sockaddr_in sin = Address(*a, 0);
+  const bool bLocal = bind(s, reinterpret_cast<const sockaddr*>(&sin), sizeof sin) == 0;
+  closesocket(s);
+  return bLocal;
+}
+
+}  // namespace launchagent::win32

@@ -1,0 +1,96 @@
+// Other programs' top-level windows, the agent's own forms as windows, the shell's
+// results, and the Run value's registry calls.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "backend.h"
+#include "platform/ui/form.h"
+
+namespace launchagent::contract {
+namespace {
+
+constexpr const char* kFormClass = "ThunderRT6FormDC";
+
+TEST_P(Contract, ShellResultsTellStartedFromMissing) {
+  In([&] {
+    struct Case {
+      const char* sWhat;
+      std::string sFile;
+      bool bStarted;
+      Long lngFailure;  // when not started
+    };
+    const std::vector<Case> cases = {
+        {"missing file", B().Scratch() + "\\Varno9.exe", false, 2},
+        {"missing folder", B().Scratch() + "\\nope\\Varno9.exe", false,
+         Long{Differences().bMissingFolderIsPathNotFound ? 3 : 2}},
+        {"the stand-in", B().StandInPath(), true, 0},
+    };
+    for (const auto& c : cases) {
+      const Long r = P().shell.Execute("open", c.sFile, "-default", "", 1);
+      if (c.bStarted)
+        EXPECT_GT(r, 32) << c.sWhat;
+      else
+        EXPECT_EQ(r, c.lngFailure) << c.sWhat;
+    }
+    // Leave nothing running behind: the started stand-in closes on request.
+    if (Until([&] { return P().windows.FindWindowByTitle("Varno") != 0; }))
+      P().windows.SendClose(P().windows.FindWindowByTitle("Varno"));
+    Until([&] { return P().windows.FindWindowByTitle("Varno") == 0; });
+  });
+}
+
+// The check-in's view of the main application: found by title whatever its class, walked
+// in Z order, read, and closed with a request its owner handles.
+TEST_P(Contract, AnotherProgramsWindowIsFoundReadAndClosed) {
+  In([&] {
+    auto& w = P().windows;
+    EXPECT_EQ(w.FindWindowByTitle("Varno"), 0);
+    ASSERT_GT(P().shell.Execute("open", B().StandInPath(), "-default", "", 1), 32);
+    ASSERT_TRUE(Until([&] { return w.FindWindowByTitle("Varno") != 0; }));
+    const auto h = w.FindWindowByTitle("Varno");
+    EXPECT_EQ(w.ClassName(h, 255), kFormClass);
+    EXPECT_EQ(w.WindowText(h, 255), "Varno");
+    // Buffers cut the text to one character less than their length.
+    EXPECT_EQ(w.ClassName(h, 7), "Thunde");
+    EXPECT_EQ(w.WindowText(h, 4), "Var");
+
+    // The agent's own window is a top-level window of the same class.
+    ui::Form form("frmLaunch", "Launch Service for Varno");
+    w.AttachForm(form);
+    const auto hOwn = w.FindWindowByTitle("Launch Service for Varno");
+    ASSERT_NE(hOwn, 0);
+    EXPECT_NE(hOwn, h);
+    EXPECT_EQ(w.ClassName(hOwn, 255), kFormClass);
+    // Walking down from the top reaches both windows, each once, and ends.
+    std::vector<platform::WindowHandle> seen;
+    for (auto x = w.FindWindowByTitle("Varno"); x != 0 && seen.size() < 10000; x = w.NextWindow(x))
+      seen.push_back(x);
+    EXPECT_LT(seen.size(), 10000u) << "the Z order walk never ends";
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), h), 1);
+    w.DetachForm(form);
+    EXPECT_EQ(w.FindWindowByTitle("Launch Service for Varno"), 0);
+
+    EXPECT_TRUE(w.SendClose(h));
+    ASSERT_TRUE(Until([&] { return w.FindWindowByTitle("Varno") == 0; }));
+    EXPECT_FALSE(w.SendClose(h)) << "a close to a window that is gone";
+    EXPECT_FALSE(w.ClassName(h, 255).has_value());
+  });
+}
+
+TEST_P(Contract, RunValueIsWrittenThroughTheRegistry) {
+  In([&] {
+    auto& r = P().registry;
+    const std::string sKey = "Software\\LaunchAgentContract\\Run";
+    const auto key = r.CreateKey(platform::RegistryRoot::CurrentUser, sKey);
+    ASSERT_TRUE(key.has_value());
+    EXPECT_TRUE(r.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));
+    EXPECT_TRUE(r.SetStringValue(*key, "1", "C:\\Launch2\\Launch.exe")) << "replacing";
+    EXPECT_TRUE(r.CloseKey(*key));
+    EXPECT_EQ(B().RegistryValue(platform::RegistryRoot::CurrentUser, sKey, "1"),
+              "C:\\Launch2\\Launch.exe");
+  });
+}
+
+}  // namespace
+}  // namespace launchagent::contract

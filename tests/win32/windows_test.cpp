@@ -1,0 +1,274 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "platform/ui/form.h"
+#include "platform/win32/desktop.h"
+#include "platform/win32/files.h"
+#include "platform/win32/shell.h"
+#include "platform/win32/window_system.h"
+#include "win32_test_support.h"
+
+namespace launchagent::win32 {
+namespace {
+
+HWND H(void* p) { return static_cast<HWND>(p); }
+HWND H(platform::WindowHandle h) { return reinterpret_cast<HWND>(static_cast<INT_PTR>(h)); }
+
+std::string TextOf(HWND h) {
+  char buf[4096] = {};
+  GetWindowTextA(h, buf, sizeof buf);
+  return buf;
+}
+
+class WindowsTest : public Win32LoopTest {
+ protected:
+  Win32WindowSystem windows{loop, false};
+};
+
+TEST_F(WindowsTest, FormsAreTopLevelWindowsOthersCanFindAndClose) {
+  ui::Form form("frmTest", "Launch Smoke Window");
+  int nCloses = 0;
+  form.OnUserClose = [&] { ++nCloses; };
+  windows.AttachForm(form);
+  const auto h = windows.FindWindowByTitle("Launch Smoke Window");
+  ASSERT_NE(h, 0);
+  EXPECT_EQ(windows.ClassName(h, 256), "ThunderRT6FormDC");
+  EXPECT_EQ(windows.ClassName(h, 7), "Thunde") << "cut to the buffer";
+  EXPECT_EQ(windows.FindWindowByTitle("launch smoke window"), 0) << "titles compare exactly";
+
+  form.SetCaption("Launch Smoke Renamed");
+  EXPECT_EQ(windows.WindowText(h, 256), "Launch Smoke Renamed");
+  EXPECT_EQ(windows.FindWindowByTitle("Launch Smoke Renamed"), h);
+
+  EXPECT_TRUE(windows.SendClose(h));
+  EXPECT_EQ(nCloses, 1);
+  windows.DetachForm(form);
+  EXPECT_EQ(windows.FindWindowByTitle("Launch Smoke Renamed"), 0);
+  EXPECT_FALSE(windows.ClassName(h, 256).has_value());
+  EXPECT_FALSE(windows.SendClose(h));
+}
+
+TEST_F(WindowsTest, WindowsOfTheDesktopAreWalkedInZOrder) {
+  HWND hOther = CreateWindowExA(0, "STATIC", "Launch Smoke Other", WS_POPUP, 0, 0, 10, 10, nullptr,
+                                nullptr, nullptr, nullptr);
+  ASSERT_NE(hOther, nullptr);
+  const auto h = windows.FindWindowByTitle("Launch Smoke Other");
+  ASSERT_EQ(H(h), hOther);
+  // Walking on from it ends, and every step is a window with a class.
+  int nSteps = 0;
+  for (auto next = windows.NextWindow(h); next != 0 && nSteps < 10000;
+       next = windows.NextWindow(next), ++nSteps)
+    EXPECT_TRUE(windows.ClassName(next, 256).has_value());
+  EXPECT_LT(nSteps, 10000);
+  DestroyWindow(hOther);
+  EXPECT_EQ(windows.NextWindow(h), 0);
+}
+
+TEST_F(WindowsTest, ControlsFollowTheirModelsAndClicksReachThem) {
+  ui::Form form("frmSetup", "Launch Smoke Setup");
+  auto& check = form.Add<ui::CheckBox>("chkOption", "Option");
+  auto& list = form.Add<ui::ListBox>("lstHosts", true);
+  auto& button = form.Add<ui::CommandButton>("cmdGo", "Go");
+  auto& label = form.Add<ui::Label>("lblInfo", "Info");
+  int nChecks = 0, nButtons = 0, nListClicks = 0;
+  check.OnClick = [&] { ++nChecks; };
+  button.OnClick = [&] { ++nButtons; };
+  list.OnClick = [&] { ++nListClicks; };
+  windows.AttachForm(form);
+  FormWindow* window = windows.WindowOf(form);
+  ASSERT_NE(window, nullptr);
+  HWND hCheck = H(window->ControlHandle("chkOption"));
+  HWND hList = H(window->ControlHandle("lstHosts"));
+  HWND hButton = H(window->ControlHandle("cmdGo"));
+  ASSERT_TRUE(hCheck && hList && hButton);
+
+  // The user clicks: the models change and their handlers run.
+  SendMessageA(hCheck, BM_CLICK, 0, 0);
+  EXPECT_EQ(check.Value(), 1);
+  EXPECT_EQ(nChecks, 1);
+  SendMessageA(hButton, BM_CLICK, 0, 0);
+  EXPECT_EQ(nButtons, 1);
+  button.SetEnabled(false);
+  EXPECT_FALSE(IsWindowEnabled(hButton));
+
+  // The program changes the models: the controls follow.
+  check.SetValue(0);
+  EXPECT_EQ(SendMessageA(hCheck, BM_GETCHECK, 0, 0), BST_UNCHECKED);
+  label.SetCaption("Changed");
+  EXPECT_EQ(TextOf(H(window->ControlHandle("lblInfo"))), "Changed");
+  for (const char* sz : {"pc1", "pc2", "pc3"}) list.AddItem(sz);
+  list.SetSelected(2, true);
+  EXPECT_EQ(SendMessageA(hList, LB_GETCOUNT, 0, 0), 3);
+  EXPECT_EQ(SendMessageA(hList, LB_GETSEL, 2, 0), TRUE);
+  EXPECT_EQ(SendMessageA(hList, LB_GETSEL, 0, 0), FALSE);
+  EXPECT_EQ(nListClicks, 0) << "a program's change is no click";
+  list.RemoveItem(0);
+  EXPECT_EQ(SendMessageA(hList, LB_GETCOUNT, 0, 0), 2);
+  windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, PlacedControlsSitInTheirFramesAndFollowALargerWindow) {
+  ui::Form form("frmSetup", "Launch Smoke Layout");
+  form.nWidth = 400;
+  form.nHeight = 300;
+  auto place = [](ui::Control& c, const char* szIn, int x, int y, int w, int h) {
+    c.sContainer = szIn;
+    c.nLeft = x, c.nTop = y, c.nWidth = w, c.nHeight = h;
+  };
+  place(form.Add<ui::Frame>("fra", "Frame"), "", 10, 10, 380, 200);
+  place(form.Add<ui::ListBox>("lst"), "fra", 8, 20, 360, 170);
+  place(form.Add<ui::CommandButton>("cmd", "OK"), "", 300, 260, 90, 30);
+  windows.AttachForm(form);
+  FormWindow* window = windows.WindowOf(form);
+  ASSERT_NE(window, nullptr);
+  HWND hForm = H(window->Handle());
+  auto Rect = [&](const char* sz) {
+    RECT r{};
+    GetWindowRect(H(window->ControlHandle(sz)), &r);
+    MapWindowPoints(nullptr, hForm, reinterpret_cast<POINT*>(&r), 2);
+    return r;
+  };
+  const RECT list = Rect("lst");
+  EXPECT_EQ(list.left, 18);
+  EXPECT_EQ(list.top, 30);
+  const RECT button = Rect("cmd");
+  // Wider and taller: the frame crosses the middle and stretches, its list box with it
+  // only as far as its own hints say; the button beyond the middle moves.
+  RECT r{0, 0, 600, 500};
+  AdjustWindowRect(&r, WS_OVERLAPPEDWINDOW, FALSE);
+  SetWindowPos(hForm, nullptr, 0, 0, r.right - r.left, r.bottom - r.top,
+               SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  const RECT frame = Rect("fra");
+  EXPECT_EQ(frame.right - frame.left, 380 + 200);
+  EXPECT_EQ(frame.bottom - frame.top, 200 + 200);
+  const RECT moved = Rect("cmd");
+  EXPECT_EQ(moved.left - button.left, 200);
+  EXPECT_EQ(moved.top - button.top, 200);
+  EXPECT_EQ(moved.right - moved.left, 90);
+  windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, TheLogBoxTakesEveryLineButRefreshesAtABoundedRate) {
+  ui::Form form("frmLaunch", "Launch Smoke Log");
+  auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
+  windows.AttachForm(form);
+  FormWindow* window = windows.WindowOf(form);
+  ASSERT_NE(window, nullptr);
+  HWND hBox = H(window->ControlHandle("txtInfo"));
+  // Hidden, the window costs nothing to keep current.
+  for (int i = 0; i < 200; ++i)
+    log.SetText(log.Text() + "hidden line " + std::to_string(i) + "\r\n");
+  loop.WaitForEvents(0.2);
+  EXPECT_EQ(window->TextRefreshes(), 0);
+
+  form.Show();
+  EXPECT_EQ(TextOf(hBox), log.Text()) << "shown at once when the window appears";
+  const long long lngAfterShow = window->TextRefreshes();
+  const int nLines = 3000;
+  for (int i = 0; i < nLines; ++i) {
+    std::string s = log.Text() + "line " + std::to_string(i) + "\n";
+    log.SetText(std::move(s));
+    log.SetSelStart(static_cast<Long>(log.Text().size()));
+  }
+  EXPECT_LT(window->TextRefreshes() - lngAfterShow, 2) << "refreshed per line";
+  ASSERT_TRUE(PumpUntil([&] { return window->TextRefreshes() > lngAfterShow; }));
+  // The box holds every line, each "\n" shown as a line break.
+  const std::string sShown = [&] {
+    std::string s(static_cast<size_t>(GetWindowTextLengthA(hBox)) + 1, '\0');
+    s.resize(static_cast<size_t>(GetWindowTextA(hBox, s.data(), static_cast<int>(s.size()))));
+    return s;
+  }();
+  EXPECT_NE(sShown.find("line 0\r\nline 1\r\n"), std::string::npos);
+  EXPECT_EQ(sShown.size() - sShown.rfind("line 2999\r\n"), 11u);
+  DWORD dwStart = 0, dwEnd = 0;
+  SendMessageA(hBox, EM_GETSEL, reinterpret_cast<WPARAM>(&dwStart),
+               reinterpret_cast<LPARAM>(&dwEnd));
+  EXPECT_EQ(dwStart, sShown.size()) << "the caret follows the model's selection";
+  windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, OffscreenFormsKeepTheirBoxesCurrentAndHiddenBoxesStayHidden) {
+  for (bool bOffscreen : {true, false}) {
+    SCOPED_TRACE(bOffscreen ? "offscreen" : "on screen");
+    Win32WindowSystem system(loop, bOffscreen);
+    ui::Form form("frmSetup", "Launch Smoke Boxes");
+    auto& shown = form.Add<ui::TextBox>("txtLog", "", true);
+    auto& hidden = form.Add<ui::TextBox>("txtHidden", "", true);
+    hidden.SetVisible(false);
+    system.AttachForm(form);
+    FormWindow* window = system.WindowOf(form);
+    ASSERT_NE(window, nullptr);
+    form.Show();
+    EXPECT_EQ(IsWindowVisible(H(window->Handle())) != 0, !bOffscreen);
+    shown.SetText("first\r\n");
+    hidden.SetText("secret\r\n");
+    ASSERT_TRUE(
+        PumpUntil([&] { return TextOf(H(window->ControlHandle("txtLog"))) == "first\r\n"; }));
+    EXPECT_EQ(TextOf(H(window->ControlHandle("txtHidden"))), "secret\r\n");
+    EXPECT_FALSE(GetWindowLongA(H(window->ControlHandle("txtHidden")), GWL_STYLE) & WS_VISIBLE);
+    system.DetachForm(form);
+  }
+}
+
+TEST_F(WindowsTest, TypingInABoxReachesItsModel) {
+  ui::Form form("frmSetup", "Launch Smoke Typing");
+  auto& name = form.Add<ui::TextBox>("txtName", "old");
+  form.Add<ui::Label>("lbl", "x");
+  int nChanges = 0;
+  name.OnChange = [&] { ++nChanges; };
+  windows.AttachForm(form);
+  HWND hName = H(windows.WindowOf(form)->ControlHandle("txtName"));
+  ASSERT_NE(hName, nullptr);
+  EXPECT_EQ(TextOf(hName), "old");
+  SetWindowTextA(hName, "typed");  // as a user's edit, it notifies the form
+  EXPECT_EQ(name.Text(), "typed");
+  EXPECT_EQ(nChanges, 1);
+  name.SetText("set by the agent");
+  EXPECT_EQ(TextOf(hName), "set by the agent");
+  EXPECT_EQ(nChanges, 2);
+  windows.DetachForm(form);
+}
+
+TEST_F(WindowsTest, TheStandInOpensItsFormAndClosesWhenAsked) {
+  Win32FileSystem files;
+  Win32Shell shell;
+  const std::string sStandIn = files.AgentFolder() + "\\Varno2.exe";
+  ASSERT_GT(
+      shell.Execute("open", sStandIn, "-default --title \"Launch Smoke Varno\"", "", SW_SHOWNORMAL),
+      32);
+  platform::WindowHandle h = 0;
+  ASSERT_TRUE(
+      PumpUntil([&] { return (h = windows.FindWindowByTitle("Launch Smoke Varno")) != 0; }));
+  EXPECT_EQ(windows.ClassName(h, 256), "ThunderRT6FormDC");
+  EXPECT_TRUE(windows.SendClose(h));
+  ASSERT_TRUE(PumpUntil([&] { return windows.FindWindowByTitle("Launch Smoke Varno") == 0; }));
+}
+
+TEST_F(WindowsTest, AgentsOnDesktopsOfTheirOwnDoNotSeeEachOther) {
+  platform::WindowHandle hSeenThere = 0, hMadeThere = 0;
+  std::thread other([&] {
+    ASSERT_TRUE(JoinDesktop("la-smoke-desktop"));
+    Win32EventLoop otherLoop(time);
+    Win32WindowSystem otherWindows(otherLoop, true);
+    ui::Form form("frmLaunch", "Launch Smoke Isolated");
+    otherWindows.AttachForm(form);
+    hMadeThere = reinterpret_cast<INT_PTR>(otherWindows.WindowOf(form)->Handle());
+    hSeenThere = otherWindows.FindWindowByTitle("Launch Smoke Isolated");
+    otherWindows.DetachForm(form);
+  });
+  other.join();
+  SetEnvironmentVariableA(kDesktopVariable, nullptr);
+  EXPECT_NE(hMadeThere, 0);
+  EXPECT_EQ(hSeenThere, hMadeThere);
+  ui::Form form("frmLaunch", "Launch Smoke Isolated");
+  windows.AttachForm(form);
+  const auto hHere = windows.FindWindowByTitle("Launch Smoke Isolated");
+  EXPECT_NE(hHere, 0);
+  EXPECT_NE(hHere, hMadeThere);
+  windows.DetachForm(form);
+}
+
+}  // namespace
+}  // namespace launchagent::win32
