@@ -138,13 +138,16 @@ struct Type {
 struct CloseWindow {
   std::string sForm;  // the frame's close box
 };
+struct ShowForm {
+  std::string sForm;  // every control's state into the transcript
+};
 }  // namespace act
 
 using ActionBody =
     std::variant<act::StartAgent, act::Start, act::CloseApp, act::KillApp, act::KillAgent,
                  act::Crash, act::Restart, act::OpenSetup, act::ClockJump, act::Partition,
                  act::Heal, act::SendBytes, act::MergeNextSends, act::SplitNextSend, act::Click,
-                 act::Select, act::Type, act::CloseWindow>;
+                 act::Select, act::Type, act::CloseWindow, act::ShowForm>;
 
 struct Action {
   int nLine = 0;

@@ -57,6 +57,7 @@ class Parser {
   bool Send(Action& a, const Words& r);
   bool Control(Action& a, const Words& r, const std::string& sVerb);
   bool CloseWindow(Action& a, const Words& r);
+  bool ShowForm(Action& a, const Words& r);
 
   void Expect(const Words& t);
   void Chain(const Words& t);

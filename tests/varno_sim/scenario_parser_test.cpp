@@ -180,6 +180,8 @@ TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
       {"host a\nat 00:00:01 start-agent b\n" + kRun, 2, "unknown host 'b'"},
       {"host a\nat 1:99:00 crash a\n" + kRun, 2, "bad time"},
       {"host a\nat 00:00:01 dance a\n" + kRun, 2, "unknown action 'dance'"},
+      {"host a\nat 00:00:01 show a\n" + kRun, 2, "show HOST FORM"},
+      {"host a\nat 00:00:01 show b frmLaunch\n" + kRun, 2, "unknown host 'b'"},
       {"host a\nat 00:00:01 send a -> a hex 0\n" + kRun, 2, "pairs of hex digits"},
       {"host a\nat 00:00:01 send a -> a:99999 hex 00\n" + kRun, 2, "bad port"},
       {"host a\nat 00:00:01 click a cmdOk\n" + kRun, 2, "FORM.CONTROL"},
