@@ -16,6 +16,12 @@ struct CommandLine {
   bool bHelp = false;
   std::string sReport;  // write the picture of the run into this HTML file
   std::string sFile;
+  // A seeded fault campaign instead of a scenario file.
+  bool bCampaign = false;
+  std::uint64_t lngFirstSeed = 1;
+  std::uint64_t lngLastSeed = 200;
+  int nHosts = 3;
+  double dHours = 1.0;
 };
 
 // args without the program name. nullopt with sError on a bad command line.

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "campaign/campaign.h"
 #include "cli.h"
 #include "expectations.h"
 #include "report/html_report.h"
@@ -51,6 +52,18 @@ int Main(const std::vector<std::string>& args) {
   if (cl->bHelp) {
     std::cout << UsageText();
     return kExitDone;
+  }
+  if (cl->bCampaign) {
+    launchagent::campaign::CampaignOptions o;
+    o.lngFirstSeed = cl->lngFirstSeed;
+    o.lngLastSeed = cl->lngLastSeed;
+    o.nHosts = cl->nHosts;
+    o.dHours = cl->dHours;
+    o.bDeterminism = cl->bDeterminism;
+    // One seed shows its whole transcript, so that a reported seed can be read through.
+    if (o.lngFirstSeed == o.lngLastSeed && !cl->bQuiet)
+      o.sink = [](const std::string& s) { std::cout << s << "\n"; };
+    return launchagent::campaign::RunCampaign(o, std::cout).bFailed ? kExitFailed : kExitDone;
   }
   std::ifstream in(cl->sFile, std::ios::binary);
   if (!in) {

@@ -36,6 +36,7 @@ void Parser::At(const Words& t) {
       {"select", [](Parser& p, Action& a, const Words& r) { return p.Control(a, r, "select"); }},
       {"type", [](Parser& p, Action& a, const Words& r) { return p.Control(a, r, "type"); }},
       {"close-window", [](Parser& p, Action& a, const Words& r) { return p.CloseWindow(a, r); }},
+      {"show", [](Parser& p, Action& a, const Words& r) { return p.ShowForm(a, r); }},
   };
 
   if (t.size() < 3) return Error("expected: at HH:MM:SS ACTION ...");
@@ -267,6 +268,17 @@ bool Parser::CloseWindow(Action& a, const Words& r) {
   }
   a.sHost = r[0].sText;
   a.what = act::CloseWindow{r[1].sText};
+  return true;
+}
+
+// show HOST FORM
+bool Parser::ShowForm(Action& a, const Words& r) {
+  if (r.size() != 2) {
+    Error("expected: at TIME show HOST FORM");
+    return false;
+  }
+  a.sHost = r[0].sText;
+  a.what = act::ShowForm{r[1].sText};
   return true;
 }
 

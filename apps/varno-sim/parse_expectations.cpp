@@ -5,6 +5,21 @@
 
 namespace launchagent::scenario {
 
+namespace {
+
+bool KnownKind(const std::string& sKind) {
+  static const std::set<std::string> kKinds = {"log",    "window",  "launch", "registry", "file",
+                                               "msgbox", "process", "net",    "note",     "any"};
+  return kKinds.count(sKind) != 0;
+}
+
+std::string KindError(const std::string& sKind) {
+  return "unknown transcript kind '" + sKind +
+         "' (log, window, launch, registry, file, msgbox, process, net, note, any)";
+}
+
+}  // namespace
+
 // expect [never] HOST KIND [contains] "TEXT" [between T1 T2 | before T | after T] [times N]
 void Parser::Expect(const Words& t) {
   const char* kUsage =
@@ -21,11 +36,7 @@ void Parser::Expect(const Words& t) {
   if (i + 2 > t.size()) return Error(kUsage);
   e.sHost = t[i++].sText;
   e.sKind = AsciiLower(t[i++].sText);
-  static const std::set<std::string> kKinds = {"log",    "window",  "launch", "registry", "file",
-                                               "msgbox", "process", "net",    "note",     "any"};
-  if (!kKinds.count(e.sKind))
-    return Error("unknown transcript kind '" + e.sKind +
-                 "' (log, window, launch, registry, file, msgbox, process, net, note, any)");
+  if (!KnownKind(e.sKind)) return Error(KindError(e.sKind));
   if (i < t.size() && !t[i].bQuoted && AsciiLower(t[i].sText) == "contains") {
     e.bContains = true;
     ++i;
@@ -64,6 +75,32 @@ void Parser::Expect(const Words& t) {
   }
   if (e.bNever && e.nTimes) return Error("'never' and 'times' do not go together");
   S().expectations.push_back(std::move(e));
+  bChainOpen_ = true;
+}
+
+// then|next HOST KIND [contains] "TEXT", right after an expectation
+void Parser::Chain(const Words& t) {
+  const char* kUsage = "expected: then|next HOST KIND [contains] \"TEXT\" after an expect line";
+  if (!bChainOpen_ || S().expectations.empty()) return Error(kUsage);
+  Expectation& head = S().expectations.back();
+  if (head.bNever || head.nTimes)
+    return Error("an expectation with 'never' or 'times' takes no 'then' or 'next'");
+  ChainStep c;
+  c.nLine = nLine_;
+  c.bNext = AsciiLower(t[0].sText) == "next";
+  std::size_t i = 1;
+  if (i + 3 > t.size()) return Error(kUsage);
+  c.sHost = t[i++].sText;
+  c.sKind = AsciiLower(t[i++].sText);
+  if (!KnownKind(c.sKind)) return Error(KindError(c.sKind));
+  if (!t[i].bQuoted && AsciiLower(t[i].sText) == "contains") {
+    c.bContains = true;
+    ++i;
+  }
+  if (i + 1 != t.size()) return Error(kUsage);
+  c.sText = t[i].sText;
+  head.chain.push_back(std::move(c));
+  head.sSource += " / " + sSource_;
 }
 
 }  // namespace launchagent::scenario

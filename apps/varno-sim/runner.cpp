@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "agent/agent.h"
+#include "form_lines.h"
 #include "platform/date_time.h"
 #include "platform/main_app_window.h"
 #include "platform/sim/world.h"
@@ -302,6 +303,12 @@ class Run {
     const auto form = world_->FindForm(id, x.sForm);
     if (!form) return ActionFailed(a, "no window " + x.sForm);
     world_->CloseWindow(id, form->hWnd);
+  }
+
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::ShowForm& x) {
+    const auto form = world_->FindForm(id, x.sForm);
+    if (!form || !form->form) return ActionFailed(a, "no window " + x.sForm);
+    for (const std::string& s : FormLines(*form->form)) world_->Note(id, "show " + s);
   }
 
   void KillAll(const Action& a, sim::HostId id, const char* sKind) {

@@ -138,13 +138,16 @@ struct Type {
 struct CloseWindow {
   std::string sForm;  // the frame's close box
 };
+struct ShowForm {
+  std::string sForm;  // every control's state into the transcript
+};
 }  // namespace act
 
 using ActionBody =
     std::variant<act::StartAgent, act::Start, act::CloseApp, act::KillApp, act::KillAgent,
                  act::Crash, act::Restart, act::OpenSetup, act::ClockJump, act::Partition,
                  act::Heal, act::SendBytes, act::MergeNextSends, act::SplitNextSend, act::Click,
-                 act::Select, act::Type, act::CloseWindow>;
+                 act::Select, act::Type, act::CloseWindow, act::ShowForm>;
 
 struct Action {
   int nLine = 0;
@@ -165,6 +168,17 @@ struct Step {
 
 // A transcript kind: "log" (activity log), "window", "launch", "registry", "file",
 // "msgbox", "process", "net", "note"; "any" matches them all.
+// A line that must follow the expectation's match: later in the transcript ("then"),
+// or as the very next line of the previous match's host ("next").
+struct ChainStep {
+  int nLine = 0;
+  bool bNext = false;
+  std::string sHost;  // "*" for any host
+  std::string sKind;
+  bool bContains = false;
+  std::string sText;
+};
+
 struct Expectation {
   int nLine = 0;
   std::string sSource;  // the line as written, for reports
@@ -175,7 +189,8 @@ struct Expectation {
   std::string sText;
   Nanos from = 0;
   Nanos to = kEndOfRun;
-  std::optional<int> nTimes;  // exact number of matching lines
+  std::optional<int> nTimes;     // exact number of matching lines
+  std::vector<ChainStep> chain;  // lines that must follow, in order
 };
 
 struct Scenario {

@@ -70,6 +70,8 @@ void Parser::BadDuration(const std::string& sText) {
 void Parser::Statement(const Words& t) {
   FinishBag();
   const std::string sKey = AsciiLower(t[0].sText);
+  if (sKey == "then" || sKey == "next") return Chain(t);
+  bChainOpen_ = false;
   if (sKey == "seed") return Seed(t);
   if (sKey == "start") return Start(t);
   if (sKey == "net-events") return NetEventsLine(t);

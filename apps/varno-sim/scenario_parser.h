@@ -57,8 +57,10 @@ class Parser {
   bool Send(Action& a, const Words& r);
   bool Control(Action& a, const Words& r, const std::string& sVerb);
   bool CloseWindow(Action& a, const Words& r);
+  bool ShowForm(Action& a, const Words& r);
 
   void Expect(const Words& t);
+  void Chain(const Words& t);
   void Validate();
 
   // "bad duration '2min'" with the units a duration may carry.
@@ -70,6 +72,7 @@ class Parser {
   int nLine_ = 0;
   std::string sSource_;
   HostSetup* host_ = nullptr;
+  bool bChainOpen_ = false;  // the last statement was an expectation or one of its steps
   PayloadKind payload_ = PayloadKind::kNone;
   bool bBagPending_ = false;
   act::SendBytes* pendingBag_ = nullptr;

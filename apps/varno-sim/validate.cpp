@@ -43,6 +43,10 @@ void Parser::Validate() {
   for (const Expectation& e : S().expectations) {
     nLine_ = e.nLine;
     if (!known(e.sHost)) Error("unknown host '" + e.sHost + "'");
+    for (const ChainStep& c : e.chain) {
+      nLine_ = c.nLine;
+      if (!known(c.sHost)) Error("unknown host '" + c.sHost + "'");
+    }
   }
   for (const HostSetup& h : S().hosts) {
     nLine_ = h.nLine;

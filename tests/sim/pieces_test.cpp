@@ -97,15 +97,18 @@ TEST(SimLinks, PartitionsWildcardsHealingAndShapedSends) {
   Links links;
   links.Partition(0, 1, Seconds(10), Seconds(20));
   links.Partition(kAnyHost, 3, Seconds(5), kForever);
+  links.Partition(4, 4, Seconds(10), Seconds(20));  // host 4 cut from itself
   struct Case {
     HostId from, to;
     Nanos now;
     bool bLost;
   };
+  // In time order: a lookup forgets the partitions that have ended.
   const std::vector<Case> cases = {
-      {0, 1, Seconds(9), false},  {0, 1, Seconds(10), true}, {1, 0, Seconds(15), false},
-      {0, 1, Seconds(20), false}, {2, 3, Seconds(30), true}, {3, 3, Seconds(30), false},
-      {3, 2, Seconds(30), false},
+      {0, 1, Seconds(9), false},  {0, 1, Seconds(10), true},  {1, 0, Seconds(15), false},
+      {4, 4, Seconds(15), true},  {4, 0, Seconds(15), false}, {0, 4, Seconds(15), false},
+      {3, 3, Seconds(15), false}, {0, 1, Seconds(20), false}, {4, 4, Seconds(20), false},
+      {2, 3, Seconds(30), true},  {3, 2, Seconds(30), false},
   };
   for (const Case& c : cases)
     EXPECT_EQ(links.Partitioned(c.from, c.to, c.now), c.bLost)

@@ -91,6 +91,37 @@ TEST(Expectations, AreMetOrNamedWithTheReason) {
   }
 }
 
+TEST(Expectations, FollowInOrder) {
+  const std::vector<std::string> transcript = {
+      "00:00:01.000 pc07 log A", "00:00:01.000 pc12 log X", "00:00:01.000 pc07 log B",
+      "00:00:02.000 pc07 log A", "00:00:02.000 pc07 log C", "00:00:03.000 pc12 log Y",
+      "00:00:03.000 pc07 log B",
+  };
+  // An expectation with its chain lines, and part of the failure message ("": met).
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"expect pc07 log \"A\"\nnext pc07 log \"B\"", ""},  // pc12's line in between
+      {"expect pc07 log \"A\"\nnext * log \"X\"", "no 'next' line of line 5"},
+      {"expect pc07 log \"A\"\nnext pc07 log \"C\"\nthen pc12 log \"Y\"", ""},
+      // The first A is not followed by C; the second is.
+      {"expect pc07 log \"A\"\nnext pc07 log \"C\"\nnext pc07 log \"B\"", ""},
+      {"expect pc07 log \"B\"\nthen pc07 log \"C\"", ""},
+      {"expect pc07 log \"C\"\nthen pc07 log \"A\"", "no 'then' line of line 5"},
+      {"expect pc07 log \"A\"\nthen pc07 log \"C\"\nthen pc12 log \"X\"",
+       "no 'then' line of line 6"},
+      {"expect pc07 log \"A\" after 00:00:02\nnext pc07 log \"B\"", "no 'next' line of line 5"},
+      {"expect pc07 log \"Z\"\nthen pc07 log \"A\"", "no matching line during the run"},
+  };
+  for (const auto& [sExpect, sWhyPart] : cases) {
+    const ParseResult r =
+        ParseScenario("host pc07\nhost pc12\nrun until 00:05:00\n" + sExpect + "\n", "t.scn");
+    ASSERT_TRUE(r.Ok()) << sExpect << ": " << r.errors[0].sMessage;
+    const auto failures = CheckExpectations(r.scenario, ParseTranscript(transcript));
+    ASSERT_EQ(failures.size(), sWhyPart.empty() ? 0u : 1u) << sExpect;
+    if (failures.empty()) continue;
+    EXPECT_NE(failures[0].sMessage.find(sWhyPart), std::string::npos) << failures[0].sMessage;
+  }
+}
+
 TEST(Expectations, FirstDifferenceOfTwoRuns) {
   using V = std::vector<std::string>;
   EXPECT_EQ(FirstDifference(V{"a", "b"}, V{"a", "b"}), std::nullopt);

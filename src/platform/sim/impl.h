@@ -116,6 +116,7 @@ class World::Impl {
   bool AcceptRequest(const std::shared_ptr<Endpoint>& client,
                      const std::shared_ptr<Endpoint>& server);
   void Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data);
+  void HalfOpenSend(const std::shared_ptr<Endpoint>& ep);
   void CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGraceful);
   void BreakConnection(std::weak_ptr<Endpoint> ep);
   void SetState(const std::shared_ptr<Endpoint>& ep, Integer state);

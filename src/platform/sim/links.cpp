@@ -31,11 +31,13 @@ void Links::Heal(HostId from, HostId to, Nanos now) {
 }
 
 bool Links::Partitioned(HostId from, HostId to, Nanos now) {
-  if (from == to) return false;
   partitions_.erase(std::remove_if(partitions_.begin(), partitions_.end(),
                                    [now](const PartitionRec& p) { return p.end <= now; }),
                     partitions_.end());
   for (auto& p : partitions_) {
+    // A host's own loopback is cut only by naming the host on both sides: a wildcard
+    // partition isolates a host from the LAN but leaves it talking to itself.
+    if (from == to && (p.from != from || p.to != to)) continue;
     if ((p.from == from || p.from == kAnyHost) && (p.to == to || p.to == kAnyHost) &&
         p.start <= now && now < p.end)
       return true;

@@ -393,7 +393,10 @@ bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
 void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   if (ep->bDead || ep->state != kSckConnected) return;
   auto peer = ep->peer.lock();
-  if (!peer || peer->bDead) return;
+  if (!peer || peer->bDead) {
+    HalfOpenSend(ep);
+    return;
+  }
   const HostId to = peer->host;
   if (!hosts[to]->bUp || links.Partitioned(ep->host, to, now)) {
     if (NetTracing())
@@ -424,6 +427,27 @@ void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   } else {
     PostEndpoint(peer, t, deliver(peer, data, bSilent));
   }
+}
+
+// The peer's end has gone and word of it was lost (a partition, a crash): its host
+// answers the data with a reset when the way there and back is open; otherwise nothing
+// comes back and the connection times out, as a lost send's does.
+void World::Impl::HalfOpenSend(const std::shared_ptr<Endpoint>& ep) {
+  std::weak_ptr<Endpoint> weak = ep;
+  const HostId to = ep->peerHost;
+  const bool bAnswers = hosts[to]->bUp && !links.Partitioned(ep->host, to, now) &&
+                        !links.Partitioned(to, ep->host, now);
+  if (!bAnswers) {
+    PostWorld(now + links.Settings().dataTimeout, [this, weak] { BreakConnection(weak); });
+    return;
+  }
+  const Nanos t = now + Latency(ep->host, to) + Latency(to, ep->host);
+  PostEndpoint(ep, t, [this, weak] {
+    auto e = weak.lock();
+    if (!e || e->bDead || (e->state != kSckConnected && e->state != kSckClosing)) return;
+    e->state = kSckError;
+    if (NetTracing()) NetLine(e->host, "reset by peer " + EndpointText(*e));
+  });
 }
 
 void World::Impl::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGraceful) {

@@ -1,0 +1,53 @@
+#pragma once
+// What one seed of a campaign does: the LAN it builds and the faults it injects, all
+// drawn from the seed before the run starts.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/sim/world.h"
+
+namespace launchagent::campaign {
+
+struct HostPlan {
+  std::string sName;
+  bool bHoldsVarno = false;  // a local copy of the main application, shared with the LAN
+  int nWindowDelay = 2;      // seconds before Varno's window shows
+  int nRefuseClose = 0;      // close requests Varno's window refuses each time
+  sim::Nanos agentStart = 0;
+};
+
+enum class FaultKind {
+  PartitionOneWay,
+  PartitionBothWays,
+  LoopbackCut,
+  HostCrash,
+  AgentKill,
+  ClockStep,
+  ClockSkew,
+  LookupFailure,
+  DiskFull,
+  UnreadableShare,
+  MergedSends,
+  SplitSend,
+};
+const char* FaultName(FaultKind kind);
+
+struct Fault {
+  FaultKind kind{};
+  sim::Nanos at = 0;
+  sim::Nanos duration = 0;  // how long it lasts, where it lasts
+  std::size_t host = 0;
+  std::size_t peer = 0;
+  std::int64_t lngAmount = 0;  // clock step in seconds, skew in ppm
+};
+
+struct SeedPlan {
+  std::vector<HostPlan> hosts;
+  std::vector<Fault> faults;  // in time order
+  sim::Nanos faultPhase = 0;  // faults happen before this; then everything heals
+};
+
+SeedPlan DrawPlan(std::uint64_t lngSeed, int nMaxHosts, sim::Nanos faultPhase);
+
+}  // namespace launchagent::campaign

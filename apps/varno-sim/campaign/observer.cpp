@@ -1,0 +1,145 @@
+#include "observer.h"
+
+#include <memory>
+
+#include "agent/agent.h"
+#include "messages/cls_msg_host_info.h"
+#include "platform/sim/transcript_text.h"
+#include "platform/text.h"
+#include "registry/agent_host_info.h"
+#include "registry/cls_agent_info.h"
+#include "setup/option_records.h"
+
+namespace launchagent::campaign {
+
+namespace {
+
+constexpr std::size_t kTailLines = 40;
+// The agent closes the main application when its own entry is this many whole minutes
+// old on its host's clock; never sooner.
+constexpr std::int64_t kCheckInMinutes = 9;
+
+bool StartsWith(const std::string& s, const std::string& sPrefix) {
+  return s.compare(0, sPrefix.size(), sPrefix) == 0;
+}
+
+}  // namespace
+
+void Observer::Fail(const std::string& sInvariant) {
+  if (!broken_) broken_ = Violation{world_.Now(), sInvariant};
+}
+
+void Observer::OnLine(const std::string& sLine) {
+  tail_.push_back(sLine);
+  if (tail_.size() > kTailLines) tail_.pop_front();
+  const auto line = sim::ParseTranscriptLine(sLine);
+  if (!line || line->sHost == "-") return;
+  const auto host = world_.FindHost(line->sHost);
+  if (!host) return;
+  if (line->sKind == "log")
+    OnLog(*host, line->sText);
+  else if (line->sKind == "process")
+    OnProcessEnd(*host, line->sText);
+  else if (line->sKind == "file")
+    OnFileWritten(*host, line->sText);
+}
+
+void Observer::OnLog(sim::HostId host, const std::string& sText) {
+  HostWatch& w = watch_[host];
+  const std::string sOwn = AsciiLower(world_.HostName(host));
+  if (StartsWith(sText, "HostInfoFrom=")) {
+    const std::string sPeer = AsciiLower(sText.substr(13));
+    w.heard[sPeer] = world_.Now();
+    // The agent stamps its own entry with its clock as its own broadcast comes back.
+    if (sPeer == sOwn) w.ownCheckIn = world_.HostTime(host);
+  } else if (sText == "Shutting Down Varno.") {
+    ++lngChecks_;
+    const DateTime now = world_.HostTime(host);
+    if (!w.ownCheckIn) {
+      Fail("Varno closed on " + sOwn + " although its agent never had its own entry");
+    } else if (now.WholeMinutes() - w.ownCheckIn->WholeMinutes() < kCheckInMinutes) {
+      Fail("Varno closed on " + sOwn + " when its own entry was only " +
+           std::to_string(now.WholeMinutes() - w.ownCheckIn->WholeMinutes()) +
+           " minutes old (stamped " + w.ownCheckIn->ToText() + ", now " + now.ToText() + ")");
+    }
+    w.ownCheckIn = now;  // the close stamps the entry anew
+    w.bClosing = true;
+  } else if (sText == "Verification completed." || sText == "ERROR: Verification.") {
+    w.bClosing = false;
+  }
+}
+
+void Observer::OnProcessEnd(sim::HostId host, const std::string& sText) {
+  // "#N ended KIND[ after an uncaught exception: ...]"; "killed" ends are the
+  // campaign's own (an agent killed, a host crashed).
+  const auto nSpace = sText.find(' ');
+  if (nSpace == std::string::npos) return;
+  const std::string sRest = sText.substr(nSpace + 1);
+  HostWatch& w = watch_[host];
+  // A new agent starts from an empty registry.
+  if (StartsWith(sRest, "killed launch")) w = HostWatch{};
+  if (!StartsWith(sRest, "ended ")) return;
+  ++lngChecks_;
+  const std::string sOwn = AsciiLower(world_.HostName(host));
+  if (StartsWith(sRest, "ended launch")) {
+    Fail("the agent on " + sOwn + " ended by itself: " + sText);
+  } else if (StartsWith(sRest, "ended varno") && !w.bClosing) {
+    Fail("Varno on " + sOwn + " ended while its agent was not closing it: " + sText);
+  }
+  if (StartsWith(sRest, "ended launch")) w = HostWatch{};
+}
+
+void Observer::OnFileWritten(sim::HostId host, const std::string& sText) {
+  for (const char* sName : {"\\agent.dat", "\\AgentInfo_"}) {
+    const auto nAt = sText.find(sName);
+    if (nAt == std::string::npos) continue;
+    const auto nEnd = sText.find(' ', nAt);
+    CheckOptionFile(host, sText.substr(0, nEnd));
+  }
+}
+
+void Observer::CheckOptionFile(sim::HostId host, const std::string& sPath) {
+  ++lngChecks_;
+  const auto bytes = world_.ReadFile(host, sPath);
+  if (!bytes) return;  // never written whole: nothing to load, which loading tolerates
+  const std::string sWhere = world_.HostName(host) + " " + sPath;
+  if (sPath.ends_with("agent.dat")) {
+    AgentOptions rec;
+    if (bytes->size() != AgentOptions::kRecordLength || !DecodeAgentOptions(*bytes, rec))
+      Fail(sWhere + " is not one whole record (" + std::to_string(bytes->size()) + " bytes)");
+    return;
+  }
+  const std::size_t n = AgentInfoRecord::kRecordLength;
+  if (bytes->empty() || bytes->size() % n != 0) {
+    Fail(sWhere + " holds a partial record (" + std::to_string(bytes->size()) + " bytes)");
+    return;
+  }
+  AgentInfoRecord rec;
+  for (std::size_t k = 1; k <= bytes->size() / n; ++k)
+    if (!DecodeAgentInfoRecord(*bytes, k, rec)) Fail(sWhere + " record " + std::to_string(k));
+}
+
+void Observer::CheckRegistry(sim::HostId host, Agent& agent) {
+  ++lngChecks_;
+  AgentHostInfo& registry = agent.agentHostInfo();
+  std::string sPrevious;
+  for (Long i = 1; i <= registry.GetAgentCount(); ++i) {
+    std::shared_ptr<clsMsgHostInfo> info;
+    if (const auto record = registry.GetAgentRecord(i)) record->GetMessage(info);
+    if (!info) return Fail("registry of " + world_.HostName(host) + " has an empty entry");
+    const std::string sName = AsciiLower(info->GetHostName());
+    if (i > 1 && !(sPrevious < sName))
+      return Fail("registry of " + world_.HostName(host) + " not sorted and unique: '" + sPrevious +
+                  "' then '" + sName + "'");
+    sPrevious = sName;
+  }
+}
+
+bool Observer::HeardFrom(sim::HostId host, const std::string& sPeerLower, sim::Nanos since) const {
+  const auto w = watch_.find(host);
+  if (w == watch_.end()) return false;
+  const auto it = w->second.heard.find(sPeerLower);
+  return it != w->second.heard.end() && it->second >= since;
+}
+
+}  // namespace launchagent::campaign

@@ -1,0 +1,230 @@
+#include "seed_run.h"
+
+#include "agent/agent.h"
+#include "platform/text.h"
+
+namespace launchagent::campaign {
+
+namespace {
+
+constexpr const char* kAgentKind = "launch";
+constexpr const char* kAgentPath = "C:\\Program Files\\Launch\\Launch.exe";
+constexpr const char* kVarnoPath = "C:\\Program Files\\Launch\\Varno2.exe";
+constexpr sim::Nanos kSlice = 5 * sim::kSecond;
+constexpr sim::Nanos kRegistryEvery = 15 * sim::kSecond;
+constexpr std::uint64_t kFullDiskBytes = 4096;
+
+class SeedRun {
+ public:
+  SeedRun(std::uint64_t lngSeed, int nMaxHosts, sim::Nanos faultPhase,
+          const std::function<void(const std::string&)>& sink)
+      : plan_(DrawPlan(lngSeed, nMaxHosts, faultPhase)),
+        world_(std::make_unique<sim::World>(lngSeed)),
+        observer_(*world_) {
+    world_->KeepTranscript(false);
+    world_->SetTranscriptSink([this, sink](const std::string& s) {
+      if (sink) sink(s);
+      observer_.OnLine(s);
+    });
+    world_->RegisterProgram(kAgentKind,
+                            [this](platform::Platform& p, const sim::ProgramStart& start) {
+                              Agent agent(p);
+                              agents_[start.pid] = &agent;
+                              struct Leave {
+                                std::map<sim::ProcessId, Agent*>& agents;
+                                sim::ProcessId pid;
+                                ~Leave() { agents.erase(pid); }
+                              } leave{agents_, start.pid};
+                              agent.Main();
+                              p.loop.Run();
+                            });
+  }
+
+  ~SeedRun() { world_->SetTranscriptSink(nullptr); }  // the observer goes first
+  SeedRun(const SeedRun&) = delete;
+  SeedRun& operator=(const SeedRun&) = delete;
+
+  SeedResult Go() {
+    Build();
+    for (const Fault& f : plan_.faults) world_->At(f.at, [this, &f] { Inject(f); });
+    world_->At(plan_.faultPhase, [this] { Heal(); });
+    const sim::Nanos varnoFrom = plan_.faultPhase + kVarnoBound;
+    const sim::Nanos end = varnoFrom + kVarnoWindow;
+    std::vector<bool> varnoSeen(hosts_.size(), false);
+    sim::Nanos nextRegistry = 0;
+    for (sim::Nanos t = kSlice; t <= end && !observer_.Broken(); t += kSlice) {
+      world_->RunUntil(t);
+      if (t >= nextRegistry) {
+        for (const auto& [pid, agent] : agents_)
+          if (const auto info = world_->Process(pid)) observer_.CheckRegistry(info->host, *agent);
+        nextRegistry = t + kRegistryEvery;
+      }
+      if (t == plan_.faultPhase + kHeardBound) CheckHeard();
+      if (t >= varnoFrom)
+        for (std::size_t i = 0; i < hosts_.size(); ++i)
+          if (Running(hosts_[i], "varno")) varnoSeen[i] = true;
+    }
+    if (!observer_.Broken()) CheckVarno(varnoSeen);
+    SeedResult r;
+    r.broken = observer_.Broken();
+    r.tail.assign(observer_.Tail().begin(), observer_.Tail().end());
+    r.faults = std::move(faults_);
+    r.lngChecks = observer_.Checks();
+    return r;
+  }
+
+ private:
+  void Build() {
+    sim::World& w = *world_;
+    for (const HostPlan& h : plan_.hosts) hosts_.push_back(*w.AddHost(h.sName));
+    for (std::size_t i = 0; i < hosts_.size(); ++i) {
+      const HostPlan& h = plan_.hosts[i];
+      w.WriteProgramFile(hosts_[i], kAgentPath, kAgentKind);
+      w.AddShare(hosts_[i], "c", "C:\\");
+      if (h.bHoldsVarno) {
+        std::string sOptions = "window-delay=" + std::to_string(h.nWindowDelay);
+        if (h.nRefuseClose > 0) {
+          sOptions += " refuse-close=" + std::to_string(h.nRefuseClose);
+          ++faults_["refusing Varno window"];
+        }
+        w.WriteProgramFile(hosts_[i], kVarnoPath, "varno", sOptions);
+      }
+      w.At(h.agentStart, [this, i] { StartAgent(i); });
+    }
+  }
+
+  bool Running(sim::HostId id, const std::string& sKind) const {
+    for (const sim::ProcessInfo& p : world_->Processes(id))
+      if (p.sKind == sKind && p.bAlive) return true;
+    return false;
+  }
+
+  void StartAgent(std::size_t i) {
+    if (world_->HostUp(hosts_[i]) && !Running(hosts_[i], kAgentKind))
+      world_->StartProgram(hosts_[i], kAgentPath);
+  }
+
+  // Ends a lasting fault, unless everything has healed meanwhile.
+  void Later(const Fault& f, std::function<void()> fn) {
+    world_->At(f.at + f.duration, [this, fn = std::move(fn)] {
+      if (!bHealed_) fn();
+    });
+  }
+
+  void Inject(const Fault& f) {
+    sim::World& w = *world_;
+    const sim::HostId a = hosts_[f.host];
+    const sim::HostId b = hosts_[f.peer];
+    const sim::Nanos until = f.at + f.duration;
+    switch (f.kind) {
+      case FaultKind::PartitionOneWay:
+      case FaultKind::LoopbackCut:
+        w.Partition(a, b, f.at, until);
+        break;
+      case FaultKind::PartitionBothWays:
+        w.Partition(a, b, f.at, until);
+        w.Partition(b, a, f.at, until);
+        break;
+      case FaultKind::HostCrash:
+        if (!w.HostUp(a)) return;
+        w.CrashHost(a);
+        Later(f, [this, a] { world_->RestartHost(a, true); });
+        break;
+      case FaultKind::AgentKill:
+        if (!Running(a, kAgentKind)) return;
+        for (const sim::ProcessInfo& p : w.Processes(a))
+          if (p.sKind == kAgentKind) w.Kill(p.pid);
+        Later(f, [this, i = f.host] { StartAgent(i); });
+        break;
+      case FaultKind::ClockStep:
+        w.JumpClock(a, f.at, static_cast<double>(f.lngAmount));
+        break;
+      case FaultKind::ClockSkew:
+        w.SetClockSkew(a, static_cast<double>(f.lngAmount));
+        break;
+      case FaultKind::LookupFailure:
+        w.FailLookup(a, w.HostName(b), true);
+        Later(f, [this, a, b] { world_->FailLookup(a, world_->HostName(b), false); });
+        break;
+      case FaultKind::DiskFull:
+        w.SetDiskCapacity(a, 'C', kFullDiskBytes);
+        Later(f, [this, a] { world_->SetDiskCapacity(a, 'C', std::nullopt); });
+        break;
+      case FaultKind::UnreadableShare:
+        w.SetShareReadable(a, "c", false);
+        Later(f, [this, a] { world_->SetShareReadable(a, "c", true); });
+        break;
+      case FaultKind::MergedSends:
+        w.MergeNextSends(a, b);
+        break;
+      case FaultKind::SplitSend:
+        w.SplitNextSend(a, b);
+        break;
+    }
+    ++faults_[FaultName(f.kind)];
+  }
+
+  // Everything back to health: links, hosts, agents, names, disks, shares, clock rates.
+  void Heal() {
+    sim::World& w = *world_;
+    bHealed_ = true;
+    healedAt_ = w.Now();
+    std::vector<sim::HostId> all{sim::kAnyHost};
+    all.insert(all.end(), hosts_.begin(), hosts_.end());
+    for (sim::HostId from : all)
+      for (sim::HostId to : all) w.Heal(from, to);
+    for (std::size_t i = 0; i < hosts_.size(); ++i) {
+      const sim::HostId a = hosts_[i];
+      for (sim::HostId b : hosts_) w.FailLookup(a, w.HostName(b), false);
+      w.SetDiskCapacity(a, 'C', std::nullopt);
+      w.SetShareReadable(a, "c", true);
+      w.SetClockSkew(a, 0);
+      if (!w.HostUp(a)) w.RestartHost(a, true);
+      w.At(w.Now() + sim::kSecond, [this, i] { StartAgent(i); });
+    }
+  }
+
+  // Every host is up and reachable after healing, itself included.
+  void CheckHeard() {
+    for (std::size_t i = 0; i < hosts_.size(); ++i) {
+      if (!Running(hosts_[i], kAgentKind))
+        return observer_.Fail("liveness: no agent runs on " + plan_.hosts[i].sName);
+      for (std::size_t j = 0; j < hosts_.size(); ++j)
+        if (!observer_.HeardFrom(hosts_[i], AsciiLower(plan_.hosts[j].sName), healedAt_))
+          return observer_.Fail("liveness: " + plan_.hosts[i].sName +
+                                " had no host information from " + plan_.hosts[j].sName +
+                                " within " + sim::FormatElapsed(kHeardBound) + " of healing");
+    }
+  }
+
+  // Every host can reach a launch site after healing: each shares its C: drive.
+  void CheckVarno(const std::vector<bool>& varnoSeen) {
+    for (std::size_t i = 0; i < hosts_.size(); ++i) {
+      if (!varnoSeen[i])
+        return observer_.Fail("liveness: Varno did not run on " + plan_.hosts[i].sName +
+                              " between " + sim::FormatElapsed(kVarnoBound) + " and " +
+                              sim::FormatElapsed(kVarnoBound + kVarnoWindow) + " after healing");
+    }
+  }
+
+  SeedPlan plan_;
+  // Declared before the world: the world's destructor unwinds every agent, whose exit
+  // still removes its entry.
+  std::map<sim::ProcessId, Agent*> agents_;
+  std::unique_ptr<sim::World> world_;
+  Observer observer_;
+  std::vector<sim::HostId> hosts_;
+  std::map<std::string, std::uint64_t> faults_;
+  bool bHealed_ = false;
+  sim::Nanos healedAt_ = 0;
+};
+
+}  // namespace
+
+SeedResult RunSeed(std::uint64_t lngSeed, int nMaxHosts, sim::Nanos faultPhase,
+                   const std::function<void(const std::string&)>& sink) {
+  SeedRun run(lngSeed, nMaxHosts, faultPhase, sink);
+  return run.Go();
+}
+
+}  // namespace launchagent::campaign

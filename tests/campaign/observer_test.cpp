@@ -1,0 +1,116 @@
+// The campaign's invariant checks, fed transcript lines of one host by hand.
+#include "observer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/sim/transcript_text.h"
+#include "platform/sim/world.h"
+
+namespace launchagent::campaign {
+namespace {
+
+using sim::Seconds;
+
+// One step: at world time t, either a line of pc10 ("log ...", "process ...") or a
+// file of that size written first, or a clock step of pc10.
+struct Step {
+  sim::Nanos t;
+  std::string sLine;
+  std::string sFile = "";
+  std::size_t nBytes = 0;
+  double dClockStep = 0;
+};
+
+struct Case {
+  const char* sName;
+  std::vector<Step> steps;
+  const char* sBroken;  // "" when every invariant holds
+};
+
+const char* kInfo = "C:\\Program Files\\Launch\\AgentInfo_1";
+const char* kOptions = "C:\\Program Files\\Launch\\agent.dat";
+
+TEST(CampaignObserver, ChecksCheckInClosesProcessEndsAndOptionFiles) {
+  const std::vector<Case> cases = {
+      {"close at nine whole minutes",
+       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(570), "log Shutting Down Varno."}},
+       ""},
+      {"close at eight minutes",
+       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(539), "log Shutting Down Varno."}},
+       "only 8 minutes old"},
+      {"close without an own entry",
+       {{Seconds(1200), "log Shutting Down Varno."}},
+       "never had its own entry"},
+      {"another host's entry is not the own one",
+       {{Seconds(30), "log HostInfoFrom=PC11"}, {Seconds(600), "log Shutting Down Varno."}},
+       "never had its own entry"},
+      {"the close stamps the entry anew",
+       {{Seconds(30), "log HostInfoFrom=pc10"},
+        {Seconds(570), "log Shutting Down Varno."},
+        {Seconds(900), "log Shutting Down Varno."}},
+       "only 6 minutes old"},
+      {"age counts on the host's clock",
+       {{Seconds(30), "log HostInfoFrom=pc10"},
+        {Seconds(60), "", "", 0, 600},
+        {Seconds(90), "log Shutting Down Varno."}},
+       ""},
+      {"a new agent starts without an own entry",
+       {{Seconds(30), "log HostInfoFrom=pc10"},
+        {Seconds(40), "process #2 killed launch"},
+        {Seconds(600), "log Shutting Down Varno."}},
+       "never had its own entry"},
+      {"Varno ends while its agent closes it",
+       {{Seconds(30), "log HostInfoFrom=pc10"},
+        {Seconds(570), "log Shutting Down Varno."},
+        {Seconds(570), "process #3 ended varno"}},
+       ""},
+      {"Varno ends after the close loop",
+       {{Seconds(30), "log HostInfoFrom=pc10"},
+        {Seconds(570), "log Shutting Down Varno."},
+        {Seconds(570), "log Verification completed."},
+        {Seconds(575), "process #3 ended varno"}},
+       "not closing it"},
+      {"killed processes are the campaign's own",
+       {{Seconds(5), "process #3 killed varno"}, {Seconds(5), "process #2 killed launch"}},
+       ""},
+      {"an agent ending by itself", {{Seconds(5), "process #2 ended launch"}}, "ended by itself"},
+      {"whole agent-info records",
+       {{Seconds(5), std::string("file ") + kInfo + " written 16512 bytes, new", kInfo, 16512}},
+       ""},
+      {"a partial agent-info record",
+       {{Seconds(5), std::string("file ") + kInfo + " written 9000 bytes, new", kInfo, 9000}},
+       "partial record"},
+      {"a whole options record",
+       {{Seconds(5), std::string("file ") + kOptions + " written 12812 bytes", kOptions, 12812}},
+       ""},
+      {"a cut options record",
+       {{Seconds(5), std::string("file ") + kOptions + " written 12000 bytes", kOptions, 12000}},
+       "not one whole record"},
+  };
+  for (const Case& c : cases) {
+    sim::World world(7);
+    const sim::HostId pc10 = *world.AddHost("pc10");
+    world.AddHost("pc11");
+    Observer observer(world);
+    for (const Step& s : c.steps) {
+      world.RunUntil(s.t);
+      if (s.dClockStep != 0) world.JumpClock(pc10, s.t, s.dClockStep);
+      if (!s.sFile.empty()) world.WriteFile(pc10, s.sFile, Bytes(s.nBytes, 0x20));
+      if (!s.sLine.empty()) observer.OnLine(sim::ClockTime(s.t) + " pc10 " + s.sLine);
+    }
+    const auto& broken = observer.Broken();
+    if (std::string(c.sBroken).empty()) {
+      EXPECT_FALSE(broken) << c.sName << ": " << broken->sInvariant;
+    } else {
+      ASSERT_TRUE(broken) << c.sName;
+      EXPECT_NE(broken->sInvariant.find(c.sBroken), std::string::npos)
+          << c.sName << ": " << broken->sInvariant;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace launchagent::campaign
