@@ -167,9 +167,15 @@ TEST_F(AgentsTest, OneAgentPerDisplayAndItRegistersItsAutostart) {
   const auto store = NativeRegistry::ParseStore(test::ReadText(first.sRoot + "/etc/registry"));
   EXPECT_EQ(store.at("Software\\Microsoft\\Windows\\CurrentVersion\\Run").at("1"),
             "C:\\Launch\\Launch.exe");
-  const std::string sEntry =
-      test::ReadText(first.sRoot + "/etc/autostart/launch-agent-run-1.desktop");
-  EXPECT_NE(sEntry.find(first.sRoot + "/c/Launch/Launch.exe"), std::string::npos) << sEntry;
+  // The entry is written just after the store, so it may still be on its way.
+  const std::string sEntryFile = first.sRoot + "/etc/autostart/launch-agent-run-1.desktop";
+  EXPECT_TRUE(PumpUntil(
+      [&] {
+        return test::ReadText(sEntryFile).find(first.sRoot + "/c/Launch/Launch.exe") !=
+               std::string::npos;
+      },
+      10))
+      << test::ReadText(sEntryFile);
 
   // A second agent on the same display ends at once, before it registers anything.
   Host& second = Start("pc2", "127.0.0.42", false, true);
