@@ -11,16 +11,12 @@ constexpr std::size_t kLogLimit = 2048;
 
 void Launcher::LogActivity(const std::string& sText, Integer /*nLevel*/) {
   ui::TextBox& txtInfo = forms_.frmLaunch().txtInfo;
-  std::string sLine;
-  sLine.reserve(sText.size() + 2);
-  sLine += sText;
-  sLine += "\r\n";
   // The limit is tested before appending: past it the whole log starts afresh. Below it
   // the line is appended in place, so a line costs its own length, not the log's.
   if (txtInfo.Text().size() > kLogLimit)
-    txtInfo.SetText(std::move(sLine));
+    txtInfo.SetText(sText + "\r\n");
   else
-    txtInfo.Append(sLine);
+    txtInfo.Append(sText, "\r\n");
   // Selecting the new line scrolls it into view.
   const Long lngLine = static_cast<Long>(sText.size()) + 2;
   txtInfo.Select(static_cast<Long>(txtInfo.Text().size()) - lngLine, lngLine);

@@ -240,11 +240,7 @@ void FrmAgentSetup::txtAgentLog_Display(const std::string& sText, Integer nMode)
   } else if (sLog.empty()) {
     rtbAgentLog->Append(sText);
   } else {
-    std::string sLine;
-    sLine.reserve(sText.size() + 2);
-    sLine += "\r\n";
-    sLine += sText;
-    rtbAgentLog->Append(sLine);
+    rtbAgentLog->Append("\r\n", sText);
   }
   // Selecting the new text scrolls it into view.
   const Long lngNew = static_cast<Long>(sText.size());

@@ -27,8 +27,10 @@ bool IsTimer(const ui::Control& c) { return dynamic_cast<const ui::Timer*>(&c) !
 // Runs fn while its owner still lives.
 template <class F>
 auto WhileAlive(const std::shared_ptr<bool>& alive, F fn) {
+  // The agent's thread alone drops the owner, so a look at the count will do (a lock
+  // would cost two atomic operations on every change of every control).
   return [w = std::weak_ptr<bool>(alive), fn](auto&&... args) {
-    if (!w.lock()) return;
+    if (w.expired()) return;
     if constexpr (std::is_invocable_v<F, decltype(args)...>)
       fn(std::forward<decltype(args)>(args)...);
     else
@@ -142,6 +144,7 @@ void FormView::resizeEvent(QResizeEvent* event) {
 void FormView::Build(ui::Control& c) {
   QWidget* w = nullptr;
   auto sync = std::make_shared<std::function<void()>>();
+  TextFollower* follower = nullptr;
   if (auto* label = dynamic_cast<ui::Label*>(&c)) {
     auto* q = new QLabel(Q(label->Caption()));
     *sync = [q, label] { q->setText(Q(label->Caption())); };
@@ -159,10 +162,8 @@ void FormView::Build(ui::Control& c) {
       // The log grows line by line; an undo history of it would only grow with it.
       if (bFill_) q->setUndoRedoEnabled(false);
       q->setLineWrapMode(QPlainTextEdit::WidgetWidth);
-      auto* follower = new TextFollower(*text, *q, *this, bSyncing_);
+      follower = new TextFollower(*text, *q, *this, bSyncing_);
       followers_.push_back(follower);
-      text->AddChangeObserver(
-          WhileAlive(alive_, [follower](const ui::Change& change) { follower->Note(change); }));
       *sync = [this, follower] {
         if (isVisible()) follower->Flush();
       };
@@ -253,10 +254,11 @@ void FormView::Build(ui::Control& c) {
   };
   full();
   // A multi-line box's text and selection go through its follower, at a bounded rate.
-  const auto* box = dynamic_cast<const ui::TextBox*>(&c);
-  const bool bFollowed = box && box->MultiLine();
-  c.AddChangeObserver(WhileAlive(alive_, [full, bFollowed](const ui::Change& change) {
-    if (!bFollowed || change.kind == ui::Change::Kind::kState) full();
+  c.AddChangeObserver(WhileAlive(alive_, [full, follower](const ui::Change& change) {
+    if (follower && change.kind != ui::Change::Kind::kState)
+      follower->Note(change);
+    else
+      full();
   }));
 }
 

@@ -41,9 +41,10 @@ void TextBox::SetText(std::string s) {
   if (OnChange) OnChange();
 }
 
-void TextBox::Append(std::string_view s) {
+void TextBox::Append(std::string_view s, std::string_view sMore) {
   const std::size_t nFrom = sText_.size();
   sText_.append(s);
+  sText_.append(sMore);
   lngSelStart_ = 0;
   lngSelLength_ = 0;
   Changed({Change::Kind::kTextAppend, nFrom});

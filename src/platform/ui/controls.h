@@ -102,8 +102,8 @@ class TextBox : public Control {
   const std::string& Text() const { return sText_; }
   // Setting the text puts the caret at the start, as the desktop text box does.
   void SetText(std::string s);
-  // The same as SetText(Text() + s), without copying the text.
-  void Append(std::string_view s);
+  // The same as SetText(Text() + s + sMore), without copying the text.
+  void Append(std::string_view s, std::string_view sMore = {});
   std::uint64_t Epoch() const { return nEpoch_; }
   bool MultiLine() const { return bMultiLine_; }
   Long SelStart() const { return lngSelStart_; }
