@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <chrono>
 
 #include "platform/native/text_follower.h"
 #include "platform/native/window_system.h"
@@ -237,7 +238,10 @@ TEST_F(FormWindowsTest, TheLogBoxCatchesUpWithManyLinesAtOnce) {
       log.Select(static_cast<Long>(log.Text().size()), 0);
     }
     const int nBefore = nUpdates;
-    for (int i = 0; i < 4; ++i) loop_.WaitForEvents(0.05);
+    // Two refresh periods of real time.
+    const auto until =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(2 * TextFollower::kRefreshMs);
+    while (std::chrono::steady_clock::now() < until) loop_.WaitForEvents(0.05);
     EXPECT_EQ(S(edit->toPlainText()), step.sShown);
     if (step.bVisible) {
       EXPECT_LE(nUpdates - nBefore, 1);

@@ -26,7 +26,7 @@ int DisplayPosition(const std::string& s, Long lngPos);
 
 class TextFollower : public QObject {
  public:
-  static constexpr int kRefreshMs = 100;
+  static constexpr int kRefreshMs = 250;
 
   // window: the top-level window; bSyncing is raised while the widget is being set, so
   // the widget's own change signals are not taken for the user's typing.
