@@ -15,6 +15,18 @@
 
 namespace {
 
+using Key = launchagent::PropertyBag::Key;
+// Names of the host information in its order, and names seeds and mutations hit.
+constexpr Key kKeys[] = {Key("MsgType"),    Key("sReturnAddress"),
+                         Key("sglMsgId"),   Key("sglMsgReferenceId"),
+                         Key("sHostName"),  Key("sUserName"),
+                         Key("bIndexing"),  Key("sAppPath"),
+                         Key("nLocalPort"), Key("k"),
+                         Key("key1"),       Key("v")};
+constexpr const Key* kKeyOrder[] = {&kKeys[0], &kKeys[1], &kKeys[2],  &kKeys[3],
+                                    &kKeys[4], &kKeys[5], &kKeys[6],  &kKeys[7],
+                                    &kKeys[8], &kKeys[9], &kKeys[10], &kKeys[11]};
+
 class FuzzContext : public launchagent::MessageContext {
  public:
   double SecondsSinceMidnight() override { return 1234.5; }
@@ -55,6 +67,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     }
   } else if (bag.Count() != 0) {
     std::abort();
+  }
+
+  // Reading in place with fixed keys takes exactly the same images and finds the same.
+  PropertyBag looked, keyed;
+  const bool bAccepted = looked.SetContents(byteArray);
+  if (keyed.ReadImage(byteArray, kKeyOrder) != bAccepted) std::abort();
+  if (bAccepted) {
+    for (const Key* pKey : kKeyOrder) {
+      std::string sKeyed, sLooked;
+      if (keyed.FindText(*pKey, sKeyed) != looked.FindText(pKey->Name(), sLooked)) std::abort();
+      if (sKeyed != sLooked) std::abort();
+    }
   }
 
   FuzzContext ctx;

@@ -11,16 +11,15 @@ constexpr std::size_t kLogLimit = 2048;
 
 void Launcher::LogActivity(const std::string& sText, Integer /*nLevel*/) {
   ui::TextBox& txtInfo = forms_.frmLaunch().txtInfo;
-  // The limit is tested before appending: past it the whole log starts afresh.
-  std::string sLog = txtInfo.Text().size() > kLogLimit ? std::string() : txtInfo.Text();
-  sLog += sText;
-  sLog += "\r\n";
-  const Long lngLength = static_cast<Long>(sLog.size());
-  const Long lngLine = static_cast<Long>(sText.size()) + 2;
-  txtInfo.SetText(std::move(sLog));
+  // The limit is tested before appending: past it the whole log starts afresh. Below it
+  // the line is appended in place, so a line costs its own length, not the log's.
+  if (txtInfo.Text().size() > kLogLimit)
+    txtInfo.SetText(sText + "\r\n");
+  else
+    txtInfo.Append(sText, "\r\n");
   // Selecting the new line scrolls it into view.
-  txtInfo.SetSelStart(lngLength - lngLine);
-  txtInfo.SetSelLength(lngLine);
+  const Long lngLine = static_cast<Long>(sText.size()) + 2;
+  txtInfo.Select(static_cast<Long>(txtInfo.Text().size()) - lngLine, lngLine);
 
   platform_.trace.ActivityLine(sText);
   // The setup window's "Log" box shows the same lines while that window is loaded.

@@ -3,8 +3,8 @@
 #include <bit>
 
 #include "messages/message_image.h"
-#include "messages/text_forms.h"
 #include "messages/property_bag.h"
+#include "messages/text_forms.h"
 
 namespace launchagent {
 namespace {
@@ -39,8 +39,9 @@ Bytes clsMsg::GetObjectData() { return Bytes(); }
 bool clsMsg::SetObjectData(const Bytes& /*byteArray*/) { return false; }
 
 Long clsMsg::GetMsgType(const Bytes& byteArray) {
+  static constexpr const message_image::Key* kTypeOnly[] = {&message_image::kMsgType};
   PropertyBag bag;
-  if (!bag.SetContents(byteArray)) return 0;
+  if (!bag.ReadImage(byteArray, kTypeOnly)) return 0;
   const auto lngType = text_forms::ReadLong(message_image::Text(bag, message_image::kMsgType));
   return lngType ? *lngType : 0;
 }

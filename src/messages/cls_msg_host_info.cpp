@@ -25,6 +25,25 @@ constexpr message_image::Key kProvideStocks{"bProvideStocks"};
 constexpr message_image::Key kProvideJobs{"bProvideJobs"};
 constexpr message_image::Key kInternetReady{"bInternetReady"};
 
+// The keys in the order the image holds them, so reading assigns them in one pass.
+constexpr const message_image::Key* kImageOrder[] = {&message_image::kMsgType,
+                                                     &message_image::kReturnAddress,
+                                                     &message_image::kMsgIDRead,
+                                                     &message_image::kMsgReferenceIDRead,
+                                                     &kHostName,
+                                                     &kUserName,
+                                                     &kIndexing,
+                                                     &kAppPath,
+                                                     &kIPAddress,
+                                                     &kLocalPort,
+                                                     &kProvideHostServices,
+                                                     &kProvideIntranet,
+                                                     &kProvideWeb,
+                                                     &kProvideNews,
+                                                     &kProvideStocks,
+                                                     &kProvideJobs,
+                                                     &kInternetReady};
+
 }  // namespace
 
 clsMsgHostInfo::clsMsgHostInfo(MessageContext& ctx) : clsMsgConcrete(ctx) {}
@@ -33,28 +52,38 @@ clsMsgHostInfo::~clsMsgHostInfo() = default;
 
 Bytes clsMsgHostInfo::GetObjectData() {
   using text_forms::FlagForm;
-  PropertyBag bag;
-  message_image::WriteEnvelope(bag, kMsgType, m_objEnvelope);
-  message_image::Write(bag, kHostName, m_sHostName);
-  message_image::Write(bag, kUserName, m_sUserName);
-  message_image::Write(bag, kIndexing, FlagForm(m_bIndexing));
-  message_image::Write(bag, kAppPath, m_sAppPath);
-  message_image::Write(bag, kIPAddress, m_sIPAddress);
-  message_image::Write(bag, kLocalPort, text_forms::SignedForm(m_nLocalPort));
-  message_image::Write(bag, kProvideHostServices, FlagForm(m_bProvideHostServices));
-  message_image::Write(bag, kProvideIntranet, FlagForm(m_bProvideIntranet));
-  message_image::Write(bag, kProvideWeb, FlagForm(m_bProvideWeb));
-  message_image::Write(bag, kProvideNews, FlagForm(m_bProvideNews));
-  message_image::Write(bag, kProvideStocks, FlagForm(m_bProvideStocks));
-  message_image::Write(bag, kProvideJobs, FlagForm(m_bProvideJobs));
-  message_image::Write(bag, kInternetReady, FlagForm(m_bInternetReady));
-  return bag.Contents();
+  const message_image::EnvelopeTexts envelope(kMsgType, m_objEnvelope);
+  const std::string sIndexing = FlagForm(m_bIndexing),
+                    sLocalPort = text_forms::SignedForm(m_nLocalPort),
+                    sHostServices = FlagForm(m_bProvideHostServices),
+                    sIntranet = FlagForm(m_bProvideIntranet), sWeb = FlagForm(m_bProvideWeb),
+                    sNews = FlagForm(m_bProvideNews), sStocks = FlagForm(m_bProvideStocks),
+                    sJobs = FlagForm(m_bProvideJobs), sInternet = FlagForm(m_bInternetReady);
+  const PropertyBag::TextEntry entries[] = {
+      {&message_image::kMsgType, envelope.sMsgType},
+      {&message_image::kReturnAddress, envelope.sReturnAddress},
+      {&message_image::kMsgIDWritten, envelope.sMsgID},
+      {&message_image::kMsgReferenceIDWritten, envelope.sMsgReferenceID},
+      {&kHostName, m_sHostName},
+      {&kUserName, m_sUserName},
+      {&kIndexing, sIndexing},
+      {&kAppPath, m_sAppPath},
+      {&kIPAddress, m_sIPAddress},
+      {&kLocalPort, sLocalPort},
+      {&kProvideHostServices, sHostServices},
+      {&kProvideIntranet, sIntranet},
+      {&kProvideWeb, sWeb},
+      {&kProvideNews, sNews},
+      {&kProvideStocks, sStocks},
+      {&kProvideJobs, sJobs},
+      {&kInternetReady, sInternet}};
+  return PropertyBag::WriteImage(entries);
 }
 
 bool clsMsgHostInfo::SetObjectData(const Bytes& byteArray) {
   using message_image::Text;
   PropertyBag bag;
-  if (!bag.SetContents(byteArray)) return false;
+  if (!bag.ReadImage(byteArray, kImageOrder)) return false;
   if (!message_image::IsOfType(bag, kMsgType)) return false;
   if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;
 

@@ -19,12 +19,19 @@ void Text(const PropertyBag& bag, std::string_view sKey, std::string& sOut) {
   if (!bag.FindText(sKey, sOut)) sOut.clear();
 }
 
+EnvelopeTexts::EnvelopeTexts(Integer nMsgType, clsMsg& objEnvelope)
+    : sMsgType(text_forms::BareForm(nMsgType)),
+      sReturnAddress(objEnvelope.GetReturnAddress()),
+      // The identifier goes through its decimal text into the signed form: same digits.
+      sMsgID(text_forms::SignedForm(objEnvelope.GetMsgID())),
+      sMsgReferenceID(text_forms::SignedForm(objEnvelope.GetMsgReferenceID())) {}
+
 void WriteEnvelope(PropertyBag& bag, Integer nMsgType, clsMsg& objEnvelope) {
-  Write(bag, kMsgType, text_forms::BareForm(nMsgType));
-  Write(bag, kReturnAddress, objEnvelope.GetReturnAddress());
-  // The identifier goes through its decimal text into the signed form: same digits.
-  Write(bag, kMsgIDWritten, text_forms::SignedForm(objEnvelope.GetMsgID()));
-  Write(bag, kMsgReferenceIDWritten, text_forms::SignedForm(objEnvelope.GetMsgReferenceID()));
+  const EnvelopeTexts texts(nMsgType, objEnvelope);
+  Write(bag, kMsgType, texts.sMsgType);
+  Write(bag, kReturnAddress, texts.sReturnAddress);
+  Write(bag, kMsgIDWritten, texts.sMsgID);
+  Write(bag, kMsgReferenceIDWritten, texts.sMsgReferenceID);
 }
 
 bool IsOfType(const PropertyBag& bag, Integer nMsgType) {

@@ -32,6 +32,11 @@ inline void Write(PropertyBag& bag, const Key& key, std::string_view sValue) {
   bag.AppendText(key.Name(), sValue);
 }
 
+// The texts of the four envelope entries, held while an image is written from them.
+struct EnvelopeTexts {
+  EnvelopeTexts(Integer nMsgType, clsMsg& objEnvelope);
+  std::string sMsgType, sReturnAddress, sMsgID, sMsgReferenceID;
+};
 // The four envelope entries, "MsgType" first.
 void WriteEnvelope(PropertyBag& bag, Integer nMsgType, clsMsg& objEnvelope);
 // True when "MsgType" reads as nMsgType.

@@ -1,15 +1,21 @@
 #include "messages/property_bag.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstring>
 #include <functional>
 #include <utility>
 
-namespace launchagent {
-namespace {
+#include "messages/utf16_text.h"
 
-constexpr char32_t kReplacement = 0xFFFD;
+namespace launchagent {
+using utf16::CountUnits;
+using utf16::ForEachUnit;
+using utf16::IsAscii;
+using utf16::Utf16ToUtf8;
+
+namespace {
 
 std::uint16_t Get16(const std::uint8_t* p) {
   return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
@@ -41,117 +47,17 @@ std::uint32_t HashStep(std::uint32_t h, char16_t c) {
   return ((h << 13) | (h >> 19)) ^ static_cast<std::uint32_t>(c);
 }
 
-// Calls f(code unit) for each UTF-16 code unit of the UTF-8 text, until f returns
-// false. A byte that does not start a well-formed sequence becomes U+FFFD.
-template <typename F>
-bool ForEachUnit(std::string_view s, F&& f) {
-  const auto* p = reinterpret_cast<const unsigned char*>(s.data());
-  const std::size_t n = s.size();
-  std::size_t i = 0;
-  while (i < n) {
-    const unsigned char b0 = p[i];
-    if (b0 < 0x80) {
-      if (!f(static_cast<char16_t>(b0))) return false;
-      ++i;
-      continue;
-    }
-    char32_t cp = kReplacement;
-    std::size_t len = 1;
-    auto cont = [&](std::size_t k) { return i + k < n && (p[i + k] & 0xC0) == 0x80; };
-    if (b0 >= 0xC2 && b0 <= 0xDF && cont(1)) {
-      cp = (static_cast<char32_t>(b0 & 0x1F) << 6) | (p[i + 1] & 0x3F);
-      len = 2;
-    } else if (b0 >= 0xE0 && b0 <= 0xEF && cont(1) && cont(2)) {
-      const char32_t c = (static_cast<char32_t>(b0 & 0x0F) << 12) |
-                         (static_cast<char32_t>(p[i + 1] & 0x3F) << 6) | (p[i + 2] & 0x3F);
-      if (c >= 0x800 && (c < 0xD800 || c > 0xDFFF)) {
-        cp = c;
-        len = 3;
-      }
-    } else if (b0 >= 0xF0 && b0 <= 0xF4 && cont(1) && cont(2) && cont(3)) {
-      const char32_t c = (static_cast<char32_t>(b0 & 0x07) << 18) |
-                         (static_cast<char32_t>(p[i + 1] & 0x3F) << 12) |
-                         (static_cast<char32_t>(p[i + 2] & 0x3F) << 6) | (p[i + 3] & 0x3F);
-      if (c >= 0x10000 && c <= 0x10FFFF) {
-        cp = c;
-        len = 4;
-      }
-    }
-    i += len;
-    if (cp >= 0x10000) {
-      const char32_t v = cp - 0x10000;
-      if (!f(static_cast<char16_t>(0xD800 + (v >> 10)))) return false;
-      if (!f(static_cast<char16_t>(0xDC00 + (v & 0x3FF)))) return false;
-    } else if (!f(static_cast<char16_t>(cp))) {
-      return false;
-    }
+// The same hash over a stored name. Rotation distributes over XOR, so each unit adds
+// its own rotation by 13 per unit after it: the terms are independent, not a chain.
+std::uint32_t StoredNameHash(const std::uint8_t* p, std::size_t nUnits) {
+  std::uint32_t h = 0;
+  unsigned nRotate = 0;
+  for (std::size_t i = nUnits; i-- > 0;) {
+    h ^= std::rotl(static_cast<std::uint32_t>(FoldCase(Get16(p + 2 * i))),
+                   static_cast<int>(nRotate));
+    nRotate = (nRotate + 13) & 31;
   }
-  return true;
-}
-
-bool IsAscii(std::string_view s) {
-  unsigned char bits = 0;
-  for (const char c : s) bits |= static_cast<unsigned char>(c);
-  return bits < 0x80;
-}
-
-std::size_t CountUnits(std::string_view s) {
-  std::size_t n = 0;
-  ForEachUnit(s, [&](char16_t) {
-    ++n;
-    return true;
-  });
-  return n;
-}
-
-void AppendUtf8(std::string& out, char32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
-
-// UTF-16LE to UTF-8; an unpaired surrogate becomes U+FFFD.
-void Utf16ToUtf8(const std::uint8_t* p, std::size_t nUnits, std::string& out) {
-  // ASCII first, written in place; the rest, if any, one code point at a time.
-  out.resize(nUnits);
-  std::size_t i = 0;
-  for (; i < nUnits; ++i) {
-    const char16_t c = Get16(p + 2 * i);
-    if (c >= 0x80) break;
-    out[i] = static_cast<char>(c);
-  }
-  if (i == nUnits) return;
-  out.resize(i);
-  for (; i < nUnits; ++i) {
-    const char16_t c = Get16(p + 2 * i);
-    if (c < 0x80) {
-      out.push_back(static_cast<char>(c));
-    } else if (c >= 0xD800 && c <= 0xDBFF) {
-      const char16_t d = (i + 1 < nUnits) ? Get16(p + 2 * (i + 1)) : 0;
-      if (d >= 0xDC00 && d <= 0xDFFF) {
-        AppendUtf8(out, 0x10000 + ((static_cast<char32_t>(c) - 0xD800) << 10) + (d - 0xDC00));
-        ++i;
-      } else {
-        AppendUtf8(out, kReplacement);
-      }
-    } else if (c >= 0xDC00 && c <= 0xDFFF) {
-      AppendUtf8(out, kReplacement);
-    } else {
-      AppendUtf8(out, c);
-    }
-  }
+  return h;
 }
 
 template <typename T>
@@ -161,6 +67,8 @@ void DigitsOf(T n, std::string& out) {
   out.assign(buf, res.ptr);
 }
 
+constexpr std::uint8_t kEmptyImage[PropertyBag::kHeaderSize] = {0x93, 0xB2, 0, 0, 8, 0, 0, 0};
+
 std::size_t Padded(std::size_t n) { return (n + 3) & ~static_cast<std::size_t>(3); }
 
 }  // namespace
@@ -168,10 +76,37 @@ std::size_t Padded(std::size_t n) { return (n + 3) & ~static_cast<std::size_t>(3
 PropertyBag::PropertyBag() { Clear(); }
 
 void PropertyBag::Clear() {
-  m_bytes.assign(kHeaderSize, 0);
-  Put32(m_bytes.data(), kMagic);
-  Put32(m_bytes.data() + 4, static_cast<std::uint32_t>(kHeaderSize));
+  // An empty bag reads the shared header: making one allocates nothing.
+  m_bytes.clear();
+  m_pImage = kEmptyImage;
+  m_nImageSize = kHeaderSize;
   m_index.clear();
+  m_bIndexed = true;
+  m_keys = {};
+  m_nNextKey = 0;
+}
+
+std::size_t PropertyBag::Count() const {
+  EnsureIndex();
+  return m_index.size();
+}
+
+const Bytes& PropertyBag::ContentsRef() const {
+  Own();
+  return m_bytes;
+}
+
+void PropertyBag::Own() const {
+  if (!m_pImage) return;
+  m_bytes.assign(m_pImage, m_pImage + m_nImageSize);
+  m_pImage = nullptr;
+}
+
+void PropertyBag::EnsureIndex() const {
+  if (m_bIndexed) return;
+  m_bIndexed = true;
+  m_index.reserve(std::min(kMaxEntries, (Size() - kHeaderSize) / 16));
+  Walk(Data(), Size(), {}, [&](const EntryRef& ref, int) { m_index.push_back(ref); });
 }
 
 std::uint32_t PropertyBag::NameHash(std::string_view sName) {
@@ -188,6 +123,10 @@ void PropertyBag::WriteProperty(const std::string& sName, const std::string& sVa
 }
 
 bool PropertyBag::AppendText(std::string_view sName, std::string_view sValue) {
+  Own();
+  EnsureIndex();
+  // The entries appended are found by lookup, not through the keys of a read.
+  m_keys = {};
   if (m_index.size() >= kMaxEntries) return false;
   // Sizes are counted before anything is encoded, so an oversized value costs no
   // allocation; the size check also keeps every length within its field.
@@ -265,10 +204,11 @@ bool PropertyBag::AppendText(std::string_view sName, std::string_view sValue) {
   return true;
 }
 
-std::optional<std::size_t> PropertyBag::Find(std::string_view sName) const {
+const PropertyBag::EntryRef* PropertyBag::Find(std::string_view sName) const {
   // One pass over the query gives its hash and its folded code units; the scan then
   // compares hash and length, and only a candidate is compared: bytes first (names we
   // wrote are lower-case already), then unit by unit with case folded.
+  EnsureIndex();
   constexpr std::size_t kShortName = 64;
   std::uint8_t folded[2 * kShortName];
   std::uint32_t h = 0;
@@ -280,10 +220,9 @@ std::optional<std::size_t> PropertyBag::Find(std::string_view sName) const {
     ++nUnits;
     return true;
   });
-  for (std::size_t k = 0; k < m_index.size(); ++k) {
-    const EntryRef& ref = m_index[k];
+  for (const EntryRef& ref : m_index) {
     if (ref.nHash != h || ref.nNameUnits != nUnits) continue;
-    const std::uint8_t* q = m_bytes.data() + ref.nOffset + kEntryHeaderSize;
+    const std::uint8_t* q = Data() + ref.nOffset + kEntryHeaderSize;
     bool bSame = true;
     if (nUnits <= kShortName) {
       bSame = std::memcmp(q, folded, 2 * nUnits) == 0;
@@ -300,30 +239,43 @@ std::optional<std::size_t> PropertyBag::Find(std::string_view sName) const {
         return bEqual;
       });
     }
-    if (bSame) return k;
+    if (bSame) return &ref;
   }
-  return std::nullopt;
+  return nullptr;
 }
 
-std::optional<std::size_t> PropertyBag::Find(const Key& key) const {
-  if (!key.m_bReady) return Find(key.m_sName);
-  const std::size_t nUnits = key.m_sName.size();
-  for (std::size_t k = 0; k < m_index.size(); ++k) {
-    const EntryRef& ref = m_index[k];
-    if (ref.nHash != key.m_nHash || ref.nNameUnits != nUnits) continue;
-    // Names we wrote are lower-case already: a byte compare settles them. A stored name
-    // with capitals is compared unit by unit.
-    const std::uint8_t* q = m_bytes.data() + ref.nOffset + kEntryHeaderSize;
-    bool bSame = std::memcmp(q, key.m_folded, 2 * nUnits) == 0;
-    if (!bSame) {
-      bSame = true;
-      for (std::size_t i = 0; i < nUnits && bSame; ++i) {
-        bSame = FoldCase(Get16(q + 2 * i)) == key.m_folded[2 * i];
-      }
-    }
-    if (bSame) return k;
+namespace {
+
+// A stored name against a ready key: byte equal, or equal with case folded.
+bool SameName(const std::uint8_t* q, std::size_t nUnits, const std::uint8_t* folded) {
+  if (std::memcmp(q, folded, 2 * nUnits) == 0) return true;
+  for (std::size_t i = 0; i < nUnits; ++i) {
+    if (FoldCase(Get16(q + 2 * i)) != folded[2 * i]) return false;
   }
-  return std::nullopt;
+  return true;
+}
+
+}  // namespace
+
+const PropertyBag::EntryRef* PropertyBag::Find(const Key& key) const {
+  if (!key.m_bReady) return Find(key.m_sName);
+  // A key of the read was assigned its entry in the read's own pass.
+  std::size_t j = m_nNextKey;
+  if (j >= m_keys.size() || m_keys[j] != &key) {
+    j = 0;
+    while (j < m_keys.size() && m_keys[j] != &key) ++j;
+  }
+  if (j < m_keys.size()) {
+    m_nNextKey = j + 1;
+    if (m_keyRefs[j].nOffset != 0) return &m_keyRefs[j];
+  }
+  EnsureIndex();
+  const std::size_t nUnits = key.m_sName.size();
+  for (const EntryRef& ref : m_index) {
+    if (ref.nHash != key.m_nHash || ref.nNameUnits != nUnits) continue;
+    if (SameName(Data() + ref.nOffset + kEntryHeaderSize, nUnits, key.m_folded)) return &ref;
+  }
+  return nullptr;
 }
 
 std::optional<std::string> PropertyBag::ReadProperty(const std::string& sName) const {
@@ -333,21 +285,21 @@ std::optional<std::string> PropertyBag::ReadProperty(const std::string& sName) c
 }
 
 bool PropertyBag::FindText(const Key& key, std::string& sValue) const {
-  const auto k = Find(key);
-  if (!k) return false;
-  DecodeValue(m_index[*k], sValue);
+  const EntryRef* ref = Find(key);
+  if (!ref) return false;
+  DecodeValue(*ref, sValue);
   return true;
 }
 
 bool PropertyBag::FindText(std::string_view sName, std::string& sValue) const {
-  const auto k = Find(sName);
-  if (!k) return false;
-  DecodeValue(m_index[*k], sValue);
+  const EntryRef* ref = Find(sName);
+  if (!ref) return false;
+  DecodeValue(*ref, sValue);
   return true;
 }
 
 void PropertyBag::DecodeValue(const EntryRef& ref, std::string& sOut) const {
-  const std::uint8_t* p = m_bytes.data() + ref.nValueOffset;
+  const std::uint8_t* p = Data() + ref.nValueOffset;
   switch (ref.nType) {
     case kTypeInteger:
       DigitsOf(static_cast<std::int16_t>(Get16(p)), sOut);
@@ -366,7 +318,7 @@ void PropertyBag::DecodeValue(const EntryRef& ref, std::string& sOut) const {
 
 std::string PropertyBag::DecodeName(const EntryRef& ref) const {
   std::string s;
-  Utf16ToUtf8(m_bytes.data() + ref.nOffset + kEntryHeaderSize, ref.nNameUnits, s);
+  Utf16ToUtf8(Data() + ref.nOffset + kEntryHeaderSize, ref.nNameUnits, s);
   for (char& c : s) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
@@ -374,6 +326,7 @@ std::string PropertyBag::DecodeName(const EntryRef& ref) const {
 }
 
 std::vector<PropertyBag::Entry> PropertyBag::Entries() const {
+  EnsureIndex();
   std::vector<Entry> entries;
   entries.reserve(m_index.size());
   for (const EntryRef& ref : m_index) {
@@ -392,31 +345,68 @@ bool PropertyBag::SetContents(const std::uint8_t* pData, std::size_t nSize) {
   if (pData != nullptr && Parse(pData, nSize)) {
     const std::uint8_t* pOwn = m_bytes.data();
     const std::less<const std::uint8_t*> before;
-    if (!before(pData, pOwn) && before(pData, pOwn + m_bytes.size())) {
+    if (m_pImage) {
+      m_bytes.assign(pData, pData + nSize);
+    } else if (!before(pData, pOwn) && before(pData, pOwn + m_bytes.size())) {
       // Loading from our own image: move the bytes down in place.
       std::copy(pData, pData + nSize, m_bytes.begin());
       m_bytes.resize(nSize);
     } else {
       m_bytes.assign(pData, pData + nSize);
     }
+    m_pImage = nullptr;
+    m_keys = {};
     return true;
   }
   Clear();
   return false;
 }
 
-// One pass over the image; every length is checked against what is left of the buffer
-// before it is used, so no read leaves the buffer and nothing is allocated from a length.
 bool PropertyBag::Parse(const std::uint8_t* pData, std::size_t nSize) {
   m_index.clear();
-  if (nSize < kHeaderSize || nSize > kMaxImageSize) return false;
+  m_bIndexed = true;
+  if (nSize >= kHeaderSize && nSize <= kMaxImageSize) {
+    // An entry takes at least 16 bytes: one allocation covers any count.
+    m_index.reserve(std::min(kMaxEntries, (nSize - kHeaderSize) / 16));
+  }
+  return Walk(pData, nSize, {}, [&](const EntryRef& ref, int) { m_index.push_back(ref); });
+}
+
+bool PropertyBag::ReadImage(const Bytes& byteArray, std::span<const Key* const> keys) {
+  if (keys.size() > kMaxKeys) keys = {};
+  m_keyRefs.fill(EntryRef{});
+  const bool bImage =
+      Walk(byteArray.data(), byteArray.size(), keys, [&](const EntryRef& ref, int nKey) {
+        if (nKey >= 0 && m_keyRefs[static_cast<std::size_t>(nKey)].nOffset == 0)
+          m_keyRefs[static_cast<std::size_t>(nKey)] = ref;
+      });
+  if (!bImage) {
+    Clear();
+    return false;
+  }
+  m_bytes.clear();
+  m_pImage = byteArray.data();
+  m_nImageSize = byteArray.size();
+  m_index.clear();
+  m_bIndexed = false;
+  m_keys = keys;
+  m_nNextKey = 0;
+  return true;
+}
+
+// One pass over the image; every length is checked against what is left of the buffer
+// before it is used, so no read leaves the buffer and nothing is allocated from a length.
+template <typename OnEntry>
+bool PropertyBag::Walk(const std::uint8_t* pData, std::size_t nSize,
+                       std::span<const Key* const> keys, OnEntry&& onEntry) {
+  if (pData == nullptr || nSize < kHeaderSize || nSize > kMaxImageSize) return false;
   if (Get32(pData) != kMagic || Get32(pData + 4) != nSize) return false;
-  // An entry takes at least 16 bytes: one allocation covers any count.
-  m_index.reserve(std::min(kMaxEntries, (nSize - kHeaderSize) / 16));
 
   std::size_t nOffset = kHeaderSize;
+  std::size_t nEntries = 0;
+  std::size_t nNextKey = 0;  // the key whose name should come next
   while (nOffset < nSize) {
-    if (m_index.size() >= kMaxEntries) return false;
+    if (nEntries >= kMaxEntries) return false;
     if (nSize - nOffset < kEntryHeaderSize) return false;
     const std::uint8_t* p = pData + nOffset;
     EntryRef ref;
@@ -429,11 +419,28 @@ bool PropertyBag::Parse(const std::uint8_t* pData, std::size_t nSize) {
     std::size_t nPos = nOffset + kEntryHeaderSize;
     const std::size_t nNameBytes = 2 * static_cast<std::size_t>(ref.nNameUnits);
     if (nSize - nPos < nNameBytes) return false;
-    std::uint32_t h = 0;
-    for (std::size_t i = 0; i < nNameBytes; i += 2) {
-      h = HashStep(h, FoldCase(Get16(pData + nPos + i)));
+    const std::uint8_t* pName = pData + nPos;
+    int nKey = -1;
+    // The expected name, byte for byte, is its own folded form: its hash is the key's.
+    if (nNextKey < keys.size()) {
+      const Key& key = *keys[nNextKey];
+      if (key.m_bReady && key.m_sName.size() == ref.nNameUnits &&
+          std::memcmp(pName, key.m_folded, nNameBytes) == 0) {
+        if (key.m_nHash != ref.nHash) return false;
+        nKey = static_cast<int>(nNextKey);
+      }
     }
-    if (h != ref.nHash) return false;
+    if (nKey < 0) {
+      const std::uint32_t h = StoredNameHash(pName, ref.nNameUnits);
+      if (h != ref.nHash) return false;
+      for (std::size_t j = 0; j < keys.size() && nKey < 0; ++j) {
+        const Key& key = *keys[j];
+        if (key.m_bReady && key.m_nHash == h && key.m_sName.size() == ref.nNameUnits &&
+            SameName(pName, ref.nNameUnits, key.m_folded))
+          nKey = static_cast<int>(j);
+      }
+    }
+    if (nKey >= 0) nNextKey = static_cast<std::size_t>(nKey) + 1;
     nPos += nNameBytes;
 
     switch (ref.nType) {
@@ -478,10 +485,77 @@ bool PropertyBag::Parse(const std::uint8_t* pData, std::size_t nSize) {
         bLast ? static_cast<std::int32_t>(kHeaderSize) - static_cast<std::int32_t>(nOffset)
               : static_cast<std::int32_t>(nPadded);
     if (lngLink != lngExpected) return false;
-    m_index.push_back(ref);
+    onEntry(ref, nKey);
+    ++nEntries;
     nOffset += nPadded;
   }
   return true;
+}
+
+Bytes PropertyBag::WriteImage(std::span<const TextEntry> entries) {
+  struct Sized {
+    const TextEntry* pEntry;
+    std::size_t nValueUnits;
+    bool bAscii;
+  };
+  // Sizes first, with AppendText's caps; a key that is not ready goes the long way.
+  std::array<Sized, kMaxKeys> sized;
+  std::size_t nCount = 0;
+  std::size_t nTotal = kHeaderSize;
+  for (const TextEntry& entry : entries) {
+    if (!entry.pKey->m_bReady || nCount == sized.size()) {
+      PropertyBag bag;
+      for (const TextEntry& e : entries) bag.AppendText(e.pKey->m_sName, e.sValue);
+      return bag.Contents();
+    }
+    const bool bAscii = IsAscii(entry.sValue);
+    const std::size_t nValueUnits = bAscii ? entry.sValue.size() : CountUnits(entry.sValue);
+    if (nValueUnits > kMaxImageSize) continue;
+    const std::size_t nSize =
+        Padded(kEntryHeaderSize + 2 * entry.pKey->m_sName.size() + 4 + 2 * nValueUnits);
+    if (nTotal + nSize > kMaxImageSize) continue;
+    sized[nCount++] = Sized{&entry, nValueUnits, bAscii};
+    nTotal += nSize;
+  }
+
+  Bytes image(nTotal, 0);
+  std::uint8_t* base = image.data();
+  Put32(base, kMagic);
+  Put32(base + 4, static_cast<std::uint32_t>(nTotal));
+  std::size_t nOffset = kHeaderSize;
+  for (std::size_t k = 0; k < nCount; ++k) {
+    const Key& key = *sized[k].pEntry->pKey;
+    const std::string_view sValue = sized[k].pEntry->sValue;
+    const std::size_t nNameUnits = key.m_sName.size();
+    const std::size_t nValueUnits = sized[k].nValueUnits;
+    const std::size_t nSize = Padded(kEntryHeaderSize + 2 * nNameUnits + 4 + 2 * nValueUnits);
+    std::uint8_t* p = base + nOffset;
+    Put16(p, kTypeText);
+    Put16(p + 2, static_cast<std::uint16_t>(nNameUnits));
+    Put32(p + 4, key.m_nHash);
+    // Each entry links forward by its size; the last links back to the first.
+    const bool bLast = k + 1 == nCount;
+    Put32(p + 8, bLast ? static_cast<std::uint32_t>(static_cast<std::int32_t>(kHeaderSize) -
+                                                    static_cast<std::int32_t>(nOffset))
+                       : static_cast<std::uint32_t>(nSize));
+    std::uint8_t* q = p + kEntryHeaderSize;
+    std::memcpy(q, key.m_folded, 2 * nNameUnits);
+    q += 2 * nNameUnits;
+    Put32(q, static_cast<std::uint32_t>(nValueUnits));
+    q += 4;
+    if (sized[k].bAscii) {
+      // The image is zero: ASCII needs only its low bytes written.
+      for (std::size_t i = 0; i < nValueUnits; ++i) q[2 * i] = static_cast<std::uint8_t>(sValue[i]);
+    } else {
+      ForEachUnit(sValue, [&](char16_t c) {
+        Put16(q, c);
+        q += 2;
+        return true;
+      });
+    }
+    nOffset += nSize;
+  }
+  return image;
 }
 
 }  // namespace launchagent

@@ -6,9 +6,14 @@
 // The bag keeps its image itself: WriteProperty appends an encoded entry, SetContents
 // checks and takes a whole image, and ReadProperty decodes one value on demand. So
 // reading a received image costs one pass of checks and no per-entry allocation.
+// The messages' own path is cheaper still: ReadImage checks an image where it lies and
+// assigns its entries to the message's fixed keys in the same pass, and WriteImage
+// sizes a whole image once from fixed keys.
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,6 +40,8 @@ class PropertyBag {
   // Anything larger is not an image; writes that would pass these are skipped.
   static constexpr std::size_t kMaxImageSize = 64 * 1024;
   static constexpr std::size_t kMaxEntries = 1024;
+  // Fixed keys one ReadImage can assign.
+  static constexpr std::size_t kMaxKeys = 24;
 
   // A fixed key with its hash and its lower-cased UTF-16LE form worked out once (at
   // compile time for constexpr keys), so the messages' lookups skip that per call.
@@ -70,6 +77,12 @@ class PropertyBag {
     std::uint16_t nType = kTypeText;
   };
 
+  // A text entry under a fixed key, for WriteImage.
+  struct TextEntry {
+    const Key* pKey;
+    std::string_view sValue;
+  };
+
   // An empty bag: its image is the 8-byte header alone.
   PropertyBag();
 
@@ -87,14 +100,23 @@ class PropertyBag {
   bool FindText(const Key& key, std::string& sValue) const;
 
   // The serialised image.
-  Bytes Contents() const { return m_bytes; }
-  const Bytes& ContentsRef() const { return m_bytes; }
+  Bytes Contents() const { return Bytes(Data(), Data() + Size()); }
+  const Bytes& ContentsRef() const;
   // Takes a whole image. False when the bytes are not exactly one image; the bag is
   // then empty.
   bool SetContents(const Bytes& byteArray);
   bool SetContents(const std::uint8_t* pData, std::size_t nSize);
+  // As SetContents, but the bag reads the bytes where they lie (they must stay as they
+  // are while the bag is used), and assigns entries to keys in the same pass: a name
+  // that comes in the order of keys costs one byte compare, others a lookup. FindText
+  // of one of these keys then costs nothing more. The keys must have distinct names and
+  // outlive the bag (static constants); more than kMaxKeys are looked up as usual.
+  bool ReadImage(const Bytes& byteArray, std::span<const Key* const> keys);
+  // The image of these text entries in turn, sized once: the same bytes as AppendText of
+  // each on an empty bag (an entry that would pass a cap is skipped).
+  static Bytes WriteImage(std::span<const TextEntry> entries);
 
-  std::size_t Count() const { return m_index.size(); }
+  std::size_t Count() const;
   // Entries in image order (for tools that show an image).
   std::vector<Entry> Entries() const;
   void Clear();
@@ -113,14 +135,29 @@ class PropertyBag {
     std::uint16_t nType = kTypeText;
   };
 
-  std::optional<std::size_t> Find(std::string_view sName) const;
-  std::optional<std::size_t> Find(const Key& key) const;
+  // Checks an image and calls onEntry(ref, key position or -1) for each entry.
+  template <typename OnEntry>
+  static bool Walk(const std::uint8_t* pData, std::size_t nSize, std::span<const Key* const> keys,
+                   OnEntry&& onEntry);
+  const std::uint8_t* Data() const { return m_pImage ? m_pImage : m_bytes.data(); }
+  std::size_t Size() const { return m_pImage ? m_nImageSize : m_bytes.size(); }
+  // Bytes read in place become the bag's own (before a write or a reference to them).
+  void Own() const;
+  void EnsureIndex() const;
+  const EntryRef* Find(std::string_view sName) const;
+  const EntryRef* Find(const Key& key) const;
   void DecodeValue(const EntryRef& ref, std::string& sOut) const;
   std::string DecodeName(const EntryRef& ref) const;
   bool Parse(const std::uint8_t* pData, std::size_t nSize);
 
-  Bytes m_bytes;
-  std::vector<EntryRef> m_index;
+  mutable Bytes m_bytes;
+  mutable const std::uint8_t* m_pImage = nullptr;  // bytes read in place, or m_bytes
+  std::size_t m_nImageSize = 0;
+  mutable std::vector<EntryRef> m_index;
+  mutable bool m_bIndexed = true;  // false: m_index is built on first need
+  std::span<const Key* const> m_keys;
+  std::array<EntryRef, kMaxKeys> m_keyRefs{};  // nOffset 0: no entry of that name
+  mutable std::size_t m_nNextKey = 0;          // where the next FindText likely is
 };
 
 }  // namespace launchagent

@@ -230,21 +230,21 @@ void FrmAgentSetup::cmdOk_Click() {
 }
 
 void FrmAgentSetup::txtAgentLog_Display(const std::string& sText, Integer nMode) {
-  std::string sLog = rtbAgentLog->Text();
-  if (nMode == kLogModeCut && sLog.size() > kLogCutLength)
-    sLog = sLog.substr(CharBoundary(sLog, sLog.size() / 2));
-  if (sLog.empty()) {
-    sLog = sText;
+  const std::string& sLog = rtbAgentLog->Text();
+  if (nMode == kLogModeCut && sLog.size() > kLogCutLength) {
+    // The cut happens once per half of the limit; every other line is appended in place.
+    std::string sKept = sLog.substr(CharBoundary(sLog, sLog.size() / 2));
+    if (!sKept.empty()) sKept += "\r\n";
+    sKept += sText;
+    rtbAgentLog->SetText(std::move(sKept));
+  } else if (sLog.empty()) {
+    rtbAgentLog->Append(sText);
   } else {
-    sLog += "\r\n";
-    sLog += sText;
+    rtbAgentLog->Append("\r\n", sText);
   }
-  const Long lngLength = static_cast<Long>(sLog.size());
-  const Long lngNew = static_cast<Long>(sText.size());
-  rtbAgentLog->SetText(std::move(sLog));
   // Selecting the new text scrolls it into view.
-  rtbAgentLog->SetSelStart(lngLength - lngNew);
-  rtbAgentLog->SetSelLength(lngNew);
+  const Long lngNew = static_cast<Long>(sText.size());
+  rtbAgentLog->Select(static_cast<Long>(rtbAgentLog->Text().size()) - lngNew, lngNew);
 }
 
 // The internet check runs on every sixth tick. The agent has no detection of internet

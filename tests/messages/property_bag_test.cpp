@@ -200,7 +200,14 @@ TEST(PropertyBagTest, EveryBrokenRuleIsNotAnImage) {
       {"padding not zero", Patched(good, 59, 1, 1)},
       {"entry header cut", Cat(Bytes(good.begin(), good.begin() + 8 + 28 + 8), {}, true)},
   };
+  static constexpr PropertyBag::Key kKey1{"key1"}, kK{"k"};
+  static constexpr const PropertyBag::Key* kKeys[] = {&kKey1, &kK};
+  ASSERT_TRUE(PropertyBag().ReadImage(good, kKeys));
   for (const auto& [szWhat, b] : cases) {
+    // Reading in place with keys is as strict as taking the image.
+    PropertyBag inPlace;
+    EXPECT_FALSE(inPlace.ReadImage(b, kKeys)) << szWhat;
+    EXPECT_EQ(inPlace.Count(), 0u) << szWhat;
     PropertyBag bag;
     bag.WriteProperty("before", "x");
     EXPECT_FALSE(bag.SetContents(b)) << szWhat;

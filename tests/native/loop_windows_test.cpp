@@ -7,7 +7,9 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <chrono>
 
+#include "platform/native/text_follower.h"
 #include "platform/native/window_system.h"
 #include "platform/ui/form.h"
 #include "test_support.h"
@@ -178,6 +180,7 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   EXPECT_TRUE(edit->isReadOnly());
   log.SetText("line 1\r\nline 2");
   log.SetSelStart(static_cast<Long>(log.Text().size()));
+  EXPECT_TRUE(test::WaitUntil(loop_, [&] { return edit->toPlainText() == "line 1\nline 2"; }));
   EXPECT_EQ(edit->textCursor().position(), edit->toPlainText().size());
   view->resize(900, 700);
   EXPECT_GT(edit->width(), 800);
@@ -193,6 +196,59 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   windows_->MessageBox("Agent Setup", "Could not save");  // offscreen: told and passed by
   windows_->DetachForm(form);
   EXPECT_EQ(windows_->FindWindowByTitle("Launch Service for Varno"), 0);
+}
+
+// The log box follows its model at a bounded rate: lines appended between two refreshes
+// reach the widget together, as one insertion of the new tail; a hidden window's box is
+// not touched until the window is shown again.
+TEST_F(FormWindowsTest, TheLogBoxCatchesUpWithManyLinesAtOnce) {
+  ui::Form form("frmLaunch", "Launch");
+  auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
+  windows_->AttachForm(form);
+  FormView* view = windows_->ViewOf(form);
+  form.Show();
+  auto* edit = dynamic_cast<QPlainTextEdit*>(view->WidgetOf("txtInfo"));
+  ASSERT_NE(edit, nullptr);
+  int nUpdates = 0;
+  QObject::connect(edit, &QPlainTextEdit::textChanged, [&] { ++nUpdates; });
+
+  struct Step {
+    bool bVisible;
+    std::vector<std::string> lines;  // appended one by one; "" replaces the text with "x\r"
+    std::string sShown;              // what the box shows once the loop has run
+  };
+  const Step steps[] = {
+      {true, {"a\r\n", "b\r\n", "c\r\n"}, "a\nb\nc\n"},
+      // A line end split between two refreshes stays one break.
+      {true, {"d\r"}, "a\nb\nc\nd\n"},
+      {true, {"\ne"}, "a\nb\nc\nd\ne"},
+      {false, {"f\r\n", "g\r\n"}, "a\nb\nc\nd\ne"},
+      {true, {}, "a\nb\nc\nd\nef\ng\n"},
+      {false, {"", "y"}, "a\nb\nc\nd\nef\ng\n"},
+      {true, {}, "x\ny"},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.sShown);
+    if (step.bVisible != form.Visible()) step.bVisible ? form.Show() : form.Hide();
+    for (const std::string& s : step.lines) {
+      if (s.empty())
+        log.SetText("x\r");
+      else
+        log.Append(s);
+      log.Select(static_cast<Long>(log.Text().size()), 0);
+    }
+    const int nBefore = nUpdates;
+    // Two refresh periods of real time.
+    const auto until =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(2 * TextFollower::kRefreshMs);
+    while (std::chrono::steady_clock::now() < until) loop_.WaitForEvents(0.05);
+    EXPECT_EQ(S(edit->toPlainText()), step.sShown);
+    if (step.bVisible) {
+      EXPECT_LE(nUpdates - nBefore, 1);
+      EXPECT_EQ(edit->textCursor().position(), edit->toPlainText().size());
+    }
+  }
+  windows_->DetachForm(form);
 }
 
 TEST_F(FormWindowsTest, ControlsAreBoundBothWays) {

@@ -15,36 +15,10 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "platform/native/text_follower.h"
+
 namespace launchagent::native {
 namespace {
-
-// The system's texts are 8-bit; Latin-1 keeps every byte and every position.
-QString Q(const std::string& s) {
-  return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size()));
-}
-std::string S(const QString& s) { return s.toLatin1().toStdString(); }
-
-// A multi-line box shows "\r\n" line ends as one line break; positions shift with them.
-std::string ForDisplay(const std::string& s) {
-  std::string out;
-  out.reserve(s.size());
-  for (size_t i = 0; i < s.size(); ++i) {
-    if (s[i] == '\r') {
-      out += '\n';
-      if (i + 1 < s.size() && s[i + 1] == '\n') ++i;
-    } else {
-      out += s[i];
-    }
-  }
-  return out;
-}
-
-int DisplayPosition(const std::string& s, Long lngPos) {
-  int n = 0;
-  for (Long i = 0; i < lngPos && i < static_cast<Long>(s.size()); ++i)
-    if (!(s[static_cast<size_t>(i)] == '\n' && i > 0 && s[static_cast<size_t>(i) - 1] == '\r')) ++n;
-  return n;
-}
 
 bool HasHints(const ui::Control& c) { return c.nWidth > 0 && c.nHeight > 0; }
 
@@ -53,8 +27,10 @@ bool IsTimer(const ui::Control& c) { return dynamic_cast<const ui::Timer*>(&c) !
 // Runs fn while its owner still lives.
 template <class F>
 auto WhileAlive(const std::shared_ptr<bool>& alive, F fn) {
+  // The agent's thread alone drops the owner, so a look at the count will do (a lock
+  // would cost two atomic operations on every change of every control).
   return [w = std::weak_ptr<bool>(alive), fn](auto&&... args) {
-    if (!w.lock()) return;
+    if (w.expired()) return;
     if constexpr (std::is_invocable_v<F, decltype(args)...>)
       fn(std::forward<decltype(args)>(args)...);
     else
@@ -168,6 +144,7 @@ void FormView::resizeEvent(QResizeEvent* event) {
 void FormView::Build(ui::Control& c) {
   QWidget* w = nullptr;
   auto sync = std::make_shared<std::function<void()>>();
+  TextFollower* follower = nullptr;
   if (auto* label = dynamic_cast<ui::Label*>(&c)) {
     auto* q = new QLabel(Q(label->Caption()));
     *sync = [q, label] { q->setText(Q(label->Caption())); };
@@ -182,24 +159,19 @@ void FormView::Build(ui::Control& c) {
     if (text->MultiLine()) {
       auto* q = new QPlainTextEdit();
       q->setReadOnly(bFill_);
+      // The log grows line by line; an undo history of it would only grow with it.
+      if (bFill_) q->setUndoRedoEnabled(false);
       q->setLineWrapMode(QPlainTextEdit::WidgetWidth);
-      *sync = [this, q, text] {
-        const std::string sShown = ForDisplay(text->Text());
-        if (S(q->toPlainText()) != sShown) q->setPlainText(Q(sShown));
-        if (bUserEdit_) return;
-        QTextCursor cursor = q->textCursor();
-        const std::string& s = text->Text();
-        cursor.setPosition(DisplayPosition(s, text->SelStart()));
-        cursor.setPosition(DisplayPosition(s, text->SelStart() + text->SelLength()),
-                           QTextCursor::KeepAnchor);
-        q->setTextCursor(cursor);
-        q->ensureCursorVisible();
+      follower = new TextFollower(*text, *q, *this, bSyncing_);
+      followers_.push_back(follower);
+      *sync = [this, follower] {
+        if (isVisible()) follower->Flush();
       };
-      QObject::connect(q, &QPlainTextEdit::textChanged, q, WhileAlive(alive_, [this, q, text] {
+      QObject::connect(q, &QPlainTextEdit::textChanged, q,
+                       WhileAlive(alive_, [this, q, text, follower] {
                          if (bSyncing_) return;
-                         bUserEdit_ = true;
                          loop_.Deliver([q, text] { text->UserType(S(q->toPlainText())); });
-                         bUserEdit_ = false;
+                         follower->UserEdited();
                        }));
       w = q;
     } else {
@@ -281,7 +253,19 @@ void FormView::Build(ui::Control& c) {
     bSyncing_ = false;
   };
   full();
-  c.AddObserver(WhileAlive(alive_, full));
+  // A multi-line box's text and selection go through its follower, at a bounded rate.
+  c.AddChangeObserver(WhileAlive(alive_, [full, follower](const ui::Change& change) {
+    if (follower && change.kind != ui::Change::Kind::kState)
+      follower->Note(change);
+    else
+      full();
+  }));
+}
+
+void FormView::showEvent(QShowEvent* event) {
+  // Text boxes were left alone while hidden; they catch up before the first paint.
+  for (TextFollower* follower : followers_) follower->Flush();
+  QWidget::showEvent(event);
 }
 
 void FormView::RequestClose() {

@@ -12,12 +12,17 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/native/event_loop.h"
 #include "platform/ui/form.h"
 
 class QGroupBox;
 class QVBoxLayout;
+
+namespace launchagent::native {
+class TextFollower;
+}
 
 namespace launchagent::native {
 
@@ -42,6 +47,7 @@ class FormView : public QWidget {
  protected:
   void closeEvent(QCloseEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void showEvent(QShowEvent* event) override;
 
  private:
   void SyncForm();
@@ -58,6 +64,7 @@ class FormView : public QWidget {
   std::map<QWidget*, QRect> design_;  // where hints put the form's own controls
   QSize designSize_;
   std::map<std::string, QVBoxLayout*> frameLayouts_;
+  std::vector<TextFollower*> followers_;  // owned by their text widgets
   QVBoxLayout* layout_ = nullptr;
   bool bAbsolute_ = false;
   bool bFill_ = false;

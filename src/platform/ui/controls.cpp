@@ -4,8 +4,12 @@
 
 namespace launchagent::ui {
 
-void Control::Changed() {
-  for (auto& fn : observers_) fn();
+void Control::AddObserver(std::function<void()> fn) {
+  observers_.push_back([fn = std::move(fn)](const Change&) { fn(); });
+}
+
+void Control::Changed(const Change& change) {
+  for (auto& fn : observers_) fn(change);
 }
 
 void Control::SetEnabled(bool b) {
@@ -30,23 +34,48 @@ void Frame::SetCaption(std::string s) {
 
 void TextBox::SetText(std::string s) {
   sText_ = std::move(s);
+  ++nEpoch_;
   lngSelStart_ = 0;
   lngSelLength_ = 0;
-  Changed();
+  Changed({Change::Kind::kTextReset, 0});
   if (OnChange) OnChange();
 }
 
-void TextBox::SetSelStart(Long n) {
+void TextBox::Append(std::string_view s, std::string_view sMore) {
+  const std::size_t nFrom = sText_.size();
+  sText_.append(s);
+  sText_.append(sMore);
+  lngSelStart_ = 0;
+  lngSelLength_ = 0;
+  Changed({Change::Kind::kTextAppend, nFrom});
+  if (OnChange) OnChange();
+}
+
+void TextBox::ClampStart(Long n) {
   const Long len = static_cast<Long>(sText_.size());
   lngSelStart_ = std::clamp<Long>(n, 0, len);
   lngSelLength_ = std::min<Long>(lngSelLength_, len - lngSelStart_);
-  Changed();
+}
+
+void TextBox::ClampLength(Long n) {
+  const Long len = static_cast<Long>(sText_.size());
+  lngSelLength_ = std::clamp<Long>(n, 0, len - lngSelStart_);
+}
+
+void TextBox::SetSelStart(Long n) {
+  ClampStart(n);
+  Changed({Change::Kind::kSelection, 0});
 }
 
 void TextBox::SetSelLength(Long n) {
-  const Long len = static_cast<Long>(sText_.size());
-  lngSelLength_ = std::clamp<Long>(n, 0, len - lngSelStart_);
-  Changed();
+  ClampLength(n);
+  Changed({Change::Kind::kSelection, 0});
+}
+
+void TextBox::Select(Long nStart, Long nLength) {
+  ClampStart(nStart);
+  ClampLength(nLength);
+  Changed({Change::Kind::kSelection, 0});
 }
 
 std::string TextBox::SelText() const {

@@ -1,16 +1,32 @@
 #pragma once
 // Models of the controls on the agent's forms. The system's logic reads and writes
 // these models; a backend renders them (Qt widgets natively, nothing in the simulator)
-// and feeds user actions back through the same models. Each model tells its observer
-// after every change so a renderer can follow.
+// and feeds user actions back through the same models. Each model tells its observers
+// after every change, and what the change touched, so a renderer can follow at the cost
+// of the change rather than of the whole model.
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/types.h"
 
 namespace launchagent::ui {
+
+// What one change of a control touched.
+struct Change {
+  enum class Kind : std::uint8_t {
+    kState,       // anything else (caption, value, entries, enabled, visible): re-read
+    kTextReset,   // a text box's whole text was replaced
+    kTextAppend,  // a text box's text grew at its end; bytes before nFrom are as they were
+    kSelection,   // only a text box's selection moved
+  };
+  Kind kind = Kind::kState;
+  std::size_t nFrom = 0;  // kTextAppend: where the new tail starts
+};
 
 class Control {
  public:
@@ -30,17 +46,20 @@ class Control {
   // Name of the frame that holds this control, "" for the form itself.
   std::string sContainer;
 
-  // Renderers subscribe here; called after every change of the model.
-  void AddObserver(std::function<void()> fn) { observers_.push_back(std::move(fn)); }
+  // Renderers subscribe here; called after every change of the model, in order.
+  void AddObserver(std::function<void()> fn);
+  void AddChangeObserver(std::function<void(const Change&)> fn) {
+    observers_.push_back(std::move(fn));
+  }
 
  protected:
-  void Changed();
+  void Changed(const Change& change = {});
 
  private:
   std::string sName_;
   bool bEnabled_ = true;
   bool bVisible_ = true;
-  std::vector<std::function<void()>> observers_;
+  std::vector<std::function<void(const Change&)>> observers_;
 };
 
 class Label : public Control {
@@ -65,6 +84,17 @@ class Frame : public Control {
   std::string sCaption_;
 };
 
+// A text box. A log grows by Append, which costs the length of the line, not of the
+// text. How a view follows it cheaply:
+// - Every change reaches change observers as kTextReset (SetText, UserType), kTextAppend
+//   with nFrom (Append) or kSelection (SetSelStart, SetSelLength, Select); enabling and
+//   showing come as kState.
+// - Epoch() counts the resets. A view that remembers the epoch and the text length it
+//   last showed may skip notifications (to refresh at a bounded rate, or not at all
+//   while hidden) and catch up later: with the same epoch, the shown text is still a
+//   prefix of Text() and only Text().substr(length) is new; with another epoch it shows
+//   the whole text afresh.
+// - Text bytes are never changed in place except by a reset.
 class TextBox : public Control {
  public:
   explicit TextBox(std::string sName, std::string sText = "", bool bMultiLine = false)
@@ -72,20 +102,29 @@ class TextBox : public Control {
   const std::string& Text() const { return sText_; }
   // Setting the text puts the caret at the start, as the desktop text box does.
   void SetText(std::string s);
+  // The same as SetText(Text() + s + sMore), without copying the text.
+  void Append(std::string_view s, std::string_view sMore = {});
+  std::uint64_t Epoch() const { return nEpoch_; }
   bool MultiLine() const { return bMultiLine_; }
   Long SelStart() const { return lngSelStart_; }
   Long SelLength() const { return lngSelLength_; }
   // Selection is clamped to the text; a selection makes the box scroll it into view.
   void SetSelStart(Long n);
   void SetSelLength(Long n);
+  // SetSelStart(nStart) then SetSelLength(nLength), told to observers once.
+  void Select(Long nStart, Long nLength);
   std::string SelText() const;
   // A user typing: replaces the text and fires the change handler.
   void UserType(std::string s);
   std::function<void()> OnChange;
 
  private:
+  void ClampStart(Long n);
+  void ClampLength(Long n);
+
   std::string sText_;
   bool bMultiLine_;
+  std::uint64_t nEpoch_ = 0;
   Long lngSelStart_ = 0;
   Long lngSelLength_ = 0;
 };
