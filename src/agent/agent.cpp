@@ -111,7 +111,7 @@ FrmAgentSetup& Agent::frmAgentSetup() {
 FrmLANResources& Agent::frmLANResources() {
   if (!frmLANResources_)
     frmLANResources_ = std::make_unique<FrmLANResources>(
-        platform_, [this] { return frmAgentSetup().GetHostName(); });
+        platform_, [this] { return frmAgentSetup().Identity().GetHostName(); });
   return *frmLANResources_;
 }
 
@@ -142,6 +142,6 @@ void Agent::LogActivity(const std::string& sText, Integer nLevel) {
 
 double Agent::SecondsSinceMidnight() { return platform_.clock.SecondsSinceMidnight(); }
 
-std::string Agent::LocalHostName() { return frmAgentSetup().GetHostName(); }
+std::string Agent::LocalHostName() { return frmAgentSetup().Identity().GetHostName(); }
 
 }  // namespace launchagent

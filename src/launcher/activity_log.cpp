@@ -23,7 +23,7 @@ void Launcher::LogActivity(const std::string& sText, Integer /*nLevel*/) {
 
   platform_.trace.ActivityLine(sText);
   // The setup window's "Log" box shows the same lines while that window is loaded.
-  if (forms_.IsAgentSetupLoaded()) forms_.frmAgentSetup().txtAgentLog_Display(sText, 5);
+  if (forms_.IsAgentSetupLoaded()) forms_.frmAgentSetup().log.Display(sText, 5);
 }
 
 }  // namespace launchagent

@@ -69,8 +69,8 @@ void FrmLaunch::Init() {
   TimerCheckResources.SetTimerEnabled(true);
   TimerSendMessages.SetInterval(1000);
   TimerSendMessages.SetTimerEnabled(true);
-  forms_.frmAgentSetup().SocketsInitialize();
-  forms_.frmAgentSetup().GetHostInfo();
+  forms_.frmAgentSetup().Identity().SocketsInitialize();
+  forms_.frmAgentSetup().Identity().GetHostInfo();
   launcher_.lanHosts().RefreshLANHosts();
 }
 

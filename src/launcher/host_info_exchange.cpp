@@ -17,15 +17,15 @@ constexpr Integer kLogLevel = 1;
 }
 
 void HostInfoExchange::RefreshLocalHostInfo() {
-  forms_.frmAgentSetup().SocketsInitialize();
-  forms_.frmAgentSetup().GetHostInfo();
+  forms_.frmAgentSetup().Identity().SocketsInitialize();
+  forms_.frmAgentSetup().Identity().GetHostInfo();
   lanHosts_.RefreshLANHosts();
   forms_.frmAgentSetup().PopulateNeighborhoodList();
   const std::string sName = mainApp_.FindMainAppFile();
 
   std::shared_ptr<clsMsgHostInfo> objHost = objLocalHost();
-  objHost->SetHostName(forms_.frmAgentSetup().GetHostName());
-  objHost->SetIPAddress(forms_.frmAgentSetup().GetIPAddress());
+  objHost->SetHostName(forms_.frmAgentSetup().Identity().GetHostName());
+  objHost->SetIPAddress(forms_.frmAgentSetup().Identity().GetIPAddress());
   if (!sName.empty()) {
     // Peers reach the executable through one of this computer's shares.
     objHost->SetAppPath(
@@ -39,7 +39,7 @@ void HostInfoExchange::BroadcastLocalHostInfo() {
   const Integer nCount = lanHosts_.nLANHostCnt;
   for (Integer i = 1; i <= nCount; ++i) {
     const std::string sHost = lanHosts_.GetLANHost(i);
-    const std::string sAddress = forms_.frmAgentSetup().GetIPInfo(sHost);
+    const std::string sAddress = forms_.frmAgentSetup().Identity().GetIPInfo(sHost);
     // Taken anew for every host: the description may change while events run.
     const Bytes byteArray = objLocalHost()->GetObjectData();
     forms_.frmClient().SendMessageEx(sHost, sAddress, byteArray);

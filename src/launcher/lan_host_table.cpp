@@ -74,7 +74,7 @@ void LanHostTable::RegisterLANHosts() {
     const std::string sHost = GetLANHost(i);
     auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
     objHostInfo->SetHostName(sHost);
-    objHostInfo->SetIPAddress(forms_.frmAgentSetup().GetIPInfo(sHost));
+    objHostInfo->SetIPAddress(forms_.frmAgentSetup().Identity().GetIPInfo(sHost));
     registry_.UpdateAgent(objHostInfo);
   }
 }

@@ -67,7 +67,7 @@ FrmAgentSetup::~FrmAgentSetup() {
 void FrmAgentSetup::Form_Unload() {
   TimerCheckInternet->SetTimerEnabled(false);
   platform_.windows.DetachForm(form_);
-  SocketsCleanup();
+  identity_.SocketsCleanup();
 }
 
 std::function<void()> FrmAgentSetup::Handler(void (FrmAgentSetup::*fn)()) {
@@ -86,79 +86,89 @@ void FrmAgentSetup::CreateControls() {
   f.nHeight = 700;
 
   // Top row.
-  fraNeighborhood =
+  neighborhood.fraNeighborhood =
       Place(f.Add<ui::Frame>("fraNeighborhood", "Neighborhood Computers "), "", 8, 8, 288, 160);
-  lstNeighborhood =
+  neighborhood.lstNeighborhood =
       Place(f.Add<ui::ListBox>("lstNeighborhood"), "fraNeighborhood", 8, 20, 272, 132);
-  cmdRefresh = Place(f.Add<ui::CommandButton>("cmdRefresh", "Refresh"), "", 8, 172, 90, 26);
+  neighborhood.cmdRefresh =
+      Place(f.Add<ui::CommandButton>("cmdRefresh", "Refresh"), "", 8, 172, 90, 26);
 
-  fraActive = Place(f.Add<ui::Frame>("fraActive", "Active Computers"), "", 304, 8, 288, 160);
-  lstActive = Place(f.Add<ui::ListBox>("lstActive", true), "fraActive", 8, 20, 272, 132);
-  cmdActiveAdd = Place(f.Add<ui::CommandButton>("cmdActiveAdd", "Add"), "", 304, 172, 90, 26);
-  cmdActiveDelete =
+  active.fraActive = Place(f.Add<ui::Frame>("fraActive", "Active Computers"), "", 304, 8, 288, 160);
+  active.lstActive = Place(f.Add<ui::ListBox>("lstActive", true), "fraActive", 8, 20, 272, 132);
+  active.cmdActiveAdd =
+      Place(f.Add<ui::CommandButton>("cmdActiveAdd", "Add"), "", 304, 172, 90, 26);
+  active.cmdActiveDelete =
       Place(f.Add<ui::CommandButton>("cmdActiveDelete", "Delete"), "", 400, 172, 90, 26);
-  cmdActiveClear = Place(f.Add<ui::CommandButton>("cmdActiveClear", "Clear"), "", 496, 172, 90, 26);
+  active.cmdActiveClear =
+      Place(f.Add<ui::CommandButton>("cmdActiveClear", "Clear"), "", 496, 172, 90, 26);
 
   // The selected (remote) host.
   const std::string sSel = "fraSelectedHost";
-  fraSelectedHost = Place(f.Add<ui::Frame>(sSel, "Selected (Remote) Host Agent Properties"), "", 8,
-                          206, 584, 230);
+  selectedHost.fraSelectedHost = Place(
+      f.Add<ui::Frame>(sSel, "Selected (Remote) Host Agent Properties"), "", 8, 206, 584, 230);
   Place(f.Add<ui::Label>("lblHostUsers", "Select Host Users:"), sSel, 8, 20, 180, 18);
-  lstHostUsers = Place(f.Add<ui::ListBox>("lstHostUsers"), sSel, 8, 40, 180, 110);
+  selectedHost.lstHostUsers = Place(f.Add<ui::ListBox>("lstHostUsers"), sSel, 8, 40, 180, 110);
   Place(f.Add<ui::Label>("lblContexts", "Select Active Context:"), sSel, 196, 20, 180, 18);
-  lstContexts = Place(f.Add<ui::ListBox>("lstContexts", true), sSel, 196, 40, 180, 110);
-  chkRemoteWeb = Place(f.Add<ui::CheckBox>("chkRemoteWeb", "Web"), sSel, 388, 20, 188, 20);
-  chkRemoteNews = Place(f.Add<ui::CheckBox>("chkRemoteNews", "News"), sSel, 388, 42, 188, 20);
-  chkRemoteJobs = Place(f.Add<ui::CheckBox>("chkRemoteJobs", "Jobs"), sSel, 388, 64, 188, 20);
-  chkRemoteStocks = Place(f.Add<ui::CheckBox>("chkRemoteStocks", "Stocks"), sSel, 388, 86, 188, 20);
-  chkRemoteIntranet =
+  selectedHost.lstContexts =
+      Place(f.Add<ui::ListBox>("lstContexts", true), sSel, 196, 40, 180, 110);
+  selectedHost.chkRemoteWeb =
+      Place(f.Add<ui::CheckBox>("chkRemoteWeb", "Web"), sSel, 388, 20, 188, 20);
+  selectedHost.chkRemoteNews =
+      Place(f.Add<ui::CheckBox>("chkRemoteNews", "News"), sSel, 388, 42, 188, 20);
+  selectedHost.chkRemoteJobs =
+      Place(f.Add<ui::CheckBox>("chkRemoteJobs", "Jobs"), sSel, 388, 64, 188, 20);
+  selectedHost.chkRemoteStocks =
+      Place(f.Add<ui::CheckBox>("chkRemoteStocks", "Stocks"), sSel, 388, 86, 188, 20);
+  selectedHost.chkRemoteIntranet =
       Place(f.Add<ui::CheckBox>("chkRemoteIntranet", "Intranet"), sSel, 388, 108, 188, 20);
-  chkActiveHost =
+  selectedHost.chkActiveHost =
       Place(f.Add<ui::CheckBox>("chkActiveHost", "Seek Host Services"), sSel, 388, 130, 188, 20);
   Place(f.Add<ui::Label>("lblHostName", "HostName : "), sSel, 8, 160, 90, 20);
-  txtHostName = Place(f.Add<ui::TextBox>("txtHostName"), sSel, 100, 158, 180, 22);
+  selectedHost.txtHostName = Place(f.Add<ui::TextBox>("txtHostName"), sSel, 100, 158, 180, 22);
   Place(f.Add<ui::Label>("lblIPAddress", "IP Address : "), sSel, 8, 186, 90, 20);
-  txtIP1 = Place(f.Add<ui::TextBox>("txtIP1"), sSel, 100, 184, 40, 22);
-  txtIP2 = Place(f.Add<ui::TextBox>("txtIP2"), sSel, 146, 184, 40, 22);
-  txtIP3 = Place(f.Add<ui::TextBox>("txtIP3"), sSel, 192, 184, 40, 22);
-  txtIP4 = Place(f.Add<ui::TextBox>("txtIP4"), sSel, 238, 184, 40, 22);
+  selectedHost.txtIP1 = Place(f.Add<ui::TextBox>("txtIP1"), sSel, 100, 184, 40, 22);
+  selectedHost.txtIP2 = Place(f.Add<ui::TextBox>("txtIP2"), sSel, 146, 184, 40, 22);
+  selectedHost.txtIP3 = Place(f.Add<ui::TextBox>("txtIP3"), sSel, 192, 184, 40, 22);
+  selectedHost.txtIP4 = Place(f.Add<ui::TextBox>("txtIP4"), sSel, 238, 184, 40, 22);
   Place(f.Add<ui::Label>("lblLocalPort", "Local Port # : "), sSel, 300, 160, 100, 20);
-  txtLocalPortNumber =
+  selectedHost.txtLocalPortNumber =
       Place(f.Add<ui::TextBox>("txtLocalPortNumber", "1030"), sSel, 400, 158, 70, 22);
-  cmdSet = Place(f.Add<ui::CommandButton>("cmdSet", "Set"), sSel, 490, 184, 80, 26);
+  selectedHost.cmdSet = Place(f.Add<ui::CommandButton>("cmdSet", "Set"), sSel, 490, 184, 80, 26);
 
   // The local host.
   const std::string sLoc = "fraLocalHost";
-  fraLocalHost = Place(f.Add<ui::Frame>(sLoc, "Local Host Agent Properties"), "", 8, 444, 584, 76);
-  chkSeekWeb = Place(f.Add<ui::CheckBox>("chkSeekWeb", "Web"), sLoc, 8, 20, 100, 20);
-  chkSeekNews = Place(f.Add<ui::CheckBox>("chkSeekNews", "News"), sLoc, 112, 20, 100, 20);
-  chkSeekJobs = Place(f.Add<ui::CheckBox>("chkSeekJobs", "Jobs"), sLoc, 216, 20, 100, 20);
-  chkSeekStocks = Place(f.Add<ui::CheckBox>("chkSeekStocks", "Stocks"), sLoc, 320, 20, 100, 20);
-  chkSeekIntranet =
+  localHost.fraLocalHost =
+      Place(f.Add<ui::Frame>(sLoc, "Local Host Agent Properties"), "", 8, 444, 584, 76);
+  localHost.chkSeekWeb = Place(f.Add<ui::CheckBox>("chkSeekWeb", "Web"), sLoc, 8, 20, 100, 20);
+  localHost.chkSeekNews = Place(f.Add<ui::CheckBox>("chkSeekNews", "News"), sLoc, 112, 20, 100, 20);
+  localHost.chkSeekJobs = Place(f.Add<ui::CheckBox>("chkSeekJobs", "Jobs"), sLoc, 216, 20, 100, 20);
+  localHost.chkSeekStocks =
+      Place(f.Add<ui::CheckBox>("chkSeekStocks", "Stocks"), sLoc, 320, 20, 100, 20);
+  localHost.chkSeekIntranet =
       Place(f.Add<ui::CheckBox>("chkSeekIntranet", "Intranet"), sLoc, 424, 20, 100, 20);
-  chkActiveAgentServices =
+  localHost.chkActiveAgentServices =
       Place(f.Add<ui::CheckBox>("chkActiveAgentServices", "Activate Agent Services for local Host"),
             sLoc, 8, 46, 300, 20);
 
   // The log and the closing button.
-  fraLog = Place(f.Add<ui::Frame>("fraLog", "Log"), "", 8, 528, 584, 130);
-  rtbAgentLog = Place(f.Add<ui::TextBox>("rtbAgentLog", "", true), "fraLog", 8, 20, 568, 102);
+  log.fraLog = Place(f.Add<ui::Frame>("fraLog", "Log"), "", 8, 528, 584, 130);
+  log.rtbAgentLog = Place(f.Add<ui::TextBox>("rtbAgentLog", "", true), "fraLog", 8, 20, 568, 102);
   cmdOk = Place(f.Add<ui::CommandButton>("cmdOk", "Ok"), "", 255, 666, 90, 26);
 
-  cmdRefresh->OnClick = Handler(&FrmAgentSetup::cmdRefresh_Click);
-  cmdActiveAdd->OnClick = Handler(&FrmAgentSetup::cmdActiveAdd_Click);
-  cmdActiveDelete->OnClick = Handler(&FrmAgentSetup::cmdActiveDelete_Click);
-  cmdActiveClear->OnClick = Handler(&FrmAgentSetup::cmdActiveClear_Click);
-  lstNeighborhood->OnClick = Handler(&FrmAgentSetup::lstNeighborhood_Click);
-  lstHostUsers->OnClick = Handler(&FrmAgentSetup::lstHostUsers_Click);
-  lstContexts->OnClick = Handler(&FrmAgentSetup::lstContexts_Click);
-  chkActiveAgentServices->OnClick = Handler(&FrmAgentSetup::chkActiveAgentServices_Click);
-  chkSeekWeb->OnClick = Handler(&FrmAgentSetup::chkSeekWeb_Click);
-  chkSeekNews->OnClick = Handler(&FrmAgentSetup::chkSeekNews_Click);
-  chkSeekJobs->OnClick = Handler(&FrmAgentSetup::chkSeekJobs_Click);
-  chkSeekStocks->OnClick = Handler(&FrmAgentSetup::chkSeekStocks_Click);
-  chkSeekIntranet->OnClick = Handler(&FrmAgentSetup::chkSeekIntranet_Click);
-  cmdSet->OnClick = Handler(&FrmAgentSetup::cmdSet_Click);
+  neighborhood.cmdRefresh->OnClick = Handler(&FrmAgentSetup::cmdRefresh_Click);
+  active.cmdActiveAdd->OnClick = Handler(&FrmAgentSetup::cmdActiveAdd_Click);
+  active.cmdActiveDelete->OnClick = Handler(&FrmAgentSetup::cmdActiveDelete_Click);
+  active.cmdActiveClear->OnClick = Handler(&FrmAgentSetup::cmdActiveClear_Click);
+  neighborhood.lstNeighborhood->OnClick = Handler(&FrmAgentSetup::lstNeighborhood_Click);
+  selectedHost.lstHostUsers->OnClick = Handler(&FrmAgentSetup::lstHostUsers_Click);
+  selectedHost.lstContexts->OnClick = Handler(&FrmAgentSetup::lstContexts_Click);
+  localHost.chkActiveAgentServices->OnClick = Handler(&FrmAgentSetup::chkActiveAgentServices_Click);
+  localHost.chkSeekWeb->OnClick = Handler(&FrmAgentSetup::chkSeekWeb_Click);
+  localHost.chkSeekNews->OnClick = Handler(&FrmAgentSetup::chkSeekNews_Click);
+  localHost.chkSeekJobs->OnClick = Handler(&FrmAgentSetup::chkSeekJobs_Click);
+  localHost.chkSeekStocks->OnClick = Handler(&FrmAgentSetup::chkSeekStocks_Click);
+  localHost.chkSeekIntranet->OnClick = Handler(&FrmAgentSetup::chkSeekIntranet_Click);
+  selectedHost.cmdSet->OnClick = Handler(&FrmAgentSetup::cmdSet_Click);
   cmdOk->OnClick = Handler(&FrmAgentSetup::cmdOk_Click);
 }
 
@@ -167,61 +177,64 @@ void FrmAgentSetup::Init() {
   LoadOptions();
   // A box whose value changes runs its click handler, so a restored option that differs
   // from what the box showed is saved and passed to the registry once more.
-  chkActiveAgentServices->SetValue(bActiveAgentServices_ ? 1 : 0);
-  chkSeekIntranet->SetValue(bSeekIntranet ? 1 : 0);
-  chkSeekStocks->SetValue(bSeekStocks ? 1 : 0);
-  chkSeekWeb->SetValue(bSeekWeb ? 1 : 0);
-  chkSeekNews->SetValue(bSeekNews ? 1 : 0);
-  chkSeekJobs->SetValue(bSeekJobs ? 1 : 0);
+  localHost.chkActiveAgentServices->SetValue(bActiveAgentServices_ ? 1 : 0);
+  localHost.chkSeekIntranet->SetValue(localHost.bSeekIntranet ? 1 : 0);
+  localHost.chkSeekStocks->SetValue(localHost.bSeekStocks ? 1 : 0);
+  localHost.chkSeekWeb->SetValue(localHost.bSeekWeb ? 1 : 0);
+  localHost.chkSeekNews->SetValue(localHost.bSeekNews ? 1 : 0);
+  localHost.chkSeekJobs->SetValue(localHost.bSeekJobs ? 1 : 0);
   bInternetAccess = false;
-  SocketsInitialize();
-  GetHostInfo();
-  form_.SetCaption("Agent setup for " + std::string(" (") + GetIPAddress() + ") " + GetHostName());
+  identity_.SocketsInitialize();
+  identity_.GetHostInfo();
+  form_.SetCaption("Agent setup for " + std::string(" (") + identity_.GetIPAddress() + ") " +
+                   identity_.GetHostName());
 }
 
 // Each local option: the field follows the box, "agent.dat" is written, then the
 // local registry entry. The other agents learn of it with the next periodic broadcast.
 void FrmAgentSetup::chkActiveAgentServices_Click() {
-  bActiveAgentServices_ = chkActiveAgentServices->Value() == 1;
+  bActiveAgentServices_ = localHost.chkActiveAgentServices->Value() == 1;
   SaveOptions();
   localOptions_.SetLocalProvideHostServices(bActiveAgentServices_);
 }
 
 void FrmAgentSetup::chkSeekWeb_Click() {
-  bSeekWeb = chkSeekWeb->Value() == 1;
+  localHost.bSeekWeb = localHost.chkSeekWeb->Value() == 1;
   SaveOptions();
-  localOptions_.SetLocalProvideWeb(bSeekWeb);
+  localOptions_.SetLocalProvideWeb(localHost.bSeekWeb);
 }
 
 void FrmAgentSetup::chkSeekNews_Click() {
-  bSeekNews = chkSeekNews->Value() == 1;
+  localHost.bSeekNews = localHost.chkSeekNews->Value() == 1;
   SaveOptions();
-  localOptions_.SetLocalProvideNews(bSeekNews);
+  localOptions_.SetLocalProvideNews(localHost.bSeekNews);
 }
 
 void FrmAgentSetup::chkSeekJobs_Click() {
-  bSeekJobs = chkSeekJobs->Value() == 1;
+  localHost.bSeekJobs = localHost.chkSeekJobs->Value() == 1;
   SaveOptions();
-  localOptions_.SetLocalProvideJobs(bSeekJobs);
+  localOptions_.SetLocalProvideJobs(localHost.bSeekJobs);
 }
 
 void FrmAgentSetup::chkSeekStocks_Click() {
-  bSeekStocks = chkSeekStocks->Value() == 1;
+  localHost.bSeekStocks = localHost.chkSeekStocks->Value() == 1;
   SaveOptions();
-  localOptions_.SetLocalProvideStocks(bSeekStocks);
+  localOptions_.SetLocalProvideStocks(localHost.bSeekStocks);
 }
 
 void FrmAgentSetup::chkSeekIntranet_Click() {
-  bSeekIntranet = chkSeekIntranet->Value() == 1;
+  localHost.bSeekIntranet = localHost.chkSeekIntranet->Value() == 1;
   SaveOptions();
-  localOptions_.SetLocalProvideIntranet(bSeekIntranet);
+  localOptions_.SetLocalProvideIntranet(localHost.bSeekIntranet);
 }
 
 void FrmAgentSetup::cmdSet_Click() {
   // The texts go as typed; the registry decides what a port that is no number means.
-  const std::string sAddress =
-      txtIP1->Text() + "." + txtIP2->Text() + "." + txtIP3->Text() + "." + txtIP4->Text();
-  localOptions_.SetAgentAddress(txtHostName->Text(), sAddress, txtLocalPortNumber->Text());
+  const std::string sAddress = selectedHost.txtIP1->Text() + "." + selectedHost.txtIP2->Text() +
+                               "." + selectedHost.txtIP3->Text() + "." +
+                               selectedHost.txtIP4->Text();
+  localOptions_.SetAgentAddress(selectedHost.txtHostName->Text(), sAddress,
+                                selectedHost.txtLocalPortNumber->Text());
 }
 
 void FrmAgentSetup::cmdOk_Click() {
@@ -229,7 +242,7 @@ void FrmAgentSetup::cmdOk_Click() {
   form_.Hide();
 }
 
-void FrmAgentSetup::txtAgentLog_Display(const std::string& sText, Integer nMode) {
+void LogFrame::Display(const std::string& sText, Integer nMode) {
   const std::string& sLog = rtbAgentLog->Text();
   if (nMode == kLogModeCut && sLog.size() > kLogCutLength) {
     // The cut happens once per half of the limit; every other line is appended in place.

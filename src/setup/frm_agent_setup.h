@@ -16,6 +16,7 @@
 #include "setup/host_users_table.h"
 #include "setup/local_option_changes.h"
 #include "setup/option_records.h"
+#include "setup/setup_frames.h"
 
 namespace launchagent {
 
@@ -61,14 +62,9 @@ class FrmAgentSetup {
   bool HandlerRunning() const { return nHandlersRunning_ > 0; }
   LocalOptionChanges& localOptionChanges() { return localOptions_; }
 
-  // ---- Host identity: the window's own operations of these names ----
-  void SocketsInitialize() { identity_.SocketsInitialize(); }
-  void SocketsCleanup() { identity_.SocketsCleanup(); }
-  void GetHostInfo() { identity_.GetHostInfo(); }
-  std::string GetHostName() { return identity_.GetHostName(); }
-  std::string GetIPAddress() { return identity_.GetIPAddress(); }
-  std::string GetIPInfo(const std::string& hostname) { return identity_.GetIPInfo(hostname); }
-  bool GotInternetAccess() const { return bInternetAccess; }
+  // This computer's identity: the window serves its name and address, so whoever needs
+  // them loads the window first.
+  HostIdentity& Identity() { return identity_; }
 
   // ---- Option files (option_files.cpp) ----
   bool LoadOptions();
@@ -84,54 +80,13 @@ class FrmAgentSetup {
 
   // ---- Neighbourhood and active computers (neighborhood.cpp) ----
   void PopulateNeighborhoodList();
-  static void SplitIPAddress(const std::string& sAddress, std::string& sPart1, std::string& sPart2,
-                             std::string& sPart3, std::string& sPart4);
 
-  // ---- The window (frm_agent_setup.cpp) ----
-  bool bSeekWeb = false;
-  bool bSeekNews = false;
-  bool bSeekJobs = false;
-  bool bSeekStocks = false;
-  bool bSeekIntranet = false;
-  // The "Log" box: mode 5 first cuts the text to its second half past 2048 characters.
-  void txtAgentLog_Display(const std::string& sText, Integer nMode);
-
-  // Controls (created by the constructor; owned by the form).
-  ui::ListBox* lstNeighborhood = nullptr;
-  ui::ListBox* lstActive = nullptr;
-  ui::ListBox* lstHostUsers = nullptr;
-  ui::ListBox* lstContexts = nullptr;
-  ui::CommandButton* cmdRefresh = nullptr;
-  ui::CommandButton* cmdActiveAdd = nullptr;
-  ui::CommandButton* cmdActiveDelete = nullptr;
-  ui::CommandButton* cmdActiveClear = nullptr;
-  ui::CommandButton* cmdSet = nullptr;
-  ui::CommandButton* cmdOk = nullptr;
-  ui::CheckBox* chkSeekWeb = nullptr;
-  ui::CheckBox* chkSeekNews = nullptr;
-  ui::CheckBox* chkSeekJobs = nullptr;
-  ui::CheckBox* chkSeekStocks = nullptr;
-  ui::CheckBox* chkSeekIntranet = nullptr;
-  ui::CheckBox* chkActiveAgentServices = nullptr;
-  ui::CheckBox* chkRemoteWeb = nullptr;
-  ui::CheckBox* chkRemoteNews = nullptr;
-  ui::CheckBox* chkRemoteJobs = nullptr;
-  ui::CheckBox* chkRemoteStocks = nullptr;
-  ui::CheckBox* chkRemoteIntranet = nullptr;
-  ui::CheckBox* chkActiveHost = nullptr;
-  ui::TextBox* txtHostName = nullptr;
-  ui::TextBox* txtIP1 = nullptr;
-  ui::TextBox* txtIP2 = nullptr;
-  ui::TextBox* txtIP3 = nullptr;
-  ui::TextBox* txtIP4 = nullptr;
-  ui::TextBox* txtLocalPortNumber = nullptr;
-  ui::TextBox* rtbAgentLog = nullptr;
-  ui::Timer* TimerCheckInternet = nullptr;
-  ui::Frame* fraNeighborhood = nullptr;
-  ui::Frame* fraActive = nullptr;
-  ui::Frame* fraSelectedHost = nullptr;
-  ui::Frame* fraLocalHost = nullptr;
-  ui::Frame* fraLog = nullptr;
+  // ---- The frames and their controls (created by the constructor) ----
+  NeighborhoodFrame neighborhood;
+  ActiveFrame active;
+  SelectedHostFrame selectedHost;
+  LocalHostFrame localHost;
+  LogFrame log;
 
  private:
   // Counts a running handler for as long as it lives.
@@ -148,6 +103,8 @@ class FrmAgentSetup {
   // Parts of the window that only its own handlers and operations use.
   bool bInternetAccess = false;
   Integer nInternetTicks = 0;
+  ui::CommandButton* cmdOk = nullptr;
+  ui::Timer* TimerCheckInternet = nullptr;
   void UpdateHostUsers(const std::string& sHostName);
   void SelectContext(const std::string& sContext);
   void ClearContextSelection();
@@ -180,5 +137,9 @@ class FrmAgentSetup {
   void TimerCheckInternet_Timer();
   void CreateControls();
 };
+
+// Cuts an address at its dots into four parts; the parts past a missing dot stay empty.
+void SplitIPAddress(const std::string& sAddress, std::string& sPart1, std::string& sPart2,
+                    std::string& sPart3, std::string& sPart4);
 
 }  // namespace launchagent

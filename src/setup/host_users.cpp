@@ -41,48 +41,49 @@ void FrmAgentSetup::UpdateHostUsers(const std::string& sHostName) {
 }
 
 void FrmAgentSetup::ShowHostUsers(const std::shared_ptr<clsMsgUserList>& objUL) {
-  lstHostUsers->Clear();
+  selectedHost.lstHostUsers->Clear();
   if (!objUL) return;
   const Integer nCount = objUL->GetUserCnt();
-  for (Integer k = 1; k <= nCount; ++k) lstHostUsers->AddItem(objUL->GetUsers(k));
+  for (Integer k = 1; k <= nCount; ++k) selectedHost.lstHostUsers->AddItem(objUL->GetUsers(k));
   UpdateHostUsers(objUL->GetReturnAddress());
   ClearContextSelection();
 }
 
 void FrmAgentSetup::SelectContext(const std::string& sContext) {
   const std::string sWanted = TrimBlanks(sContext);
-  for (Integer i = 0; i < lstContexts->ListCount(); ++i)
-    lstContexts->SetSelected(i, lstContexts->List(i) == sWanted);
+  for (Integer i = 0; i < selectedHost.lstContexts->ListCount(); ++i)
+    selectedHost.lstContexts->SetSelected(i, selectedHost.lstContexts->List(i) == sWanted);
 }
 
 void FrmAgentSetup::ClearContextSelection() {
-  for (Integer i = 0; i < lstContexts->ListCount(); ++i) lstContexts->SetSelected(i, false);
+  for (Integer i = 0; i < selectedHost.lstContexts->ListCount(); ++i)
+    selectedHost.lstContexts->SetSelected(i, false);
 }
 
 // The contexts are the main application's index names, which the agent cannot reach:
 // the list stays empty.
-void FrmAgentSetup::PopulateContextList() { lstContexts->Clear(); }
+void FrmAgentSetup::PopulateContextList() { selectedHost.lstContexts->Clear(); }
 
 void FrmAgentSetup::lstHostUsers_Click() {
-  const Long h = hostUsers.FindHostRecord(txtHostName->Text());
+  const Long h = hostUsers.FindHostRecord(selectedHost.txtHostName->Text());
   if (h < 1) return;
   const AgentInfoRecord& rec = hostUsers.AgentInfoTable[static_cast<std::size_t>(h - 1)];
-  for (Integer i = 0; i < lstHostUsers->ListCount(); ++i) {
-    if (!lstHostUsers->Selected(i)) continue;
+  for (Integer i = 0; i < selectedHost.lstHostUsers->ListCount(); ++i) {
+    if (!selectedHost.lstHostUsers->Selected(i)) continue;
     if (i >= kUserSlots) return;
     SelectContext(rec.Users[static_cast<std::size_t>(i)].sContext.Trimmed());
   }
 }
 
 void FrmAgentSetup::lstContexts_Click() {
-  const Long h = hostUsers.FindHostRecord(txtHostName->Text());
-  const Integer u = hostUsers.FindHostUser(h, lstHostUsers->Text());
+  const Long h = hostUsers.FindHostRecord(selectedHost.txtHostName->Text());
+  const Integer u = hostUsers.FindHostUser(h, selectedHost.lstHostUsers->Text());
   if (u < 1) return;
-  for (Integer i = 0; i < lstContexts->ListCount(); ++i) {
-    if (lstContexts->Selected(i)) {
+  for (Integer i = 0; i < selectedHost.lstContexts->ListCount(); ++i) {
+    if (selectedHost.lstContexts->Selected(i)) {
       hostUsers.AgentInfoTable[static_cast<std::size_t>(h - 1)]
           .Users[static_cast<std::size_t>(u - 1)]
-          .sContext.Assign(lstContexts->List(i));
+          .sContext.Assign(selectedHost.lstContexts->List(i));
       return;
     }
   }

@@ -14,31 +14,31 @@ namespace launchagent {
 void FrmAgentSetup::PopulateNeighborhoodList() {
   // It lets events run, in which the window may be unloaded.
   const HandlerScope scope(*this);
-  lstNeighborhood->Clear();
+  neighborhood.lstNeighborhood->Clear();
   const Integer n = links_.lanHostCount();
   if (n < 1) return;  // nothing to size the table to: table and file stay as they are
   hostUsers.AgentInfoTable.resize(static_cast<std::size_t>(n));
 
-  const std::string sLocalHost = AsciiLower(GetHostName());
+  const std::string sLocalHost = AsciiLower(identity_.GetHostName());
   for (Integer i = 1; i <= n; ++i) {
     // Events pumped below may rebuild the table under us; a position that is gone
     // ends the run without saving.
     if (static_cast<std::size_t>(i) > hostUsers.AgentInfoTable.size()) return;
     const std::string sHost = links_.lanHost(i);
     hostUsers.AgentInfoTable[static_cast<std::size_t>(i - 1)].sHostName.Assign(sHost);
-    lstNeighborhood->AddItem(sHost);
+    neighborhood.lstNeighborhood->AddItem(sHost);
 
     auto objMsg = std::make_shared<clsMsgHostInfo>(context_);
     objMsg->SetHostName(sHost);
-    objMsg->SetIPAddress(GetIPInfo(sHost));
+    objMsg->SetIPAddress(identity_.GetIPInfo(sHost));
     objMsg->SetLocalPort(GetDefaultAgentPort());
     if (AsciiLower(sHost) == sLocalHost) {
       objMsg->SetProvideHostServices(bActiveAgentServices_);
-      objMsg->SetProvideIntranet(bSeekIntranet);
-      objMsg->SetProvideWeb(bSeekWeb);
-      objMsg->SetProvideNews(bSeekNews);
-      objMsg->SetProvideJobs(bSeekJobs);
-      objMsg->SetProvideStocks(bSeekStocks);
+      objMsg->SetProvideIntranet(localHost.bSeekIntranet);
+      objMsg->SetProvideWeb(localHost.bSeekWeb);
+      objMsg->SetProvideNews(localHost.bSeekNews);
+      objMsg->SetProvideJobs(localHost.bSeekJobs);
+      objMsg->SetProvideStocks(localHost.bSeekStocks);
     }
     // A host the registry already holds keeps what it has.
     registry_.RegisterAgent(objMsg);
@@ -51,20 +51,20 @@ void FrmAgentSetup::PopulateNeighborhoodList() {
 
 void FrmAgentSetup::AddHostToNeighborhood(std::string& sHostName) {
   sHostName = AsciiUpper(sHostName);
-  for (Integer i = 0; i < lstNeighborhood->ListCount(); ++i)
-    if (lstNeighborhood->List(i) == sHostName) return;
-  lstNeighborhood->AddItem(sHostName);
+  for (Integer i = 0; i < neighborhood.lstNeighborhood->ListCount(); ++i)
+    if (neighborhood.lstNeighborhood->List(i) == sHostName) return;
+  neighborhood.lstNeighborhood->AddItem(sHostName);
 }
 
 bool FrmAgentSetup::InActiveHostList(const std::string& sHostName) {
   const std::string sKey = AsciiLower(sHostName);
-  for (Integer i = 0; i < lstActive->ListCount(); ++i)
-    if (AsciiLower(lstActive->List(i)) == sKey) return true;
+  for (Integer i = 0; i < active.lstActive->ListCount(); ++i)
+    if (AsciiLower(active.lstActive->List(i)) == sKey) return true;
   return false;
 }
 
-void FrmAgentSetup::SplitIPAddress(const std::string& sAddress, std::string& sPart1,
-                                   std::string& sPart2, std::string& sPart3, std::string& sPart4) {
+void SplitIPAddress(const std::string& sAddress, std::string& sPart1, std::string& sPart2,
+                    std::string& sPart3, std::string& sPart4) {
   sPart1.clear();
   sPart2.clear();
   sPart3.clear();
@@ -84,38 +84,41 @@ void FrmAgentSetup::SplitIPAddress(const std::string& sAddress, std::string& sPa
 }
 
 void FrmAgentSetup::ClearRemoteHostFields() {
-  for (ui::TextBox* t : {txtHostName, txtLocalPortNumber, txtIP1, txtIP2, txtIP3, txtIP4})
+  for (ui::TextBox* t :
+       {selectedHost.txtHostName, selectedHost.txtLocalPortNumber, selectedHost.txtIP1,
+        selectedHost.txtIP2, selectedHost.txtIP3, selectedHost.txtIP4})
     t->SetText("");
-  for (ui::CheckBox* c : {chkRemoteIntranet, chkRemoteWeb, chkRemoteNews, chkRemoteJobs,
-                          chkRemoteStocks, chkActiveHost})
+  for (ui::CheckBox* c :
+       {selectedHost.chkRemoteIntranet, selectedHost.chkRemoteWeb, selectedHost.chkRemoteNews,
+        selectedHost.chkRemoteJobs, selectedHost.chkRemoteStocks, selectedHost.chkActiveHost})
     c->SetValue(0);
 }
 
 void FrmAgentSetup::cmdRefresh_Click() {
   // Disabled while it runs, so a second refresh cannot start from the pumped events.
-  cmdRefresh->SetEnabled(false);
+  neighborhood.cmdRefresh->SetEnabled(false);
   links_.refreshLANHosts();
   PopulateNeighborhoodList();
   PopulateContextList();
-  cmdRefresh->SetEnabled(true);
+  neighborhood.cmdRefresh->SetEnabled(true);
 }
 
 void FrmAgentSetup::cmdActiveAdd_Click() {
   // With no neighbourhood entry selected there is nothing to add: an empty name would
   // end the stored list at its entry.
-  if (lstNeighborhood->ListIndex() < 0) return;
-  const std::string sHost = lstNeighborhood->Text();
+  if (neighborhood.lstNeighborhood->ListIndex() < 0) return;
+  const std::string sHost = neighborhood.lstNeighborhood->Text();
   if (InActiveHostList(sHost)) return;
-  lstActive->AddItem(sHost);
+  active.lstActive->AddItem(sHost);
   SaveOptions();
 }
 
 void FrmAgentSetup::cmdActiveDelete_Click() {
   // An entry that moves up into the position just removed is examined next.
   Integer i = 0;
-  while (i < lstActive->ListCount()) {
-    if (lstActive->Selected(i)) {
-      lstActive->RemoveItem(i);
+  while (i < active.lstActive->ListCount()) {
+    if (active.lstActive->Selected(i)) {
+      active.lstActive->RemoveItem(i);
     } else {
       ++i;
     }
@@ -124,32 +127,32 @@ void FrmAgentSetup::cmdActiveDelete_Click() {
 }
 
 void FrmAgentSetup::cmdActiveClear_Click() {
-  lstActive->Clear();
+  active.lstActive->Clear();
   SaveOptions();
 }
 
 void FrmAgentSetup::lstNeighborhood_Click() {
-  const std::string sHost = lstNeighborhood->Text();
+  const std::string sHost = neighborhood.lstNeighborhood->Text();
   std::shared_ptr<clsMsgHostInfo> objMsg;
   if (!registry_.GetAgentHostInfoByName(sHost, objMsg) || !objMsg) {
     ClearRemoteHostFields();
     return;
   }
-  txtHostName->SetText(objMsg->GetHostName());
-  txtLocalPortNumber->SetText(
+  selectedHost.txtHostName->SetText(objMsg->GetHostName());
+  selectedHost.txtLocalPortNumber->SetText(
       text_forms::SignedForm(static_cast<std::int64_t>(objMsg->GetLocalPort())));
   std::string s1, s2, s3, s4;
   SplitIPAddress(objMsg->GetIPAddress(), s1, s2, s3, s4);
-  txtIP1->SetText(s1);
-  txtIP2->SetText(s2);
-  txtIP3->SetText(s3);
-  txtIP4->SetText(s4);
-  chkRemoteIntranet->SetValue(objMsg->GetProvideIntranet() ? 1 : 0);
-  chkRemoteWeb->SetValue(objMsg->GetProvideWeb() ? 1 : 0);
-  chkRemoteNews->SetValue(objMsg->GetProvideNews() ? 1 : 0);
-  chkRemoteJobs->SetValue(objMsg->GetProvideJobs() ? 1 : 0);
-  chkRemoteStocks->SetValue(objMsg->GetProvideStocks() ? 1 : 0);
-  chkActiveHost->SetValue(objMsg->GetProvideHostServices() ? 1 : 0);
+  selectedHost.txtIP1->SetText(s1);
+  selectedHost.txtIP2->SetText(s2);
+  selectedHost.txtIP3->SetText(s3);
+  selectedHost.txtIP4->SetText(s4);
+  selectedHost.chkRemoteIntranet->SetValue(objMsg->GetProvideIntranet() ? 1 : 0);
+  selectedHost.chkRemoteWeb->SetValue(objMsg->GetProvideWeb() ? 1 : 0);
+  selectedHost.chkRemoteNews->SetValue(objMsg->GetProvideNews() ? 1 : 0);
+  selectedHost.chkRemoteJobs->SetValue(objMsg->GetProvideJobs() ? 1 : 0);
+  selectedHost.chkRemoteStocks->SetValue(objMsg->GetProvideStocks() ? 1 : 0);
+  selectedHost.chkActiveHost->SetValue(objMsg->GetProvideHostServices() ? 1 : 0);
   ShowHostUsers(objMsg->GetMsgUL());
 }
 

@@ -52,35 +52,35 @@ bool FrmAgentSetup::LoadOptions() {
   if (!DecodeAgentOptions(*file, rec)) return false;
 
   bActiveAgentServices_ = rec.bActiveAgentServices;
-  bSeekIntranet = rec.bSeekIntranet;
-  bSeekWeb = rec.bSeekWeb;
-  bSeekNews = rec.bSeekNews;
-  bSeekJobs = rec.bSeekJobs;
-  bSeekStocks = rec.bSeekStocks;
+  localHost.bSeekIntranet = rec.bSeekIntranet;
+  localHost.bSeekWeb = rec.bSeekWeb;
+  localHost.bSeekNews = rec.bSeekNews;
+  localHost.bSeekJobs = rec.bSeekJobs;
+  localHost.bSeekStocks = rec.bSeekStocks;
 
   // A blank entry ends the list; so does one that was never written (zero bytes),
   // which only a file from elsewhere can hold before its end marker.
   for (const FixedText64& entry : rec.sActiveHost) {
     const std::uint8_t b = entry.bytes[0];
     if (b == ' ' || b == 0) break;
-    lstActive->AddItem(entry.Trimmed());
+    active.lstActive->AddItem(entry.Trimmed());
   }
   return true;
 }
 
 bool FrmAgentSetup::SaveOptions() {
-  const Integer nCount = lstActive->ListCount();
+  const Integer nCount = active.lstActive->ListCount();
   if (nCount > kMaxActiveHosts) return false;
 
   AgentOptions rec;
   rec.bActiveAgentServices = bActiveAgentServices_;
-  rec.bSeekIntranet = bSeekIntranet;
-  rec.bSeekWeb = bSeekWeb;
-  rec.bSeekNews = bSeekNews;
-  rec.bSeekJobs = bSeekJobs;
-  rec.bSeekStocks = bSeekStocks;
+  rec.bSeekIntranet = localHost.bSeekIntranet;
+  rec.bSeekWeb = localHost.bSeekWeb;
+  rec.bSeekNews = localHost.bSeekNews;
+  rec.bSeekJobs = localHost.bSeekJobs;
+  rec.bSeekStocks = localHost.bSeekStocks;
   for (Integer i = 0; i < nCount; ++i)
-    rec.sActiveHost[static_cast<std::size_t>(i)].Assign(lstActive->List(i));
+    rec.sActiveHost[static_cast<std::size_t>(i)].Assign(active.lstActive->List(i));
   rec.sActiveHost[static_cast<std::size_t>(nCount)].Assign("");  // 64 blanks end the list
 
   return OverlayAndReplace(platform_.files, FilePath(platform_.files, kOptionsFileName),

@@ -99,12 +99,12 @@ TEST_F(AgentHelpers, PathExistsForFilesFoldersAndPatterns) {
 TEST_F(AgentHelpers, ResolvesTheLocalHostAndOthersWithoutLeadingZeros) {
   InAgent([](Agent& a) {
     FrmAgentSetup& setup = a.frmAgentSetup();
-    setup.GetHostInfo();
-    EXPECT_EQ(setup.GetHostName(), "PC1");
-    EXPECT_EQ(setup.GetIPAddress(), "10.0.0.1");
-    EXPECT_EQ(setup.GetIPInfo("PC2"), "10.0.0.12");
-    EXPECT_EQ(setup.GetIPInfo("pc2"), "10.0.0.12");
-    EXPECT_EQ(setup.GetIPInfo("nowhere"), "");
+    setup.Identity().GetHostInfo();
+    EXPECT_EQ(setup.Identity().GetHostName(), "PC1");
+    EXPECT_EQ(setup.Identity().GetIPAddress(), "10.0.0.1");
+    EXPECT_EQ(setup.Identity().GetIPInfo("PC2"), "10.0.0.12");
+    EXPECT_EQ(setup.Identity().GetIPInfo("pc2"), "10.0.0.12");
+    EXPECT_EQ(setup.Identity().GetIPInfo("nowhere"), "");
   });
   // An unknown name is no failure worth a line.
   EXPECT_TRUE(lan_.LogLines("PC1").empty());
@@ -115,9 +115,9 @@ TEST_F(AgentHelpers, AFailingLocalLookupLogsAndKeepsThePreviousValues) {
   lan_.World().SocketsLibrary(host_).lngLastError = 10093;
   InAgent([](Agent& a) {
     FrmAgentSetup& setup = a.frmAgentSetup();
-    setup.GetHostInfo();
-    EXPECT_EQ(setup.GetHostName(), "");
-    EXPECT_EQ(setup.GetIPAddress(), "");
+    setup.Identity().GetHostInfo();
+    EXPECT_EQ(setup.Identity().GetHostName(), "");
+    EXPECT_EQ(setup.Identity().GetIPAddress(), "");
   });
   EXPECT_EQ(lan_.LogLines("PC1"), std::vector<std::string>{"Windows Sockets error  10093"});
 
@@ -125,9 +125,9 @@ TEST_F(AgentHelpers, AFailingLocalLookupLogsAndKeepsThePreviousValues) {
   lan_.World().SocketsLibrary(host_).bAllLookupsFail = true;
   InAgent([](Agent& a) {
     FrmAgentSetup& setup = a.frmAgentSetup();
-    setup.GetHostInfo();
-    EXPECT_EQ(setup.GetHostName(), "PC1");
-    EXPECT_EQ(setup.GetIPAddress(), "");
+    setup.Identity().GetHostInfo();
+    EXPECT_EQ(setup.Identity().GetHostName(), "PC1");
+    EXPECT_EQ(setup.Identity().GetIPAddress(), "");
   });
   EXPECT_EQ(lan_.LogLines("PC1").back(), "Winsock.dll is not responding.");
 }

@@ -13,12 +13,12 @@ using Names = std::vector<std::string>;
 
 TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    a.bActiveAgentServices = f.bSeekWeb = f.bSeekStocks = true;
+    a.bActiveAgentServices = f.localHost.bSeekWeb = f.localHost.bSeekStocks = true;
     for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().lanHosts().AddLANHost(s);
     f.PopulateNeighborhoodList();
-    f.bSeekWeb = false;
+    f.localHost.bSeekWeb = false;
     f.PopulateNeighborhoodList();  // emptied first; entries the registry holds stay
-    EXPECT_EQ(Items(*f.lstNeighborhood), (Names{"PC2", "pc1", "ghost"}));
+    EXPECT_EQ(Items(*f.neighborhood.lstNeighborhood), (Names{"PC2", "pc1", "ghost"}));
     const auto pc2 = Entry(a, "pc2");
     EXPECT_EQ(pc2->GetIPAddress() + ":" + std::to_string(pc2->GetLocalPort()), "10.0.0.2:1230");
     EXPECT_FALSE(pc2->GetProvideWeb());
@@ -34,44 +34,46 @@ TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
 
 TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndFileAlone) {
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstNeighborhood->AddItem("old");
-    f.lstContexts->AddItem("x");
+    f.neighborhood.lstNeighborhood->AddItem("old");
+    f.selectedHost.lstContexts->AddItem("x");
     f.hostUsers.AgentInfoTable.assign(2, AgentInfoRecord{});
-    f.cmdRefresh->Click();
-    EXPECT_EQ(f.lstNeighborhood->ListCount(), 0);
-    EXPECT_EQ(f.lstContexts->ListCount(), 0);  // the contexts are out of the agent's reach
+    f.neighborhood.cmdRefresh->Click();
+    EXPECT_EQ(f.neighborhood.lstNeighborhood->ListCount(), 0);
+    EXPECT_EQ(f.selectedHost.lstContexts->ListCount(),
+              0);  // the contexts are out of the agent's reach
     EXPECT_EQ(f.hostUsers.AgentInfoTable.size(), 2u);
   });
   EXPECT_FALSE(ReadFile(kAgentInfo1));
   lan_.World().AddShare(lan_.Host("PC2"), "apps", "C:\\Apps");
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.cmdRefresh->Click();
-    EXPECT_TRUE(f.cmdRefresh->Enabled());
-    EXPECT_EQ(Items(*f.lstNeighborhood), Names{"PC2"});
+    f.neighborhood.cmdRefresh->Click();
+    EXPECT_TRUE(f.neighborhood.cmdRefresh->Enabled());
+    EXPECT_EQ(Items(*f.neighborhood.lstNeighborhood), Names{"PC2"});
   });
 }
 
 TEST_F(NeighborhoodTest, AddOnceDeleteEverySelectedAndClearWritesABlankFirstEntry) {
   InSetup([](Agent&, FrmAgentSetup& f) {
-    for (const char* s : {"PC2", "PC3"}) f.lstNeighborhood->AddItem(s);
-    for (const char* s : {"a", "pc2", "c", "d", "e"}) f.lstActive->AddItem(s);
-    f.cmdActiveAdd->Click();  // nothing selected: nothing added
-    f.lstNeighborhood->UserClick(0);
-    f.cmdActiveAdd->Click();  // listed already, in another case
-    EXPECT_EQ(f.lstActive->ListCount(), 5);
+    for (const char* s : {"PC2", "PC3"}) f.neighborhood.lstNeighborhood->AddItem(s);
+    for (const char* s : {"a", "pc2", "c", "d", "e"}) f.active.lstActive->AddItem(s);
+    f.active.cmdActiveAdd->Click();  // nothing selected: nothing added
+    f.neighborhood.lstNeighborhood->UserClick(0);
+    f.active.cmdActiveAdd->Click();  // listed already, in another case
+    EXPECT_EQ(f.active.lstActive->ListCount(), 5);
   });
   EXPECT_FALSE(ReadFile(kAgentDat));  // nothing saved
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->UserClick(1);
-    f.lstActive->UserClick(2, true);  // two neighbours: the second moves into the first's place
-    f.lstActive->UserClick(4, true);
-    f.cmdActiveDelete->Click();
-    f.lstNeighborhood->UserClick(1);
-    f.cmdActiveAdd->Click();
-    EXPECT_EQ(Items(*f.lstActive), (Names{"a", "d", "PC3"}));
+    f.active.lstActive->UserClick(1);
+    f.active.lstActive->UserClick(2,
+                                  true);  // two neighbours: the second moves into the first's place
+    f.active.lstActive->UserClick(4, true);
+    f.active.cmdActiveDelete->Click();
+    f.neighborhood.lstNeighborhood->UserClick(1);
+    f.active.cmdActiveAdd->Click();
+    EXPECT_EQ(Items(*f.active.lstActive), (Names{"a", "d", "PC3"}));
   });
   EXPECT_EQ(FileBytes(kAgentDat, 0, 256), Padded("a") + Padded("d") + Padded("PC3") + Padded(""));
-  InSetup([](Agent&, FrmAgentSetup& f) { f.cmdActiveClear->Click(); });
+  InSetup([](Agent&, FrmAgentSetup& f) { f.active.cmdActiveClear->Click(); });
   EXPECT_EQ(FileBytes(kAgentDat, 0, 128), std::string(64, ' ') + std::string(64, '\0'));
 }
 
@@ -83,22 +85,24 @@ TEST_F(NeighborhoodTest, ClickingAComputerShowsItsEntryOrEmptiesTheFrame) {
       m.SetProvideNews(true);
       m.SetProvideHostServices(true);
     });
-    for (const char* s : {"pc2", "PC9"}) f.lstNeighborhood->AddItem(s);
-    f.lstHostUsers->AddItem("stale");
+    for (const char* s : {"pc2", "PC9"}) f.neighborhood.lstNeighborhood->AddItem(s);
+    f.selectedHost.lstHostUsers->AddItem("stale");
     const auto shown = [&] {
       std::string s;
       for (ui::TextBox* t :
-           {f.txtHostName, f.txtLocalPortNumber, f.txtIP1, f.txtIP2, f.txtIP3, f.txtIP4})
+           {f.selectedHost.txtHostName, f.selectedHost.txtLocalPortNumber, f.selectedHost.txtIP1,
+            f.selectedHost.txtIP2, f.selectedHost.txtIP3, f.selectedHost.txtIP4})
         s += t->Text() + "|";
-      for (ui::CheckBox* c : {f.chkRemoteIntranet, f.chkRemoteWeb, f.chkRemoteNews, f.chkRemoteJobs,
-                              f.chkRemoteStocks, f.chkActiveHost})
+      for (ui::CheckBox* c : {f.selectedHost.chkRemoteIntranet, f.selectedHost.chkRemoteWeb,
+                              f.selectedHost.chkRemoteNews, f.selectedHost.chkRemoteJobs,
+                              f.selectedHost.chkRemoteStocks, f.selectedHost.chkActiveHost})
         s += std::to_string(c->Value());
       return s;
     };
-    f.lstNeighborhood->UserClick(0);
+    f.neighborhood.lstNeighborhood->UserClick(0);
     EXPECT_EQ(shown(), "PC2| 1230|192|168|10|5|001001");
-    EXPECT_EQ(f.lstHostUsers->ListCount(), 0);  // no user list attached
-    f.lstNeighborhood->UserClick(1);            // one the registry does not know
+    EXPECT_EQ(f.selectedHost.lstHostUsers->ListCount(), 0);  // no user list attached
+    f.neighborhood.lstNeighborhood->UserClick(1);            // one the registry does not know
     EXPECT_EQ(shown(), "||||||000000");
   });
 }
@@ -132,7 +136,8 @@ TEST_F(NeighborhoodTest, FindHostRecordFindHostUserAndLookupUserContext) {
     f.hostUsers.AgentInfoTable[2].Users[0].sContext.Assign("  sales ");
     const std::pair<const char*, Long> hosts[] = {{"alpha", 2}, {"ZETA", 1},   {"Pc2", 3},
                                                   {"delta", 0}, {"alpha ", 0}, {"", 0}};
-    for (const auto& [sKey, lngWant] : hosts) EXPECT_EQ(f.hostUsers.FindHostRecord(sKey), lngWant) << sKey;
+    for (const auto& [sKey, lngWant] : hosts)
+      EXPECT_EQ(f.hostUsers.FindHostRecord(sKey), lngWant) << sKey;
     // Case counts for users; an empty name or a host outside the table finds none.
     const std::tuple<Long, const char*, Integer> users[] = {
         {3, "Ann", 1}, {3, "ann", 0}, {3, "bob", 2}, {3, "", 0}, {0, "Ann", 0}, {4, "Ann", 0}};
@@ -169,25 +174,25 @@ TEST_F(NeighborhoodTest, ShownUsersKeepTheirContextsAndTheTwoListsEditThem) {
     Register(a, "PC2", [&](clsMsgHostInfo& m) { m.SetMsgUL(Users(a, "PC2", 2)); });
     f.hostUsers.AgentInfoTable = {Host("PC2")};
     f.hostUsers.AgentInfoTable[0].Users[0].sContext.Assign("ctxB");
-    for (const char* s : {"ctxA", "ctxB", "ctxC"}) f.lstContexts->AddItem(s);
-    f.lstContexts->SetSelected(0, true);
+    for (const char* s : {"ctxA", "ctxB", "ctxC"}) f.selectedHost.lstContexts->AddItem(s);
+    f.selectedHost.lstContexts->SetSelected(0, true);
     f.ShowHostUsers(Entry(a, "PC2")->GetMsgUL());
-    EXPECT_EQ(Items(*f.lstHostUsers), (std::vector<std::string>{"user1", "user2"}));
-    EXPECT_EQ(Selection(*f.lstContexts), "000");
-    f.txtHostName->SetText("pc2");
-    f.lstContexts->UserClick(2);  // no user selected: nothing stored
+    EXPECT_EQ(Items(*f.selectedHost.lstHostUsers), (std::vector<std::string>{"user1", "user2"}));
+    EXPECT_EQ(Selection(*f.selectedHost.lstContexts), "000");
+    f.selectedHost.txtHostName->SetText("pc2");
+    f.selectedHost.lstContexts->UserClick(2);  // no user selected: nothing stored
     EXPECT_EQ(f.hostUsers.AgentInfoTable[0].Users[1].sContext.Text(), std::string(64, '\0'));
-    f.lstHostUsers->UserClick(0);
-    EXPECT_EQ(Selection(*f.lstContexts), "010");
-    f.lstHostUsers->UserClick(1);
-    f.lstContexts->UserClick(0);
+    f.selectedHost.lstHostUsers->UserClick(0);
+    EXPECT_EQ(Selection(*f.selectedHost.lstContexts), "010");
+    f.selectedHost.lstHostUsers->UserClick(1);
+    f.selectedHost.lstContexts->UserClick(0);
     EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "user2"), "ctxA");
     EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "user1"), "ctxB");
-    f.txtHostName->SetText("PC9");  // a host the table does not hold: nothing changes
-    f.lstContexts->UserClick(2);
+    f.selectedHost.txtHostName->SetText("PC9");  // a host the table does not hold: nothing changes
+    f.selectedHost.lstContexts->UserClick(2);
     EXPECT_EQ(f.hostUsers.LookupUserContext("PC2", "user2"), "ctxA");
     f.ShowHostUsers(nullptr);
-    EXPECT_EQ(f.lstHostUsers->ListCount(), 0);
+    EXPECT_EQ(f.selectedHost.lstHostUsers->ListCount(), 0);
   });
 }
 
@@ -201,7 +206,7 @@ TEST(SplitIPAddressTest, CutsAtTheDotsUntilOneIsMissing) {
                                             {"a.b.c.", "a", "b", "c", ""}};
   for (const auto& c : cases) {
     std::string a = "x", b = "x", d = "x", e = "x";
-    FrmAgentSetup::SplitIPAddress(c[0], a, b, d, e);
+    SplitIPAddress(c[0], a, b, d, e);
     EXPECT_EQ((std::vector<std::string>{c[0], a, b, d, e}), c);
   }
 }

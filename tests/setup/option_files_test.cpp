@@ -18,26 +18,26 @@ TEST_F(OptionFilesTest, HundredNinetyNineHostsComeBackInOrderTwoHundredAreNotSto
   back[0].resize(64);
   back[1] = "trail";
   InSetup([&](Agent&, FrmAgentSetup& f) {
-    for (const auto& s : names) f.lstActive->AddItem(s);
+    for (const auto& s : names) f.active.lstActive->AddItem(s);
     EXPECT_TRUE(f.SaveOptions());
-    f.lstActive->Clear();
+    f.active.lstActive->Clear();
     EXPECT_TRUE(f.LoadOptions());
-    EXPECT_EQ(Items(*f.lstActive), back);
+    EXPECT_EQ(Items(*f.active.lstActive), back);
   });
   const auto before = ReadFile(kAgentDat);
   EXPECT_EQ(FileBytes(kAgentDat, 64 * 199), std::string(64, ' '));
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->AddItem("one too many");
+    f.active.lstActive->AddItem("one too many");
     EXPECT_FALSE(f.SaveOptions());
   });
   EXPECT_EQ(ReadFile(kAgentDat), before);
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->Clear();
-    for (const char* s : {"a", " lead", "after"}) f.lstActive->AddItem(s);
+    f.active.lstActive->Clear();
+    for (const char* s : {"a", " lead", "after"}) f.active.lstActive->AddItem(s);
     ASSERT_TRUE(f.SaveOptions());
-    f.lstActive->Clear();
+    f.active.lstActive->Clear();
     ASSERT_TRUE(f.LoadOptions());
-    EXPECT_EQ(Items(*f.lstActive), std::vector<std::string>{"a"});
+    EXPECT_EQ(Items(*f.active.lstActive), std::vector<std::string>{"a"});
   });
 }
 
@@ -46,11 +46,11 @@ TEST_F(OptionFilesTest, MissingOrShortFileChangesNothingAndLoadKeepsListedEntrie
     ASSERT_TRUE(file.empty() || WriteFile(kAgentDat, file));
     InSetup([&](Agent& a, FrmAgentSetup& f) {
       a.bActiveAgentServices = true;
-      f.lstActive->Clear();
-      f.lstActive->AddItem("x");
+      f.active.lstActive->Clear();
+      f.active.lstActive->AddItem("x");
       EXPECT_EQ(f.LoadOptions(), file.size() == 12812);
       EXPECT_EQ(a.bActiveAgentServices, file.size() != 12812);
-      EXPECT_EQ(Items(*f.lstActive), std::vector<std::string>{"x"});
+      EXPECT_EQ(Items(*f.active.lstActive), std::vector<std::string>{"x"});
     });
   }
 }
@@ -58,7 +58,7 @@ TEST_F(OptionFilesTest, MissingOrShortFileChangesNothingAndLoadKeepsListedEntrie
 TEST_F(OptionFilesTest, SaveKeepsBytesPastTheRecordAndAFullDiskKeepsTheOldFile) {
   ASSERT_TRUE(WriteFile(kAgentDat, Bytes(13000, 'Z')));
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->AddItem("first");
+    f.active.lstActive->AddItem("first");
     EXPECT_TRUE(f.SaveOptions());
   });
   const auto before = ReadFile(kAgentDat);
@@ -66,7 +66,7 @@ TEST_F(OptionFilesTest, SaveKeepsBytesPastTheRecordAndAFullDiskKeepsTheOldFile) 
   EXPECT_EQ(FileBytes(kAgentDat, 12812, 188), std::string(188, 'Z'));
   lan_.World().SetDiskCapacity(host_, 'C', 100);
   InSetup([](Agent&, FrmAgentSetup& f) {
-    f.lstActive->AddItem("second");
+    f.active.lstActive->AddItem("second");
     EXPECT_FALSE(f.SaveOptions());
   });
   EXPECT_EQ(ReadFile(kAgentDat), before);
@@ -89,7 +89,8 @@ TEST_F(OptionFilesTest, AgentInfoLoadsWholeRecordsOnlyAndASaveKeepsTheRest) {
       EXPECT_TRUE(f.LoadAgentInfo());
       ASSERT_EQ(f.hostUsers.AgentInfoTable.size(), n);
       for (std::size_t k = 1; k <= n; ++k)
-        EXPECT_EQ(f.hostUsers.AgentInfoTable[k - 1].sHostName.Trimmed(), "host" + std::to_string(k));
+        EXPECT_EQ(f.hostUsers.AgentInfoTable[k - 1].sHostName.Trimmed(),
+                  "host" + std::to_string(k));
     });
   }
   InSetup([](Agent&, FrmAgentSetup& f) {

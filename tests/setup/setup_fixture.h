@@ -37,7 +37,7 @@ class SetupTest : public ::testing::Test {
   void InSetup(const std::function<void(Agent&, FrmAgentSetup&)>& fn) {
     InAgent([&](Agent& a) {
       FrmAgentSetup& f = a.frmAgentSetup();
-      if (f.GetHostName().empty()) f.GetHostInfo();
+      if (f.Identity().GetHostName().empty()) f.Identity().GetHostInfo();
       fn(a, f);
     });
   }

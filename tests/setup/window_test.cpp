@@ -17,15 +17,15 @@ TEST_F(WindowTest, EachLocalBoxReachesTheLocalEntryOnly) {
   using Getter = bool (clsMsgHostInfo::*)() const;
   InSetup([](Agent& a, FrmAgentSetup& f) {
     const std::pair<ui::CheckBox*, Getter> boxes[] = {
-        {f.chkActiveAgentServices, &clsMsgHostInfo::GetProvideHostServices},
-        {f.chkSeekIntranet, &clsMsgHostInfo::GetProvideIntranet},
-        {f.chkSeekWeb, &clsMsgHostInfo::GetProvideWeb},
-        {f.chkSeekNews, &clsMsgHostInfo::GetProvideNews},
-        {f.chkSeekJobs, &clsMsgHostInfo::GetProvideJobs},
-        {f.chkSeekStocks, &clsMsgHostInfo::GetProvideStocks}};
+        {f.localHost.chkActiveAgentServices, &clsMsgHostInfo::GetProvideHostServices},
+        {f.localHost.chkSeekIntranet, &clsMsgHostInfo::GetProvideIntranet},
+        {f.localHost.chkSeekWeb, &clsMsgHostInfo::GetProvideWeb},
+        {f.localHost.chkSeekNews, &clsMsgHostInfo::GetProvideNews},
+        {f.localHost.chkSeekJobs, &clsMsgHostInfo::GetProvideJobs},
+        {f.localHost.chkSeekStocks, &clsMsgHostInfo::GetProvideStocks}};
     Register(a, "PC2");
     for (const auto& [box, get] : boxes) box->Click();  // without a local entry: no entry changes
-    EXPECT_TRUE(f.bSeekWeb);
+    EXPECT_TRUE(f.localHost.bSeekWeb);
     EXPECT_EQ(a.agentHostInfo().GetAgentCount(), 1);
     Register(a, "pc1");  // the Winsock name is PC1: case does not count
     for (const auto& [box, get] : boxes) {
@@ -44,11 +44,12 @@ TEST_F(WindowTest, EachLocalBoxReachesTheLocalEntryOnly) {
 TEST_F(WindowTest, SetRegistersANewHostWithTheJoinedAddressAndListsItOnce) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
     const std::pair<ui::TextBox*, const char*> typed[] = {
-        {f.txtHostName, "pc30"}, {f.txtIP1, "10"}, {f.txtIP2, "0"},
-        {f.txtIP3, "0"},         {f.txtIP4, "7"},  {f.txtLocalPortNumber, " 1231"}};
+        {f.selectedHost.txtHostName, "pc30"}, {f.selectedHost.txtIP1, "10"},
+        {f.selectedHost.txtIP2, "0"},         {f.selectedHost.txtIP3, "0"},
+        {f.selectedHost.txtIP4, "7"},         {f.selectedHost.txtLocalPortNumber, " 1231"}};
     for (const auto& [t, s] : typed) t->UserType(s);
-    f.cmdSet->Click();
-    f.cmdSet->Click();
+    f.selectedHost.cmdSet->Click();
+    f.selectedHost.cmdSet->Click();
     const auto m = Entry(a, "PC30");
     ASSERT_TRUE(m);
     EXPECT_EQ(m->GetHostName() + " " + m->GetIPAddress() + ":" + std::to_string(m->GetLocalPort()),
@@ -56,7 +57,7 @@ TEST_F(WindowTest, SetRegistersANewHostWithTheJoinedAddressAndListsItOnce) {
     EXPECT_EQ(m->GetDateReceived(), a.Platform().clock.Now());
     EXPECT_EQ(a.agentHostInfo().GetAgentRecord(a.agentHostInfo().FindAgentIndex("pc30"))->GetPort(),
               0);
-    EXPECT_EQ(Items(*f.lstNeighborhood), std::vector<std::string>{"PC30"});
+    EXPECT_EQ(Items(*f.neighborhood.lstNeighborhood), std::vector<std::string>{"PC30"});
   });
 }
 
@@ -74,7 +75,7 @@ TEST_F(WindowTest, SetAgentAddressOnAKnownHostReplacesAddressAndPortOnly) {
       m->SetAppPath("\\\\PC2\\apps\\Varno2.exe");
       m->SetProvideNews(true);
       a.agentHostInfo().UpdateAgent(m);
-      f.lstNeighborhood->Clear();
+      f.neighborhood.lstNeighborhood->Clear();
       a.frmAgentSetup().localOptionChanges().SetAgentAddress("pc2", "10.9.9.9", sPort);
       const auto after = Entry(a, "PC2");
       EXPECT_EQ(after->GetLocalPort(), nWant) << sPort;
@@ -83,28 +84,28 @@ TEST_F(WindowTest, SetAgentAddressOnAKnownHostReplacesAddressAndPortOnly) {
       EXPECT_TRUE(after->GetProvideNews());
       EXPECT_EQ(a.agentHostInfo().GetAgentCount(), 1);
       // A port that does not fit ends the operation before the list changes.
-      EXPECT_EQ(f.lstNeighborhood->ListCount(), nWant == 1230 ? 0 : 1) << sPort;
+      EXPECT_EQ(f.neighborhood.lstNeighborhood->ListCount(), nWant == 1230 ? 0 : 1) << sPort;
     }
   });
 }
 
 TEST_F(WindowTest, LogBoxAppendsLinesAndCutsToItsSecondHalf) {
   InSetup([](Agent& a, FrmAgentSetup& f) {
-    EXPECT_EQ(f.rtbAgentLog->Text(), "");
-    f.txtAgentLog_Display("one", 5);
+    EXPECT_EQ(f.log.rtbAgentLog->Text(), "");
+    f.log.Display("one", 5);
     a.LogActivity("two", 1);  // activity log lines reach the box while it is loaded
-    EXPECT_EQ(f.rtbAgentLog->Text().substr(0, 5), "one\r\n");
-    EXPECT_NE(f.rtbAgentLog->Text().find("two"), std::string::npos);
-    f.txtAgentLog_Display("three", 5);
-    EXPECT_EQ(f.rtbAgentLog->SelText(), "three");
+    EXPECT_EQ(f.log.rtbAgentLog->Text().substr(0, 5), "one\r\n");
+    EXPECT_NE(f.log.rtbAgentLog->Text().find("two"), std::string::npos);
+    f.log.Display("three", 5);
+    EXPECT_EQ(f.log.rtbAgentLog->SelText(), "three");
 
-    f.rtbAgentLog->SetText(std::string(1024, 'a') + std::string(1026, 'b'));  // 2050
-    f.txtAgentLog_Display("new", 5);
-    EXPECT_EQ(f.rtbAgentLog->Text(), std::string(1025, 'b') + "\r\nnew");
+    f.log.rtbAgentLog->SetText(std::string(1024, 'a') + std::string(1026, 'b'));  // 2050
+    f.log.Display("new", 5);
+    EXPECT_EQ(f.log.rtbAgentLog->Text(), std::string(1025, 'b') + "\r\nnew");
     // Other modes never cut.
-    f.rtbAgentLog->SetText(std::string(3000, 'c'));
-    f.txtAgentLog_Display("x", 1);
-    EXPECT_EQ(f.rtbAgentLog->Text().size(), 3003u);
+    f.log.rtbAgentLog->SetText(std::string(3000, 'c'));
+    f.log.Display("x", 1);
+    EXPECT_EQ(f.log.rtbAgentLog->Text().size(), 3003u);
   });
 }
 

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "platform/native/hosts_file.h"
+#include "platform/text.h"
 
 namespace launchagent::native {
 namespace {
@@ -31,7 +32,7 @@ bool ParseDrive(const std::string& s, NativeSettings& settings) {
   if (nPos >= s.size() || s[nPos] != '=') return false;
   const std::string sDir = s.substr(nPos + 1);
   if (sDir.empty()) return false;
-  settings.drives[static_cast<char>(std::toupper(static_cast<unsigned char>(s[0])))] = sDir;
+  settings.drives[AsciiUpper(s[0])] = sDir;
   return true;
 }
 

@@ -2,6 +2,8 @@
 // transcript line, capacities, the system folder, shares and the share search.
 #include "platform/sim/impl.h"
 
+#include "platform/text.h"
+
 namespace launchagent::sim {
 
 // ---- Disks and shares -------------------------------------------------------------------
@@ -80,8 +82,7 @@ bool World::FolderExists(HostId host, const std::string& sPath) const {
 
 void World::SetDiskCapacity(HostId host, char cDrive, std::optional<std::uint64_t> bytes) {
   if (host >= impl_->hosts.size()) return;
-  impl_->hosts[host]->disk.SetCapacity(
-      static_cast<char>(std::toupper(static_cast<unsigned char>(cDrive))), bytes);
+  impl_->hosts[host]->disk.SetCapacity(AsciiUpper(cDrive), bytes);
 }
 
 void World::SetSystemFolder(HostId host, std::optional<std::string> sPath) {

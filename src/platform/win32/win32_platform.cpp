@@ -1,5 +1,7 @@
 #include "platform/win32/win32_platform.h"
 
+#include "platform/text.h"
+
 #include <cctype>
 
 #include "platform/win32/win.h"
@@ -16,9 +18,7 @@ std::optional<std::vector<std::string>> ConfiguredShares(const Win32Settings& s)
 // it), so agents sharing one machine in tests tell themselves apart by both.
 std::string ComputerNameOf(const Win32Settings& s) {
   if (!s.sComputerName.empty()) return s.sComputerName;
-  std::string sName = s.sHostName;
-  for (auto& c : sName) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return sName;  // "" leaves it to the system
+  return AsciiUpper(s.sHostName);  // "" leaves it to the system
 }
 
 }  // namespace
