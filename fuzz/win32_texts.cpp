@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/text.h"
 #include "platform/win32/hosts_file.h"
 #include "platform/win32/settings.h"
 
@@ -22,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   namespace w = launchagent::win32;
   const std::string s(reinterpret_cast<const char*>(data), size);
   for (const auto& [sName, a] : w::HostsFile::Parse(s)) {
-    Check(!sName.empty() && w::LowerName(sName) == sName);
+    Check(!sName.empty() && launchagent::AsciiLower(sName) == sName);
     const std::string sText = std::to_string(a[0]) + "." + std::to_string(a[1]) + "." +
                               std::to_string(a[2]) + "." + std::to_string(a[3]);
     Check(w::ParseIpv4(sText) == a);

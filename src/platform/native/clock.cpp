@@ -1,6 +1,5 @@
 #include "platform/native/clock.h"
 
-#include <algorithm>
 #include <cmath>
 #include <ctime>
 
@@ -21,22 +20,12 @@ DateTime LocalDateTime(double dUnix, double& dFraction) {
 }  // namespace
 
 TimeBase::TimeBase(double dScale)
-    : dScale_(dScale > 0 ? dScale : 1.0),
-      wallStart_(std::chrono::system_clock::now()),
-      steadyStart_(std::chrono::steady_clock::now()) {}
+    : platform::TimeScale(dScale), wallStart_(std::chrono::system_clock::now()) {}
 
 double TimeBase::NowUnix() const {
   using namespace std::chrono;
-  if (dScale_ == 1.0) return duration<double>(system_clock::now().time_since_epoch()).count();
-  const double dElapsed = duration<double>(steady_clock::now() - steadyStart_).count();
-  return duration<double>(wallStart_.time_since_epoch()).count() + dElapsed * dScale_;
-}
-
-long long TimeBase::RealMs(double dAgentSeconds) const {
-  if (!(dAgentSeconds > 0)) return 0;
-  const double dMs = dAgentSeconds * 1000.0 / dScale_;
-  if (dMs > 1e12) return static_cast<long long>(1e12);
-  return std::max(1LL, static_cast<long long>(std::llround(dMs)));
+  if (Scale() == 1.0) return duration<double>(system_clock::now().time_since_epoch()).count();
+  return duration<double>(wallStart_.time_since_epoch()).count() + ElapsedAgentSeconds();
 }
 
 DateTime NativeClock::Now() const {

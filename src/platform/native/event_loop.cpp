@@ -8,19 +8,11 @@
 namespace launchagent::native {
 namespace {
 
-// A loop that reads the clock and pumps again without anything having happened is
-// waiting for time to pass (a pause): after this many such pumps in a row it sleeps
-// until the next event instead of spinning.
-constexpr int kIdlePollsBeforeSleep = 2;
-constexpr long long kIdlePollSleepMs = 10;
-
 QAbstractEventDispatcher* Dispatcher() {
   return QAbstractEventDispatcher::instance(QThread::currentThread());
 }
 
 }  // namespace
-
-NativeEventLoop::NativeEventLoop(const TimeBase& time) : time_(time) {}
 
 NativeEventLoop::~NativeEventLoop() {
   for (auto& [timer, q] : timers_) {
@@ -29,40 +21,13 @@ NativeEventLoop::~NativeEventLoop() {
   }
 }
 
-void NativeEventLoop::Deliver(const std::function<void()>& fn) {
-  if (bEnded_) return;
-  ++lngDelivered_;
-  nIdlePolls_ = 0;
-  try {
-    fn();
-  } catch (const platform::ProcessEnded&) {
-    MarkEnded();
-  }
-}
-
-void NativeEventLoop::MarkEnded() {
-  if (bEnded_) return;
-  bEnded_ = true;
+void NativeEventLoop::OnEnded() {
   for (auto& [timer, q] : timers_) q->stop();
   QCoreApplication::exit(0);
 }
 
-void NativeEventLoop::RequestEnd() { MarkEnded(); }
-
-void NativeEventLoop::ProcessPendingEvents() {
-  if (bEnded_) throw platform::ProcessEnded{};
-  const long long lngBefore = lngDelivered_;
-  const bool bPolledClock = time_.TakeClockRead();
+void NativeEventLoop::RunDue() {
   if (auto* d = Dispatcher()) d->processEvents(QEventLoop::AllEvents);
-  if (bEnded_) throw platform::ProcessEnded{};
-  if (lngDelivered_ != lngBefore || !bPolledClock) {
-    nIdlePolls_ = 0;
-    return;
-  }
-  if (++nIdlePolls_ >= kIdlePollsBeforeSleep) {
-    SleepUntilDelivery(kIdlePollSleepMs);
-    if (bEnded_) throw platform::ProcessEnded{};
-  }
 }
 
 void NativeEventLoop::SleepUntilDelivery(long long lngRealMs) {
@@ -74,33 +39,16 @@ void NativeEventLoop::SleepUntilDelivery(long long lngRealMs) {
   deadline.setTimerType(Qt::PreciseTimer);
   QObject::connect(&deadline, &QTimer::timeout, [&bTimeUp] { bTimeUp = true; });
   deadline.start(static_cast<int>(std::min<long long>(lngRealMs, 0x7fffffff)));
-  const long long lngBefore = lngDelivered_;
-  while (!bTimeUp && !bEnded_ && lngDelivered_ == lngBefore)
+  const long long lngBefore = Delivered();
+  while (!bTimeUp && !bEnded_ && Delivered() == lngBefore)
     d->processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
   // Everything else that became due with it runs too.
   if (!bEnded_) d->processEvents(QEventLoop::AllEvents);
 }
 
-void NativeEventLoop::WaitForEvents(double dSeconds) {
-  if (bEnded_) throw platform::ProcessEnded{};
-  nIdlePolls_ = 0;
-  const long long lngMs = time_.RealMs(dSeconds);
-  if (lngMs <= 0) {
-    if (auto* d = Dispatcher()) d->processEvents(QEventLoop::AllEvents);
-  } else {
-    SleepUntilDelivery(lngMs);
-  }
-  if (bEnded_) throw platform::ProcessEnded{};
-}
-
 void NativeEventLoop::Run() {
   if (!bEnded_) QCoreApplication::exec();
   bEnded_ = true;
-  throw platform::ProcessEnded{};
-}
-
-void NativeEventLoop::EndProcess() {
-  MarkEnded();
   throw platform::ProcessEnded{};
 }
 

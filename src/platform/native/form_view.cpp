@@ -15,14 +15,11 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "platform/backend/form_layout.h"
 #include "platform/native/text_follower.h"
 
 namespace launchagent::native {
 namespace {
-
-bool HasHints(const ui::Control& c) { return c.nWidth > 0 && c.nHeight > 0; }
-
-bool IsTimer(const ui::Control& c) { return dynamic_cast<const ui::Timer*>(&c) != nullptr; }
 
 // Runs fn while its owner still lives.
 template <class F>
@@ -43,15 +40,9 @@ auto WhileAlive(const std::shared_ptr<bool>& alive, F fn) {
 FormView::FormView(ui::Form& form, NativeEventLoop& loop)
     : form_(form), loop_(loop), alive_(std::make_shared<bool>(true)) {
   setAttribute(Qt::WA_QuitOnClose, false);
-  int nShown = 0;
-  const ui::TextBox* onlyText = nullptr;
-  for (auto& c : form_.Controls()) {
-    if (IsTimer(*c)) continue;
-    if (HasHints(*c)) bAbsolute_ = true;
-    ++nShown;
-    if (auto* t = dynamic_cast<const ui::TextBox*>(c.get()); t && t->MultiLine()) onlyText = t;
-  }
-  bFill_ = nShown == 1 && onlyText;
+  const platform::FormLayout layout = platform::LayoutOf(form_);
+  bAbsolute_ = layout.bAbsolute;
+  bFill_ = layout.bFill;
   if (bFill_ || !bAbsolute_) {
     layout_ = new QVBoxLayout(this);
     if (bFill_) layout_->setContentsMargins(0, 0, 0, 0);
@@ -71,7 +62,7 @@ QWidget* FormView::WidgetOf(const std::string& sControl) const {
 
 void FormView::SyncForm() {
   for (auto& c : form_.Controls())
-    if (!widgets_.count(c.get()) && !IsTimer(*c)) Build(*c);
+    if (!widgets_.count(c.get()) && !platform::IsTimer(*c)) Build(*c);
   if (form_.Caption() != sCaption_) {
     sCaption_ = form_.Caption();
     setWindowTitle(Q(sCaption_));
@@ -98,7 +89,7 @@ void FormView::Place(ui::Control& c, QWidget* w) {
     else
       layout_->addWidget(w);
   } else {
-    if (HasHints(c)) {
+    if (platform::HasHints(c)) {
       w->setGeometry(c.nLeft, c.nTop, c.nWidth, c.nHeight);
     } else {
       w->move(c.nLeft, c.nTop);

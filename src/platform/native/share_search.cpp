@@ -4,15 +4,16 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace launchagent::native {
 
-NativeShareSearch::~NativeShareSearch() { Join(); }
-
-void NativeShareSearch::Join() {
-  if (worker_.joinable()) worker_.join();
-}
+NativeShareSearch::NativeShareSearch(const TimeBase& time, std::string sMountRoot,
+                                     double dDelaySeconds)
+    : platform::BackgroundShareSearch([sMountRoot = std::move(sMountRoot)](auto& names) {
+        return ListShares(sMountRoot, names);
+      }),
+      time_(time),
+      dDelay_(dDelaySeconds) {}
 
 bool NativeShareSearch::ListShares(const std::string& sMountRoot, std::vector<std::string>& names) {
   names.clear();
@@ -42,58 +43,13 @@ bool NativeShareSearch::ListShares(const std::string& sMountRoot, std::vector<st
 }
 
 void NativeShareSearch::FindResources() {
-  Join();
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    names_.clear();
-    nNext_ = 0;
-    bError_ = false;
-  }
+  platform::BackgroundShareSearch::FindResources();
   dReadyAt_ = time_.NowUnix() + dDelay_;
-  bRunning_ = true;
-  worker_ = std::thread([this] {
-    std::vector<std::string> names;
-    const bool bOk = ListShares(sMountRoot_, names);
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      names_ = std::move(names);
-      bError_ = !bOk;
-    }
-    bRunning_ = false;
-  });
 }
 
 Long NativeShareSearch::StillProcessing() {
-  return bRunning_ || time_.NowUnix() < dReadyAt_ ? 1 : 0;
-}
-
-Long NativeShareSearch::ErrorOccurred() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return bError_ ? 1 : 0;
-}
-
-void NativeShareSearch::GetNResources(Long& lngCount) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  lngCount = static_cast<Long>(std::min<size_t>(names_.size(), 0x7fffffff));
-}
-
-void NativeShareSearch::GetResource(std::array<char, 257>& buffer) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (nNext_ >= names_.size()) {
-    buffer[0] = '\0';
-    return;
-  }
-  const std::string& s = names_[nNext_++];
-  const size_t n = std::min<size_t>(s.size(), 255);
-  std::memcpy(buffer.data(), s.data(), n);
-  buffer[n] = '\0';
-}
-
-void NativeShareSearch::FreeResources() {
-  // A search still running is not stopped; the next start waits for it and clears.
-  std::lock_guard<std::mutex> lock(mutex_);
-  names_.clear();
-  nNext_ = 0;
+  return platform::BackgroundShareSearch::StillProcessing() != 0 || time_.NowUnix() < dReadyAt_ ? 1
+                                                                                                : 0;
 }
 
 }  // namespace launchagent::native

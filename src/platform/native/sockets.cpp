@@ -2,7 +2,6 @@
 
 #include <netdb.h>
 #include <netinet/in.h>
-#include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,7 +17,6 @@
 namespace launchagent::native {
 namespace {
 
-constexpr Long kMaxIndex = 32767;
 // How long a listening socket rests once descriptors ran short; short enough that a
 // peer is served again within a second after the others let go.
 constexpr int kAcceptRetryMs = 250;
@@ -50,19 +48,11 @@ QHostAddress BindAddress(const std::string& s) {
   return QHostAddress(QString::fromStdString(s));
 }
 
-std::string Trim(const std::string& s) {
-  const auto b = s.find_first_not_of(" \t\r\n");
-  if (b == std::string::npos) return "";
-  return s.substr(b, s.find_last_not_of(" \t\r\n") - b + 1);
-}
-
 }  // namespace
 
 NativeSocketArray::NativeSocketArray(NativeEventLoop& loop, HostsFile& hosts,
                                      std::string sBindAddress)
-    : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)), ctx_(new QObject) {
-  slots_[0] = Slot{};
-}
+    : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)), ctx_(new QObject) {}
 
 NativeSocketArray::~NativeSocketArray() {
   alive_.reset();
@@ -72,16 +62,6 @@ NativeSocketArray::~NativeSocketArray() {
     socket->abort();
     socket->deleteLater();
   }
-}
-
-NativeSocketArray::Slot* NativeSocketArray::Find(Long lngIndex) {
-  auto it = slots_.find(lngIndex);
-  return it == slots_.end() ? nullptr : &it->second;
-}
-
-const NativeSocketArray::Slot* NativeSocketArray::Find(Long lngIndex) const {
-  auto it = slots_.find(lngIndex);
-  return it == slots_.end() ? nullptr : &it->second;
 }
 
 void NativeSocketArray::Release(Slot& slot) {
@@ -98,56 +78,6 @@ void NativeSocketArray::Release(Slot& slot) {
     slot.server->deleteLater();
     slot.server = nullptr;
   }
-}
-
-bool NativeSocketArray::Load(Long lngIndex) {
-  if (lngIndex <= 0 || lngIndex > kMaxIndex || slots_.count(lngIndex)) return false;
-  slots_[lngIndex] = Slot{};
-  return true;
-}
-
-bool NativeSocketArray::Exists(Long lngIndex) const { return Find(lngIndex) != nullptr; }
-
-Long NativeSocketArray::UBound() const { return slots_.rbegin()->first; }
-
-bool NativeSocketArray::SetLocalPort(Long lngIndex, Long lngPort) {
-  Slot* slot = Find(lngIndex);
-  if (!slot || lngPort < 0 || lngPort > 65535) return false;
-  slot->lngLocalPort = lngPort;
-  return true;
-}
-
-bool NativeSocketArray::SetRemoteHost(Long lngIndex, const std::string& sHost) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return false;
-  slot->sRemoteHost = sHost;
-  return true;
-}
-
-bool NativeSocketArray::SetRemotePort(Long lngIndex, Long lngPort) {
-  Slot* slot = Find(lngIndex);
-  if (!slot || lngPort < 0 || lngPort > 65535) return false;
-  slot->lngRemotePort = lngPort;
-  return true;
-}
-
-bool NativeSocketArray::SetTag(Long lngIndex, const std::string& sTag) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return false;
-  slot->sTag = sTag;
-  return true;
-}
-
-std::optional<std::string> NativeSocketArray::Tag(Long lngIndex) const {
-  const Slot* slot = Find(lngIndex);
-  if (!slot) return std::nullopt;
-  return slot->sTag;
-}
-
-std::optional<Integer> NativeSocketArray::State(Long lngIndex) const {
-  const Slot* slot = Find(lngIndex);
-  if (!slot) return std::nullopt;
-  return slot->nState;
 }
 
 Long NativeSocketArray::BoundPort(Long lngIndex) const {
@@ -290,7 +220,7 @@ void NativeSocketArray::OnGone(Long lngIndex, QTcpSocket* socket, bool bError) {
 bool NativeSocketArray::Connect(Long lngIndex) {
   Slot* slot = Find(lngIndex);
   if (!slot || slot->nState != platform::kSckClosed) return false;
-  const std::string sHost = Trim(slot->sRemoteHost);
+  const std::string sHost = platform::TrimBlanks(slot->sRemoteHost);
   if (sHost.empty() || slot->lngRemotePort <= 0) return false;
   auto* socket = new QTcpSocket();
   socket->setReadBufferSize(kMaxArrivalBytes);
@@ -339,25 +269,10 @@ bool NativeSocketArray::SendData(Long lngIndex, const Bytes& data) {
   return n == static_cast<qint64>(data.size());
 }
 
-std::optional<Bytes> NativeSocketArray::GetData(Long lngIndex) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return std::nullopt;
-  Bytes out = std::move(slot->leftover);
-  slot->leftover.clear();
-  if (slot->socket && out.size() < static_cast<size_t>(kMaxArrivalBytes)) {
-    const QByteArray data = slot->socket->read(kMaxArrivalBytes - static_cast<qint64>(out.size()));
-    out.insert(out.end(), data.begin(), data.end());
-  }
-  return out;
-}
-
-bool NativeSocketArray::Close(Long lngIndex) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return false;
-  Release(*slot);
-  slot->leftover.clear();
-  slot->nState = platform::kSckClosed;
-  return true;
+void NativeSocketArray::ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) {
+  if (!slot.socket) return;
+  const QByteArray data = slot.socket->read(static_cast<qint64>(nRoom));
+  out.insert(out.end(), data.begin(), data.end());
 }
 
 std::optional<std::string> NativeSocketArray::RemoteHostIP(Long lngIndex) const {
@@ -407,23 +322,12 @@ std::optional<std::string> NativeSocketsLibrary::HostName() {
 }
 
 std::optional<platform::HostEntry> NativeSocketsLibrary::HostByName(const std::string& sNameIn) {
-  const std::string sName = Trim(sNameIn);
-  auto Entry = [](const Ipv4& a) {
-    platform::HostEntry e;
-    e.nAddressLength = 4;
-    e.addresses.push_back(a);
-    return e;
-  };
-  if (sName.empty() || sName.size() > 255) {
+  const std::string sName = platform::ResolvableName(sNameIn);
+  if (sName.empty()) {
     lngLastError_ = kWsaHostNotFound;
     return std::nullopt;
   }
-  if (auto a = ParseIpv4(sName)) return Entry(*a);
-  if (auto a = hosts_.Lookup(sName)) return Entry(*a);
-  // Our own overridden name stands for the address we bind to.
-  if (!sHostName_.empty() && !sBindAddress_.empty() &&
-      strcasecmp(sName.c_str(), sHostName_.c_str()) == 0)
-    if (auto a = ParseIpv4(sBindAddress_)) return Entry(*a);
+  if (auto e = platform::KnownHost(sName, hosts_, sHostName_, sBindAddress_)) return e;
   addrinfo hints{};
   hints.ai_family = AF_INET;
   hints.ai_socktype = SOCK_STREAM;
@@ -438,9 +342,7 @@ std::optional<platform::HostEntry> NativeSocketsLibrary::HostByName(const std::s
     const auto* sin = reinterpret_cast<const sockaddr_in*>(p->ai_addr);
     Ipv4 a{};
     std::memcpy(a.data(), &sin->sin_addr, 4);
-    bool bSeen = false;
-    for (auto& b : e.addresses) bSeen = bSeen || b == a;
-    if (!bSeen) e.addresses.push_back(a);
+    platform::AddAddress(e, a);
   }
   ::freeaddrinfo(result);
   if (e.addresses.empty()) {

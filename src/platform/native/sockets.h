@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "platform/backend/socket_positions.h"
 #include "platform/native/event_loop.h"
 #include "platform/native/hosts_file.h"
 #include "platform/services.h"
@@ -16,51 +17,33 @@ class QTcpSocket;
 
 namespace launchagent::native {
 
-// The most bytes one data arrival hands over. A message image is a few hundred bytes;
-// anything beyond this is not an image, and reading it whole would let a peer fill
-// our memory.
-constexpr long long kMaxArrivalBytes = 64 * 1024;
+using platform::kMaxArrivalBytes;
 
-class NativeSocketArray : public platform::SocketArray {
+// A position's Qt objects.
+struct NativeSocketSlot : platform::SocketPosition {
+  QTcpServer* server = nullptr;
+  QTcpSocket* socket = nullptr;
+  std::string sPeer;  // the address an accepted connection came from
+};
+
+class NativeSocketArray : public platform::SocketPositions<NativeSocketSlot> {
  public:
   NativeSocketArray(NativeEventLoop& loop, HostsFile& hosts, std::string sBindAddress);
   ~NativeSocketArray() override;
 
-  bool Load(Long lngIndex) override;
-  bool Exists(Long lngIndex) const override;
-  Long UBound() const override;
-  bool SetLocalPort(Long lngIndex, Long lngPort) override;
-  bool SetRemoteHost(Long lngIndex, const std::string& sHost) override;
-  bool SetRemotePort(Long lngIndex, Long lngPort) override;
-  bool SetTag(Long lngIndex, const std::string& sTag) override;
-  std::optional<std::string> Tag(Long lngIndex) const override;
-  std::optional<Integer> State(Long lngIndex) const override;
   bool Listen(Long lngIndex) override;
   bool Accept(Long lngIndex, Long lngRequestId) override;
   bool Connect(Long lngIndex) override;
   bool SendData(Long lngIndex, const Bytes& data) override;
-  std::optional<Bytes> GetData(Long lngIndex) override;
-  bool Close(Long lngIndex) override;
   std::optional<std::string> RemoteHostIP(Long lngIndex) const override;
 
   // The local port a position listens or is connected on (0 when none); for tests.
   Long BoundPort(Long lngIndex) const;
 
  private:
-  struct Slot {
-    Long lngLocalPort = 0;
-    std::string sRemoteHost;
-    Long lngRemotePort = 0;
-    std::string sTag;
-    Integer nState = platform::kSckClosed;
-    QTcpServer* server = nullptr;
-    QTcpSocket* socket = nullptr;
-    Bytes leftover;     // what the peer sent before it closed, not read yet
-    std::string sPeer;  // the address an accepted connection came from
-  };
-  Slot* Find(Long lngIndex);
-  const Slot* Find(Long lngIndex) const;
-  void Release(Slot& slot);
+  using Slot = NativeSocketSlot;
+  void Release(Slot& slot) override;
+  void ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) override;
   void Wire(Long lngIndex, QTcpSocket* socket);
   void OnNewConnections(Long lngIndex);
   void PauseAccepting(QTcpServer* server);
@@ -70,7 +53,6 @@ class NativeSocketArray : public platform::SocketArray {
   NativeEventLoop& loop_;
   HostsFile& hosts_;
   std::string sBindAddress_;
-  std::map<Long, Slot> slots_;
   std::map<Long, QTcpSocket*> pending_;  // connection requests by request id
   Long lngNextRequest_ = 1;
   std::set<QTcpServer*> pausedServers_;  // resting after descriptors ran short

@@ -1,7 +1,6 @@
 // The world's scenario-side view of disks and shares: files written without a
 // transcript line, capacities, the system folder, shares and the share search.
 #include "platform/sim/impl.h"
-
 #include "platform/text.h"
 
 namespace launchagent::sim {

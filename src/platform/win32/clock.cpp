@@ -1,8 +1,5 @@
 #include "platform/win32/clock.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "platform/win32/win.h"
 
 namespace launchagent::win32 {
@@ -17,21 +14,6 @@ unsigned long long UtcTicksNow() {
 }
 
 }  // namespace
-
-TimeBase::TimeBase(double dScale)
-    : dScale_(dScale > 0 ? dScale : 1.0), start_(std::chrono::steady_clock::now()) {}
-
-double TimeBase::ElapsedAgentSeconds() const {
-  using namespace std::chrono;
-  return duration<double>(steady_clock::now() - start_).count() * dScale_;
-}
-
-long long TimeBase::RealMs(double dAgentSeconds) const {
-  if (!(dAgentSeconds > 0)) return 0;
-  const double dMs = dAgentSeconds * 1000.0 / dScale_;
-  if (dMs > 1e12) return static_cast<long long>(1e12);
-  return std::max(1LL, static_cast<long long>(std::llround(dMs)));
-}
 
 Win32Clock::Win32Clock(const TimeBase& time) : time_(time), ullStartUtc_(UtcTicksNow()) {}
 

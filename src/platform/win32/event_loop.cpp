@@ -8,11 +8,6 @@
 namespace launchagent::win32 {
 namespace {
 
-// A loop that reads the clock and pumps again without anything having happened is
-// waiting for time to pass (a pause): after this many such pumps in a row it sleeps
-// until the next event instead of spinning.
-constexpr int kIdlePollsBeforeSleep = 2;
-constexpr long long kIdlePollSleepMs = 10;
 // The most messages one drain handles before it returns to its caller.
 constexpr int kMaxMessagesPerDrain = 10000;
 constexpr const char* kLoopClass = "LaunchAgentLoop";
@@ -28,7 +23,7 @@ LRESULT CALLBACK LoopProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
 
 }  // namespace
 
-Win32EventLoop::Win32EventLoop(const TimeBase& time) : time_(time) {
+Win32EventLoop::Win32EventLoop(const TimeBase& time) : platform::DeliveryLoop(time) {
   HINSTANCE hInstance = GetModuleHandleA(nullptr);
   WNDCLASSA wc{};
   wc.lpfnWndProc = LoopProc;
@@ -59,25 +54,10 @@ void Win32EventLoop::OnTimer(unsigned long long id) {
   Deliver([timer] { timer->Fire(); });
 }
 
-void Win32EventLoop::Deliver(const std::function<void()>& fn) {
-  if (bEnded_) return;
-  ++lngDelivered_;
-  nIdlePolls_ = 0;
-  try {
-    fn();
-  } catch (const platform::ProcessEnded&) {
-    MarkEnded();
-  }
-}
-
-void Win32EventLoop::MarkEnded() {
-  if (bEnded_) return;
-  bEnded_ = true;
+void Win32EventLoop::OnEnded() {
   for (auto& [timer, id] : timerIds_) KillTimer(static_cast<HWND>(hWnd_), id);
   PostQuitMessage(0);
 }
-
-void Win32EventLoop::RequestEnd() { MarkEnded(); }
 
 bool Win32EventLoop::Drain() {
   MSG msg;
@@ -93,26 +73,11 @@ bool Win32EventLoop::Drain() {
   return !bEnded_;
 }
 
-void Win32EventLoop::ProcessPendingEvents() {
-  if (bEnded_) throw platform::ProcessEnded{};
-  const long long lngBefore = lngDelivered_;
-  const bool bPolledClock = time_.TakeClockRead();
-  if (!Drain()) throw platform::ProcessEnded{};
-  if (lngDelivered_ != lngBefore || !bPolledClock) {
-    nIdlePolls_ = 0;
-    return;
-  }
-  if (++nIdlePolls_ >= kIdlePollsBeforeSleep) {
-    SleepUntilDelivery(kIdlePollSleepMs);
-    if (bEnded_) throw platform::ProcessEnded{};
-  }
-}
-
 void Win32EventLoop::SleepUntilDelivery(long long lngRealMs) {
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + std::chrono::milliseconds(lngRealMs);
-  const long long lngBefore = lngDelivered_;
-  while (!bEnded_ && lngDelivered_ == lngBefore) {
+  const long long lngBefore = Delivered();
+  while (!bEnded_ && Delivered() == lngBefore) {
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
     if (left <= 0) break;
@@ -126,17 +91,6 @@ void Win32EventLoop::SleepUntilDelivery(long long lngRealMs) {
   if (!bEnded_) Drain();
 }
 
-void Win32EventLoop::WaitForEvents(double dSeconds) {
-  if (bEnded_) throw platform::ProcessEnded{};
-  nIdlePolls_ = 0;
-  const long long lngMs = time_.RealMs(dSeconds);
-  if (lngMs <= 0)
-    Drain();
-  else
-    SleepUntilDelivery(lngMs);
-  if (bEnded_) throw platform::ProcessEnded{};
-}
-
 void Win32EventLoop::Run() {
   MSG msg;
   while (!bEnded_) {
@@ -145,11 +99,6 @@ void Win32EventLoop::Run() {
     TranslateMessage(&msg);
     DispatchMessageA(&msg);
   }
-  MarkEnded();
-  throw platform::ProcessEnded{};
-}
-
-void Win32EventLoop::EndProcess() {
   MarkEnded();
   throw platform::ProcessEnded{};
 }

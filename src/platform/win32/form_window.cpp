@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/backend/form_layout.h"
 #include "platform/win32/win.h"
 
 namespace launchagent::win32 {
@@ -14,9 +15,6 @@ constexpr UINT kRefreshMs = 100;
 constexpr int kFirstControlId = 100;
 
 HWND H(void* p) { return static_cast<HWND>(p); }
-
-bool HasHints(const ui::Control& c) { return c.nWidth > 0 && c.nHeight > 0; }
-bool IsTimer(const ui::Control& c) { return dynamic_cast<const ui::Timer*>(&c) != nullptr; }
 
 // A multi-line box shows a line break for "\r\n", a lone "\r" and a lone "\n"; the
 // control wants "\r\n" for each.
@@ -88,15 +86,9 @@ bool RegisterFormClass() {
 
 FormWindow::FormWindow(ui::Form& form, Win32EventLoop& loop, bool bOffscreen)
     : form_(form), loop_(loop), bOffscreen_(bOffscreen), alive_(std::make_shared<bool>(true)) {
-  int nShown = 0;
-  const ui::TextBox* onlyText = nullptr;
-  for (auto& c : form_.Controls()) {
-    if (IsTimer(*c)) continue;
-    if (HasHints(*c)) bAbsolute_ = true;
-    ++nShown;
-    if (auto* t = dynamic_cast<const ui::TextBox*>(c.get()); t && t->MultiLine()) onlyText = t;
-  }
-  bFill_ = nShown == 1 && onlyText;
+  const platform::FormLayout layout = platform::LayoutOf(form_);
+  bAbsolute_ = layout.bAbsolute;
+  bFill_ = layout.bFill;
   nDesignWidth_ = std::max(form_.nWidth, 120);
   nDesignHeight_ = std::max(form_.nHeight, 80);
 
@@ -143,7 +135,7 @@ void FormWindow::Show(bool b) {
 
 void FormWindow::SyncForm() {
   for (auto& c : form_.Controls())
-    if (!views_.count(c.get()) && !IsTimer(*c)) Build(*c);
+    if (!views_.count(c.get()) && !platform::IsTimer(*c)) Build(*c);
   if (form_.Caption() != sCaption_) {
     sCaption_ = form_.Caption();
     SetWindowTextA(H(hWnd_), sCaption_.c_str());
@@ -204,8 +196,8 @@ void FormWindow::Build(ui::Control& c) {
   } else if (bAbsolute_) {
     v.nLeft = c.nLeft;
     v.nTop = c.nTop;
-    v.nWidth = HasHints(c) ? c.nWidth : 120;
-    v.nHeight = HasHints(c) ? c.nHeight : 24;
+    v.nWidth = platform::HasHints(c) ? c.nWidth : 120;
+    v.nHeight = platform::HasHints(c) ? c.nHeight : 24;
     auto frame = frames_.find(c.sContainer);
     if (!c.sContainer.empty() && frame != frames_.end()) {
       v.nLeft += frame->second->nLeft;

@@ -5,42 +5,30 @@
 namespace launchagent::win32 {
 namespace {
 
-// A hosts file is small; a huge one is cut rather than read whole.
-constexpr DWORD kMaxHostsBytes = 1 << 20;
+std::optional<unsigned long long> Stamp(const std::string& sPath) {
+  WIN32_FILE_ATTRIBUTE_DATA info{};
+  if (!GetFileAttributesExA(sPath.c_str(), GetFileExInfoStandard, &info)) return std::nullopt;
+  return ((static_cast<unsigned long long>(info.ftLastWriteTime.dwHighDateTime) << 32) |
+          info.ftLastWriteTime.dwLowDateTime) +
+         info.nFileSizeLow;
+}
+
+std::string Read(const std::string& sPath, std::size_t nMaxBytes) {
+  std::string sText;
+  HANDLE h = CreateFileA(sPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return sText;
+  sText.resize(nMaxBytes);
+  DWORD dwRead = 0;
+  if (!::ReadFile(h, sText.data(), static_cast<DWORD>(nMaxBytes), &dwRead, nullptr)) dwRead = 0;
+  sText.resize(dwRead);
+  CloseHandle(h);
+  return sText;
+}
 
 }  // namespace
 
-void HostsFile::Reload() {
-  WIN32_FILE_ATTRIBUTE_DATA info{};
-  if (sPath_.empty() || !GetFileAttributesExA(sPath_.c_str(), GetFileExInfoStandard, &info)) {
-    names_.clear();
-    ullStamp_ = ~0ULL;
-    return;
-  }
-  const unsigned long long ullStamp =
-      ((static_cast<unsigned long long>(info.ftLastWriteTime.dwHighDateTime) << 32) |
-       info.ftLastWriteTime.dwLowDateTime) +
-      info.nFileSizeLow;
-  if (ullStamp == ullStamp_) return;
-  ullStamp_ = ullStamp;
-  std::string sText;
-  HANDLE h = CreateFileA(sPath_.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h != INVALID_HANDLE_VALUE) {
-    sText.resize(kMaxHostsBytes);
-    DWORD dwRead = 0;
-    if (!::ReadFile(h, sText.data(), kMaxHostsBytes, &dwRead, nullptr)) dwRead = 0;
-    sText.resize(dwRead);
-    CloseHandle(h);
-  }
-  names_ = Parse(sText);
-}
-
-std::optional<Ipv4> HostsFile::Lookup(const std::string& sName) {
-  Reload();
-  auto it = names_.find(LowerName(sName));
-  if (it == names_.end()) return std::nullopt;
-  return it->second;
-}
+HostsFile::HostsFile(std::string sPath)
+    : platform::HostsFileNames(std::move(sPath), {Stamp, Read}) {}
 
 }  // namespace launchagent::win32

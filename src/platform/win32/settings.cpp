@@ -1,7 +1,8 @@
 #include "platform/win32/settings.h"
 
-#include <cctype>
 #include <cstdlib>
+
+#include "platform/backend/host_names.h"
 
 namespace launchagent::win32 {
 namespace {
@@ -43,7 +44,7 @@ bool Apply(const OptionInfo& opt, const std::string& sValue, Win32Settings& s,
   } else if (sName == "--computer-name") {
     s.sComputerName = sValue;
   } else if (sName == "--bind") {
-    if (!sValue.empty() && !IsDottedIpv4(sValue)) {
+    if (!sValue.empty() && !platform::ParseIpv4(sValue)) {
       sError = "bad bind address (not an IPv4 address): " + sValue;
       return false;
     }
@@ -80,24 +81,6 @@ bool Apply(const OptionInfo& opt, const std::string& sValue, Win32Settings& s,
 bool LooksLikeOption(const std::string& s) { return s.size() > 1 && s[0] == '-'; }
 
 }  // namespace
-
-bool IsDottedIpv4(const std::string& s) {
-  size_t i = 0;
-  for (int nPart = 0; nPart < 4; ++nPart) {
-    if (nPart > 0) {
-      if (i >= s.size() || s[i] != '.') return false;
-      ++i;
-    }
-    int nValue = 0, nDigits = 0;
-    while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i])) && nDigits < 4) {
-      nValue = nValue * 10 + (s[i] - '0');
-      ++nDigits;
-      ++i;
-    }
-    if (nDigits == 0 || nDigits > 3 || nValue > 255) return false;
-  }
-  return i == s.size();
-}
 
 bool ParseShareList(const std::string& sList, std::vector<std::string>& shares,
                     std::string& sError) {

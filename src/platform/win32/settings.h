@@ -35,9 +35,6 @@ bool ParseWin32Settings(const std::vector<std::string>& args, const EnvLookup& e
 // The text of --help, starting with a one-line description.
 std::string Win32SettingsHelp(const std::string& sProgram);
 
-// "a.b.c.d" with four numbers 0..255 and nothing else.
-bool IsDottedIpv4(const std::string& s);
-
 // A share list: names separated by ';' or ',', each of the form \\host\share.
 bool ParseShareList(const std::string& sList, std::vector<std::string>& shares,
                     std::string& sError);

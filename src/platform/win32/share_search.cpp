@@ -1,7 +1,5 @@
 #include "platform/win32/share_search.h"
 
-#include <cstring>
-
 #include "platform/win32/win.h"
 
 namespace launchagent::win32 {
@@ -47,71 +45,16 @@ bool Walk(NETRESOURCEA* container, int nDepth, std::vector<std::string>& names) 
 
 }  // namespace
 
-Win32ShareSearch::~Win32ShareSearch() { Join(); }
-
-void Win32ShareSearch::Join() {
-  if (worker_.joinable()) worker_.join();
-}
+Win32ShareSearch::Win32ShareSearch(std::optional<std::vector<std::string>> configured)
+    : platform::BackgroundShareSearch([configured = std::move(configured)](auto& names) {
+        if (!configured) return EnumerateNetwork(names);
+        names = *configured;
+        return true;
+      }) {}
 
 bool Win32ShareSearch::EnumerateNetwork(std::vector<std::string>& names) {
   names.clear();
   return Walk(nullptr, 0, names);
-}
-
-void Win32ShareSearch::FindResources() {
-  Join();
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    names_.clear();
-    nNext_ = 0;
-    bError_ = false;
-  }
-  bRunning_ = true;
-  worker_ = std::thread([this] {
-    std::vector<std::string> names;
-    bool bOk = true;
-    if (configured_)
-      names = *configured_;
-    else
-      bOk = EnumerateNetwork(names);
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      names_ = std::move(names);
-      bError_ = !bOk;
-    }
-    bRunning_ = false;
-  });
-}
-
-Long Win32ShareSearch::StillProcessing() { return bRunning_ ? 1 : 0; }
-
-Long Win32ShareSearch::ErrorOccurred() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return bError_ ? 1 : 0;
-}
-
-void Win32ShareSearch::GetNResources(Long& lngCount) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  lngCount = static_cast<Long>(std::min<size_t>(names_.size(), 0x7fffffff));
-}
-
-void Win32ShareSearch::GetResource(std::array<char, 257>& buffer) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (nNext_ >= names_.size()) {
-    buffer[0] = '\0';
-    return;
-  }
-  const std::string& s = names_[nNext_++];
-  const size_t n = std::min<size_t>(s.size(), 255);
-  std::memcpy(buffer.data(), s.data(), n);
-  buffer[n] = '\0';
-}
-
-void Win32ShareSearch::FreeResources() {
-  // A search still running is not stopped; the next start waits for it and clears.
-  std::lock_guard<std::mutex> lock(mutex_);
-  names_.clear();
-  nNext_ = 0;
 }
 
 }  // namespace launchagent::win32

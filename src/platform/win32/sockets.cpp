@@ -8,7 +8,6 @@
 namespace launchagent::win32 {
 namespace {
 
-constexpr Long kMaxIndex = 32767;
 constexpr UINT kSocketMessage = WM_APP + 1;    // WSAAsyncSelect events
 constexpr UINT kDeferredMessage = WM_APP + 2;  // our own events that must come later
 constexpr const char* kSocketsClass = "LaunchAgentSockets";
@@ -16,12 +15,6 @@ constexpr const char* kSocketsClass = "LaunchAgentSockets";
 constexpr long kSendWaitMs = 2000;
 
 SOCKET S(std::uintptr_t s) { return static_cast<SOCKET>(s); }
-
-std::string Trim(const std::string& s) {
-  const auto b = s.find_first_not_of(" \t\r\n");
-  if (b == std::string::npos) return "";
-  return s.substr(b, s.find_last_not_of(" \t\r\n") - b + 1);
-}
 
 sockaddr_in Address(const Ipv4& a, Long lngPort) {
   sockaddr_in sin{};
@@ -83,7 +76,6 @@ Win32SocketArray::Win32SocketArray(Win32EventLoop& loop, HostsFile& hosts, std::
     : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)) {
   hWnd_ = MakeWindow(this);
   if (!hWnd_) OutputDebugStringA("launch agent: a socket table's window could not be made\n");
-  slots_[0] = NewSlot();
 }
 
 Win32SocketArray::~Win32SocketArray() {
@@ -94,22 +86,6 @@ Win32SocketArray::~Win32SocketArray() {
   }
   for (auto& [i, slot] : slots_) Release(slot);
   for (auto& [id, s] : pending_) closesocket(S(s));
-}
-
-Win32SocketArray::Slot Win32SocketArray::NewSlot() const {
-  Slot slot;
-  slot.socket = INVALID_SOCKET;
-  return slot;
-}
-
-Win32SocketArray::Slot* Win32SocketArray::Find(Long lngIndex) {
-  auto it = slots_.find(lngIndex);
-  return it == slots_.end() ? nullptr : &it->second;
-}
-
-const Win32SocketArray::Slot* Win32SocketArray::Find(Long lngIndex) const {
-  auto it = slots_.find(lngIndex);
-  return it == slots_.end() ? nullptr : &it->second;
 }
 
 void Win32SocketArray::Release(Slot& slot) {
@@ -127,56 +103,6 @@ bool Win32SocketArray::Watch(std::uintptr_t s, long lngEvents) {
 void Win32SocketArray::PostDeferred(Long lngIndex, std::uintptr_t s, bool bFailed) {
   const WPARAM w = static_cast<WPARAM>(lngIndex) | (bFailed ? 0x80000000u : 0u);
   PostMessageA(static_cast<HWND>(hWnd_), kDeferredMessage, w, static_cast<LPARAM>(s));
-}
-
-bool Win32SocketArray::Load(Long lngIndex) {
-  if (lngIndex <= 0 || lngIndex > kMaxIndex || slots_.count(lngIndex)) return false;
-  slots_[lngIndex] = NewSlot();
-  return true;
-}
-
-bool Win32SocketArray::Exists(Long lngIndex) const { return Find(lngIndex) != nullptr; }
-
-Long Win32SocketArray::UBound() const { return slots_.rbegin()->first; }
-
-bool Win32SocketArray::SetLocalPort(Long lngIndex, Long lngPort) {
-  Slot* slot = Find(lngIndex);
-  if (!slot || lngPort < 0 || lngPort > 65535) return false;
-  slot->lngLocalPort = lngPort;
-  return true;
-}
-
-bool Win32SocketArray::SetRemoteHost(Long lngIndex, const std::string& sHost) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return false;
-  slot->sRemoteHost = sHost;
-  return true;
-}
-
-bool Win32SocketArray::SetRemotePort(Long lngIndex, Long lngPort) {
-  Slot* slot = Find(lngIndex);
-  if (!slot || lngPort < 0 || lngPort > 65535) return false;
-  slot->lngRemotePort = lngPort;
-  return true;
-}
-
-bool Win32SocketArray::SetTag(Long lngIndex, const std::string& sTag) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return false;
-  slot->sTag = sTag;
-  return true;
-}
-
-std::optional<std::string> Win32SocketArray::Tag(Long lngIndex) const {
-  const Slot* slot = Find(lngIndex);
-  if (!slot) return std::nullopt;
-  return slot->sTag;
-}
-
-std::optional<Integer> Win32SocketArray::State(Long lngIndex) const {
-  const Slot* slot = Find(lngIndex);
-  if (!slot) return std::nullopt;
-  return slot->nState;
 }
 
 Long Win32SocketArray::BoundPort(Long lngIndex) const {
@@ -335,7 +261,7 @@ void Win32SocketArray::OnGone(Long lngIndex, bool bError) {
 bool Win32SocketArray::Connect(Long lngIndex) {
   Slot* slot = Find(lngIndex);
   if (!slot || slot->nState != platform::kSckClosed) return false;
-  const std::string sHost = Trim(slot->sRemoteHost);
+  const std::string sHost = platform::TrimBlanks(slot->sRemoteHost);
   if (sHost.empty() || slot->lngRemotePort <= 0) return false;
   SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
   if (s == INVALID_SOCKET) return false;
@@ -397,23 +323,8 @@ bool Win32SocketArray::SendData(Long lngIndex, const Bytes& data) {
   return true;
 }
 
-std::optional<Bytes> Win32SocketArray::GetData(Long lngIndex) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return std::nullopt;
-  Bytes out = std::move(slot->leftover);
-  slot->leftover.clear();
-  if (slot->socket != INVALID_SOCKET && out.size() < static_cast<size_t>(kMaxArrivalBytes))
-    ReadWaiting(S(slot->socket), out, kMaxArrivalBytes - out.size());
-  return out;
-}
-
-bool Win32SocketArray::Close(Long lngIndex) {
-  Slot* slot = Find(lngIndex);
-  if (!slot) return false;
-  Release(*slot);
-  slot->leftover.clear();
-  slot->nState = platform::kSckClosed;
-  return true;
+void Win32SocketArray::ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) {
+  if (slot.socket != INVALID_SOCKET) ReadWaiting(S(slot.socket), out, nRoom);
 }
 
 std::unique_ptr<platform::SocketArray> Win32Network::CreateSocketArray(const std::string&) {
@@ -453,23 +364,12 @@ std::optional<std::string> Win32SocketsLibrary::HostName() {
 }
 
 std::optional<platform::HostEntry> Win32SocketsLibrary::HostByName(const std::string& sNameIn) {
-  const std::string sName = Trim(sNameIn);
-  auto Entry = [](const Ipv4& a) {
-    platform::HostEntry e;
-    e.nAddressLength = 4;
-    e.addresses.push_back(a);
-    return e;
-  };
-  if (sName.empty() || sName.size() > 255) {
+  const std::string sName = platform::ResolvableName(sNameIn);
+  if (sName.empty()) {
     WSASetLastError(WSAHOST_NOT_FOUND);
     return std::nullopt;
   }
-  if (auto a = ParseIpv4(sName)) return Entry(*a);
-  if (auto a = hosts_.Lookup(sName)) return Entry(*a);
-  // Our own overridden name stands for the address we bind to.
-  if (!sHostName_.empty() && !sBindAddress_.empty() &&
-      _stricmp(sName.c_str(), sHostName_.c_str()) == 0)
-    if (auto a = ParseIpv4(sBindAddress_)) return Entry(*a);
+  if (auto e = platform::KnownHost(sName, hosts_, sHostName_, sBindAddress_)) return e;
   const hostent* he = gethostbyname(sName.c_str());
   if (!he || he->h_addrtype != AF_INET || he->h_length != 4 || !he->h_addr_list)
     return std::nullopt;
@@ -477,8 +377,7 @@ std::optional<platform::HostEntry> Win32SocketsLibrary::HostByName(const std::st
   for (char** p = he->h_addr_list; *p; ++p) {
     Ipv4 a{};
     std::memcpy(a.data(), *p, 4);
-    if (std::find(e.addresses.begin(), e.addresses.end(), a) == e.addresses.end())
-      e.addresses.push_back(a);
+    platform::AddAddress(e, a);
   }
   if (e.addresses.empty()) {
     WSASetLastError(WSAHOST_NOT_FOUND);

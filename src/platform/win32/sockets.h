@@ -7,37 +7,29 @@
 #include <memory>
 #include <string>
 
+#include "platform/backend/socket_positions.h"
 #include "platform/services.h"
 #include "platform/win32/event_loop.h"
 #include "platform/win32/hosts_file.h"
 
 namespace launchagent::win32 {
 
-// The most bytes one data arrival hands over. A message image is a few hundred bytes;
-// anything beyond this is not an image, and reading it whole would let a peer fill
-// our memory.
-constexpr long long kMaxArrivalBytes = 64 * 1024;
+using platform::kMaxArrivalBytes;
 
-class Win32SocketArray : public platform::SocketArray {
+// A position's Winsock socket.
+struct Win32SocketSlot : platform::SocketPosition {
+  std::uintptr_t socket = ~std::uintptr_t{0};  // INVALID_SOCKET when none
+};
+
+class Win32SocketArray : public platform::SocketPositions<Win32SocketSlot> {
  public:
   Win32SocketArray(Win32EventLoop& loop, HostsFile& hosts, std::string sBindAddress);
   ~Win32SocketArray() override;
 
-  bool Load(Long lngIndex) override;
-  bool Exists(Long lngIndex) const override;
-  Long UBound() const override;
-  bool SetLocalPort(Long lngIndex, Long lngPort) override;
-  bool SetRemoteHost(Long lngIndex, const std::string& sHost) override;
-  bool SetRemotePort(Long lngIndex, Long lngPort) override;
-  bool SetTag(Long lngIndex, const std::string& sTag) override;
-  std::optional<std::string> Tag(Long lngIndex) const override;
-  std::optional<Integer> State(Long lngIndex) const override;
   bool Listen(Long lngIndex) override;
   bool Accept(Long lngIndex, Long lngRequestId) override;
   bool Connect(Long lngIndex) override;
   bool SendData(Long lngIndex, const Bytes& data) override;
-  std::optional<Bytes> GetData(Long lngIndex) override;
-  bool Close(Long lngIndex) override;
 
   // The local port a position listens or is connected on (0 when none); for tests.
   Long BoundPort(Long lngIndex) const;
@@ -47,19 +39,9 @@ class Win32SocketArray : public platform::SocketArray {
   void OnDeferred(Long lngIndex, std::uintptr_t socket, bool bFailed);
 
  private:
-  struct Slot {
-    Long lngLocalPort = 0;
-    std::string sRemoteHost;
-    Long lngRemotePort = 0;
-    std::string sTag;
-    Integer nState = platform::kSckClosed;
-    std::uintptr_t socket;  // INVALID_SOCKET when none
-    Bytes leftover;         // what the peer sent before it closed, not read yet
-  };
-  Slot* Find(Long lngIndex);
-  const Slot* Find(Long lngIndex) const;
-  Slot NewSlot() const;
-  void Release(Slot& slot);
+  using Slot = Win32SocketSlot;
+  void Release(Slot& slot) override;
+  void ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) override;
   void OnAccept(Long lngIndex);
   void OnReadable(Long lngIndex);
   void OnGone(Long lngIndex, bool bError);
@@ -70,7 +52,6 @@ class Win32SocketArray : public platform::SocketArray {
   HostsFile& hosts_;
   std::string sBindAddress_;
   void* hWnd_ = nullptr;
-  std::map<Long, Slot> slots_;
   std::map<Long, std::uintptr_t> pending_;  // connection requests by request id
   Long lngNextRequest_ = 1;
   // A handler may unload the form that owns this table; code after a handler checks it.

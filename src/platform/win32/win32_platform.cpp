@@ -1,9 +1,6 @@
 #include "platform/win32/win32_platform.h"
 
 #include "platform/text.h"
-
-#include <cctype>
-
 #include "platform/win32/win.h"
 
 namespace launchagent::win32 {
