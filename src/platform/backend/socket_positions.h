@@ -4,6 +4,7 @@
 // by index, whatever carries the bytes. A backend's slot adds its own socket handles.
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "platform/services.h"
@@ -107,6 +108,23 @@ class SocketPositions : public SocketArray {
     slot->*field = value;
     return true;
   }
+};
+
+// A backend's network: every socket table it makes shares the loop, the hosts file and
+// the address to bind to.
+template <class Array, class Loop, class Hosts>
+class SocketTables : public Network {
+ public:
+  SocketTables(Loop& loop, Hosts& hosts, std::string sBindAddress)
+      : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)) {}
+  std::unique_ptr<SocketArray> CreateSocketArray(const std::string&) override {
+    return std::make_unique<Array>(loop_, hosts_, sBindAddress_);
+  }
+
+ private:
+  Loop& loop_;
+  Hosts& hosts_;
+  std::string sBindAddress_;
 };
 
 }  // namespace launchagent::platform

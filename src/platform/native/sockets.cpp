@@ -281,10 +281,6 @@ std::optional<std::string> NativeSocketArray::RemoteHostIP(Long lngIndex) const 
   return slot->sPeer;
 }
 
-std::unique_ptr<platform::SocketArray> NativeNetwork::CreateSocketArray(const std::string&) {
-  return std::make_unique<NativeSocketArray>(loop_, hosts_, sBindAddress_);
-}
-
 Long NativeSocketsLibrary::Startup(std::uint16_t wVersionRequested,
                                    platform::SocketsStartupData& data) {
   const int nMajor = wVersionRequested & 0xff;
@@ -311,8 +307,7 @@ Long NativeSocketsLibrary::Cleanup() {
   return 0;
 }
 
-std::optional<std::string> NativeSocketsLibrary::HostName() {
-  if (!sHostName_.empty()) return sHostName_;
+std::optional<std::string> NativeSocketsLibrary::SystemHostName() {
   char buf[256] = {};
   if (::gethostname(buf, sizeof buf - 1) != 0) {
     lngLastError_ = kWsaFault;
@@ -321,13 +316,7 @@ std::optional<std::string> NativeSocketsLibrary::HostName() {
   return std::string(buf);
 }
 
-std::optional<platform::HostEntry> NativeSocketsLibrary::HostByName(const std::string& sNameIn) {
-  const std::string sName = platform::ResolvableName(sNameIn);
-  if (sName.empty()) {
-    lngLastError_ = kWsaHostNotFound;
-    return std::nullopt;
-  }
-  if (auto e = platform::KnownHost(sName, hosts_, sHostName_, sBindAddress_)) return e;
+std::optional<std::vector<Ipv4>> NativeSocketsLibrary::SystemAddresses(const std::string& sName) {
   addrinfo hints{};
   hints.ai_family = AF_INET;
   hints.ai_socktype = SOCK_STREAM;
@@ -336,20 +325,18 @@ std::optional<platform::HostEntry> NativeSocketsLibrary::HostByName(const std::s
     lngLastError_ = kWsaHostNotFound;
     return std::nullopt;
   }
-  platform::HostEntry e;
+  std::vector<Ipv4> addresses;
   for (addrinfo* p = result; p; p = p->ai_next) {
     if (p->ai_family != AF_INET || !p->ai_addr) continue;
     const auto* sin = reinterpret_cast<const sockaddr_in*>(p->ai_addr);
     Ipv4 a{};
     std::memcpy(a.data(), &sin->sin_addr, 4);
-    platform::AddAddress(e, a);
+    addresses.push_back(a);
   }
   ::freeaddrinfo(result);
-  if (e.addresses.empty()) {
-    lngLastError_ = kWsaHostNotFound;
-    return std::nullopt;
-  }
-  return e;
+  return addresses;
 }
+
+void NativeSocketsLibrary::SetHostNotFound() { lngLastError_ = kWsaHostNotFound; }
 
 }  // namespace launchagent::native

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "platform/backend/name_services.h"
 #include "platform/backend/socket_positions.h"
 #include "platform/native/event_loop.h"
 #include "platform/native/hosts_file.h"
@@ -61,34 +62,20 @@ class NativeSocketArray : public platform::SocketPositions<NativeSocketSlot> {
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
-class NativeNetwork : public platform::Network {
- public:
-  NativeNetwork(NativeEventLoop& loop, HostsFile& hosts, std::string sBindAddress)
-      : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)) {}
-  std::unique_ptr<platform::SocketArray> CreateSocketArray(const std::string& sName) override;
+using NativeNetwork = platform::SocketTables<NativeSocketArray, NativeEventLoop, HostsFile>;
 
- private:
-  NativeEventLoop& loop_;
-  HostsFile& hosts_;
-  std::string sBindAddress_;
-};
-
-class NativeSocketsLibrary : public platform::SocketsLibrary {
+class NativeSocketsLibrary : public platform::NameServices {
  public:
   NativeSocketsLibrary(HostsFile& hosts, std::string sHostNameOverride, std::string sBindAddress)
-      : hosts_(hosts),
-        sHostName_(std::move(sHostNameOverride)),
-        sBindAddress_(std::move(sBindAddress)) {}
+      : platform::NameServices(hosts, std::move(sHostNameOverride), std::move(sBindAddress)) {}
   Long Startup(std::uint16_t wVersionRequested, platform::SocketsStartupData& data) override;
   Long Cleanup() override;
   Long LastError() override { return lngLastError_; }
-  std::optional<std::string> HostName() override;
-  std::optional<platform::HostEntry> HostByName(const std::string& sName) override;
 
  private:
-  HostsFile& hosts_;
-  std::string sHostName_;
-  std::string sBindAddress_;
+  std::optional<std::string> SystemHostName() override;
+  std::optional<std::vector<Ipv4>> SystemAddresses(const std::string& sName) override;
+  void SetHostNotFound() override;
   int nStarts_ = 0;
   Long lngLastError_ = 0;
 };

@@ -327,10 +327,6 @@ void Win32SocketArray::ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) {
   if (slot.socket != INVALID_SOCKET) ReadWaiting(S(slot.socket), out, nRoom);
 }
 
-std::unique_ptr<platform::SocketArray> Win32Network::CreateSocketArray(const std::string&) {
-  return std::make_unique<Win32SocketArray>(loop_, hosts_, sBindAddress_);
-}
-
 Long Win32SocketsLibrary::Startup(std::uint16_t wVersionRequested,
                                   platform::SocketsStartupData& data) {
   WSADATA wsa{};
@@ -356,35 +352,26 @@ Long Win32SocketsLibrary::Cleanup() {
 
 Long Win32SocketsLibrary::LastError() { return WSAGetLastError(); }
 
-std::optional<std::string> Win32SocketsLibrary::HostName() {
-  if (!sHostName_.empty()) return sHostName_;
+std::optional<std::string> Win32SocketsLibrary::SystemHostName() {
   char buf[256] = {};
   if (gethostname(buf, sizeof buf - 1) != 0) return std::nullopt;
   return std::string(buf);
 }
 
-std::optional<platform::HostEntry> Win32SocketsLibrary::HostByName(const std::string& sNameIn) {
-  const std::string sName = platform::ResolvableName(sNameIn);
-  if (sName.empty()) {
-    WSASetLastError(WSAHOST_NOT_FOUND);
-    return std::nullopt;
-  }
-  if (auto e = platform::KnownHost(sName, hosts_, sHostName_, sBindAddress_)) return e;
+std::optional<std::vector<Ipv4>> Win32SocketsLibrary::SystemAddresses(const std::string& sName) {
   const hostent* he = gethostbyname(sName.c_str());
   if (!he || he->h_addrtype != AF_INET || he->h_length != 4 || !he->h_addr_list)
     return std::nullopt;
-  platform::HostEntry e;
+  std::vector<Ipv4> addresses;
   for (char** p = he->h_addr_list; *p; ++p) {
     Ipv4 a{};
     std::memcpy(a.data(), *p, 4);
-    platform::AddAddress(e, a);
+    addresses.push_back(a);
   }
-  if (e.addresses.empty()) {
-    WSASetLastError(WSAHOST_NOT_FOUND);
-    return std::nullopt;
-  }
-  return e;
+  return addresses;
 }
+
+void Win32SocketsLibrary::SetHostNotFound() { WSASetLastError(WSAHOST_NOT_FOUND); }
 
 bool IsLocalAddress(const std::string& sAddress) {
   const auto a = ParseIpv4(sAddress);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/backend/name_services.h"
 #include "platform/backend/socket_positions.h"
 #include "platform/services.h"
 #include "platform/win32/event_loop.h"
@@ -58,34 +59,20 @@ class Win32SocketArray : public platform::SocketPositions<Win32SocketSlot> {
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
-class Win32Network : public platform::Network {
- public:
-  Win32Network(Win32EventLoop& loop, HostsFile& hosts, std::string sBindAddress)
-      : loop_(loop), hosts_(hosts), sBindAddress_(std::move(sBindAddress)) {}
-  std::unique_ptr<platform::SocketArray> CreateSocketArray(const std::string& sName) override;
+using Win32Network = platform::SocketTables<Win32SocketArray, Win32EventLoop, HostsFile>;
 
- private:
-  Win32EventLoop& loop_;
-  HostsFile& hosts_;
-  std::string sBindAddress_;
-};
-
-class Win32SocketsLibrary : public platform::SocketsLibrary {
+class Win32SocketsLibrary : public platform::NameServices {
  public:
   Win32SocketsLibrary(HostsFile& hosts, std::string sHostNameOverride, std::string sBindAddress)
-      : hosts_(hosts),
-        sHostName_(std::move(sHostNameOverride)),
-        sBindAddress_(std::move(sBindAddress)) {}
+      : platform::NameServices(hosts, std::move(sHostNameOverride), std::move(sBindAddress)) {}
   Long Startup(std::uint16_t wVersionRequested, platform::SocketsStartupData& data) override;
   Long Cleanup() override;
   Long LastError() override;
-  std::optional<std::string> HostName() override;
-  std::optional<platform::HostEntry> HostByName(const std::string& sName) override;
 
  private:
-  HostsFile& hosts_;
-  std::string sHostName_;
-  std::string sBindAddress_;
+  std::optional<std::string> SystemHostName() override;
+  std::optional<std::vector<Ipv4>> SystemAddresses(const std::string& sName) override;
+  void SetHostNotFound() override;
   int nStartups_ = 0;  // the agent's successful Startup calls not yet cleaned up
 };
 
