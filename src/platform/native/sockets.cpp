@@ -9,9 +9,11 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
+#include "platform/diagnostic_throttle.h"
 #include "platform/native/descriptors.h"
 
 namespace launchagent::native {
@@ -25,6 +27,23 @@ constexpr Long kWsaNotInitialised = 10093;
 constexpr Long kWsaVersionNotSupported = 10092;
 constexpr Long kWsaHostNotFound = 11001;
 constexpr Long kWsaFault = 10014;
+// Descriptors stay short for as long as an attack lasts: one line per this many seconds.
+constexpr double kShortageLineSeconds = 10;
+
+// A descriptor-shortage line on standard error, through the throttle of its kind.
+void SayShort(DiagnosticThrottle& throttle, const std::string& sLine) {
+  const double dNow =
+      std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  if (const auto s = throttle.Pass(sLine, dNow)) std::fprintf(stderr, "Launch: %s\n", s->c_str());
+}
+DiagnosticThrottle& AcceptShortage() {
+  static DiagnosticThrottle throttle(kShortageLineSeconds);
+  return throttle;
+}
+DiagnosticThrottle& ConnectShortage() {
+  static DiagnosticThrottle throttle(kShortageLineSeconds);
+  return throttle;
+}
 
 Integer StateOf(const QTcpSocket& socket) {
   switch (socket.state()) {
@@ -109,7 +128,8 @@ bool NativeSocketArray::Listen(Long lngIndex) {
 void NativeSocketArray::PauseAccepting(QTcpServer* server) {
   server->pauseAccepting();
   if (!pausedServers_.insert(server).second) return;
-  std::fprintf(stderr, "Launch: out of descriptors, not accepting for %d ms\n", kAcceptRetryMs);
+  SayShort(AcceptShortage(),
+           "out of descriptors, not accepting for " + std::to_string(kAcceptRetryMs) + " ms");
   // The requests wait in the listen queue meanwhile; the server may go with its position.
   QTimer::singleShot(kAcceptRetryMs, ctx_.get(), [this, server] {
     pausedServers_.erase(server);
@@ -244,7 +264,7 @@ bool NativeSocketArray::Connect(Long lngIndex) {
   if (InConnectReserve(socket->socketDescriptor())) {
     // Our own sends give way to the agent's reserve: this one fails as an unreachable
     // host does, and the next broadcast tries again.
-    std::fprintf(stderr, "Launch: out of descriptors, connection to %s not tried\n", sHost.c_str());
+    SayShort(ConnectShortage(), "out of descriptors, connection to " + sHost + " not tried");
     if (Slot* again = Find(lngIndex); again && again->socket == socket) {
       Release(*again);
       again->nState = platform::kSckError;
