@@ -123,6 +123,31 @@ TEST_P(Contract, AConnectionFromAcceptToPeerClose) {
   });
 }
 
+// The hardened mode asks where an accepted connection came from: the dialling host's
+// address, as the sockets library resolves that host's name.
+TEST_P(Contract, AnAcceptedConnectionTellsTheAddressItCameFrom) {
+  In([&] {
+    Link link(P().network);
+    const Long lngPort = B().FreePort();
+    ASSERT_TRUE(link.server->SetLocalPort(0, lngPort));
+    ASSERT_TRUE(link.server->Listen(0));
+    ASSERT_TRUE(link.Dial(1, B().LoopbackHost(), lngPort));
+    ASSERT_TRUE(Until([&] { return link.server->State(1) == kSckConnected; }));
+    platform::SocketsStartupData data;
+    ASSERT_EQ(P().sockets.Startup(0x0101, data), 0);
+    const auto own = P().sockets.HostByName(B().LoopbackHost());
+    P().sockets.Cleanup();
+    ASSERT_TRUE(own && !own->addresses.empty());
+    const auto& a = own->addresses[0];
+    EXPECT_EQ(link.server->RemoteHostIP(1), std::to_string(a[0]) + "." + std::to_string(a[1]) +
+                                                "." + std::to_string(a[2]) + "." +
+                                                std::to_string(a[3]));
+    // A listener and a position that does not exist came from nowhere.
+    EXPECT_EQ(link.server->RemoteHostIP(0), std::nullopt);
+    EXPECT_EQ(link.server->RemoteHostIP(7), std::nullopt);
+  });
+}
+
 // A large send arrives in pieces of at most 64 KiB each, every byte in order.
 TEST_P(Contract, LargeSendsArriveWholeInCappedPieces) {
   In([&] {

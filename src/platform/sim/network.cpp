@@ -160,6 +160,12 @@ class SimSocketArray : public platform::SocketArray {
     return true;
   }
 
+  std::optional<std::string> RemoteHostIP(Long i) const override {
+    auto it = slots_.find(i);
+    if (it == slots_.end() || !it->second.ep) return std::nullopt;
+    return FormatAddress(w_.hosts[it->second.ep->peerHost]->address);
+  }
+
   // Network side.
   void AddRequest(Long index, Long id, std::weak_ptr<Endpoint> client) {
     requests_[id] = {index, std::move(client)};

@@ -327,6 +327,19 @@ void Win32SocketArray::ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) {
   if (slot.socket != INVALID_SOCKET) ReadWaiting(S(slot.socket), out, nRoom);
 }
 
+std::optional<std::string> Win32SocketArray::RemoteHostIP(Long lngIndex) const {
+  const Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket == INVALID_SOCKET) return std::nullopt;
+  sockaddr_in sin{};
+  int nLen = sizeof sin;
+  if (getpeername(S(slot->socket), reinterpret_cast<sockaddr*>(&sin), &nLen) != 0 ||
+      sin.sin_family != AF_INET)
+    return std::nullopt;
+  Ipv4 a{};
+  std::memcpy(a.data(), &sin.sin_addr, 4);
+  return platform::Ipv4Text(a);
+}
+
 Long Win32SocketsLibrary::Startup(std::uint16_t wVersionRequested,
                                   platform::SocketsStartupData& data) {
   WSADATA wsa{};

@@ -31,6 +31,8 @@ class Win32SocketArray : public platform::SocketPositions<Win32SocketSlot> {
   bool Accept(Long lngIndex, Long lngRequestId) override;
   bool Connect(Long lngIndex) override;
   bool SendData(Long lngIndex, const Bytes& data) override;
+  // The peer's address as the connected socket reports it (getpeername).
+  std::optional<std::string> RemoteHostIP(Long lngIndex) const override;
 
   // The local port a position listens or is connected on (0 when none); for tests.
   Long BoundPort(Long lngIndex) const;
