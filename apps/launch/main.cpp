@@ -58,10 +58,14 @@ int main(int argc, char** argv) {
   ::mkdir(platform.SystemFolderLocal().c_str(), 0755);  // may exist or be out of reach
 
   launchagent::Agent agent(platform.Get());
-  if (settings.bHardened)
-    agent.EnableHardening(launchagent::HardeningRules{}, [](const std::string& sText) {
+  // Asking for the narrower launch-site rule asks for the hardened mode it belongs to.
+  if (settings.bHardened || settings.bActiveComputersOnly) {
+    launchagent::HardeningRules rules;
+    rules.bActiveComputersOnly = settings.bActiveComputersOnly;
+    agent.EnableHardening(rules, [](const std::string& sText) {
       std::fprintf(stderr, "Launch: %s\n", sText.c_str());
     });
+  }
   std::unique_ptr<native::AgentTray> tray;
   try {
     agent.Main();

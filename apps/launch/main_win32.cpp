@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/agent.h"
+#include "hardening/hardening_policy.h"
 #include "platform/win32/desktop.h"
 #include "platform/win32/settings.h"
 #include "platform/win32/sockets.h"
@@ -76,6 +77,15 @@ int main(int argc, char** argv) {
     return BadUsage("bad bind address (not an address of this computer): " + settings.sBindAddress);
 
   launchagent::Agent agent(platform->Get());
+  // Asking for the narrower launch-site rule asks for the hardened mode it belongs to.
+  // Its refusals go to the debug output, with the backend's other diagnostics.
+  if (settings.bHardened || settings.bActiveComputersOnly) {
+    launchagent::HardeningRules rules;
+    rules.bActiveComputersOnly = settings.bActiveComputersOnly;
+    agent.EnableHardening(rules, [](const std::string& sText) {
+      OutputDebugStringA(("launch agent: " + sText + "\n").c_str());
+    });
+  }
   std::unique_ptr<win32::AgentTray> tray;
   try {
     agent.Main();

@@ -7,8 +7,10 @@
 #include "launcher/check_in_verification.h"
 #include "launcher/frm_launch.h"
 #include "launcher/launcher.h"
+#include "platform/text.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
+#include "setup/option_records.h"
 #include "transport/frm_client.h"
 #include "transport/frm_server.h"
 
@@ -59,6 +61,17 @@ void Agent::EnableHardening(const HardeningRules& rules,
   };
   hooks.isMainAppFileName = [](const std::string& sName) {
     return MainApp::HasExtension(sName, ".exe") && MainApp::IsMainAppFileName(sName);
+  };
+  // The list as the Agent Setup window last saved it (it saves after every change), so
+  // the rule holds whether or not the window was ever opened.
+  hooks.isActiveComputer = [this](const std::string& sName) {
+    const auto file =
+        platform_.files.ReadFile(platform_.files.AgentFolder() + "\\" + kAgentOptionsFileName);
+    AgentOptions rec;
+    if (!file || !DecodeAgentOptions(*file, rec)) return false;
+    for (const std::string& sHost : ActiveHosts(rec))
+      if (EqualsIgnoringCase(sHost, sName)) return true;
+    return false;
   };
   hooks.note = std::move(note);
   hardening_ = std::make_unique<HardeningPolicy>(rules, std::move(hooks));

@@ -39,9 +39,8 @@ bool Reusable(const std::optional<Integer>& nState) {
 HardeningPolicy::HardeningPolicy(HardeningRules rules, HardeningHooks hooks)
     : rules_(rules), hooks_(std::move(hooks)) {}
 
-Long HardeningPolicy::PositionForRequest(platform::SocketArray& sockets) {
+void HardeningPolicy::Sweep(platform::SocketArray& sockets) {
   const double dNow = hooks_.secondsNow();
-  const Long lngLast = sockets.UBound();
   // A peer that holds a connection without a word keeps a descriptor and a position.
   for (auto it = lastActivity_.begin(); it != lastActivity_.end();) {
     if (dNow < it->second) it->second = dNow;  // the clock passed midnight
@@ -53,6 +52,20 @@ Long HardeningPolicy::PositionForRequest(platform::SocketArray& sockets) {
       ++it;
     }
   }
+}
+
+Long HardeningPolicy::SweepIntervalMs() const {
+  return static_cast<Long>(rules_.dSweepSeconds * 1000);
+}
+
+void HardeningPolicy::Note(DiagnosticThrottle& throttle, const std::string& sText) {
+  if (!hooks_.note) return;
+  if (const auto s = throttle.Pass(sText, hooks_.secondsNow())) hooks_.note(*s);
+}
+
+Long HardeningPolicy::PositionForRequest(platform::SocketArray& sockets) {
+  const Long lngLast = sockets.UBound();
+  Sweep(sockets);
   // Positions of connections that ended are taken again, so the table never runs out.
   for (Long n = 0; n < lngLast; ++n) {
     const Long i = 1 + (lngCursor_ - 1 + n) % std::max<Long>(lngLast, 1);
@@ -80,7 +93,7 @@ bool HardeningPolicy::KeepAccepted(platform::SocketArray& sockets, Long lngIndex
   if (nSame <= rules_.nMaxPerAddress) return true;
   lastActivity_.erase(lngIndex);
   senders_.erase(lngIndex);
-  if (hooks_.note) hooks_.note("hardened: too many connections from " + *sAddress);
+  Note(crowdingNotes_, "hardened: too many connections from " + *sAddress);
   return false;
 }
 
@@ -107,7 +120,7 @@ bool HardeningPolicy::AdmitHost(const std::string& sHostName, bool bKnown,
   const std::string sKey = Lower(sHostName);
   if (strangers_.count(sKey)) return true;
   if (static_cast<int>(strangers_.size()) >= rules_.nMaxStrangers) {
-    if (hooks_.note) hooks_.note("hardened: no room for the stranger " + sHostName);
+    Note(strangerNotes_, "hardened: no room for the stranger " + sHostName);
     return false;
   }
   strangers_.insert(sKey);
@@ -123,9 +136,12 @@ bool HardeningPolicy::AcceptLaunchSite(const std::string& sHostName, const std::
   for (size_t i = 3; bOk && i < parts.size(); ++i)
     bOk = !parts[i].empty() && parts[i] != "." && parts[i] != "..";
   bOk = bOk && Vouched(sHostName, sSender);
-  if (!bOk && hooks_.note)
-    hooks_.note("hardened: launch site " + sAppPath + " from " + sHostName + " at " +
-                sSender.value_or("?") + " refused");
+  // The administrator may narrow the owners further to the computers picked by hand.
+  bOk = bOk && (!rules_.bActiveComputersOnly ||
+                (hooks_.isActiveComputer && hooks_.isActiveComputer(sHostName)));
+  if (!bOk)
+    Note(siteNotes_, "hardened: launch site " + sAppPath + " from " + sHostName + " at " +
+                         sSender.value_or("?") + " refused");
   return bOk;
 }
 

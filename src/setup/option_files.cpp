@@ -9,12 +9,12 @@
 #include "messages/text_forms.h"
 #include "platform/shared_steps.h"
 #include "setup/frm_agent_setup.h"
+#include "setup/option_records.h"
 
 namespace launchagent {
 
 namespace {
 
-constexpr const char* kOptionsFileName = "agent.dat";
 constexpr Integer kMaxActiveHosts = 199;  // entry 200 is kept for the end marker
 
 // Runtime errors that the agent-info save reports in its message box.
@@ -44,7 +44,7 @@ bool OverlayAndReplace(platform::FileSystem& files, const std::string& sPath,
 }  // namespace
 
 bool FrmAgentSetup::LoadOptions() {
-  const std::string sPath = FilePath(platform_.files, kOptionsFileName);
+  const std::string sPath = FilePath(platform_.files, kAgentOptionsFileName);
   if (!PathExists(platform_.files, sPath)) return false;
   const auto file = platform_.files.ReadFile(sPath);
   if (!file) return false;
@@ -58,13 +58,7 @@ bool FrmAgentSetup::LoadOptions() {
   localHost.bSeekJobs = rec.bSeekJobs;
   localHost.bSeekStocks = rec.bSeekStocks;
 
-  // A blank entry ends the list; so does one that was never written (zero bytes),
-  // which only a file from elsewhere can hold before its end marker.
-  for (const FixedText64& entry : rec.sActiveHost) {
-    const std::uint8_t b = entry.bytes[0];
-    if (b == ' ' || b == 0) break;
-    active.lstActive->AddItem(entry.Trimmed());
-  }
+  for (const std::string& sHost : ActiveHosts(rec)) active.lstActive->AddItem(sHost);
   return true;
 }
 
@@ -83,7 +77,7 @@ bool FrmAgentSetup::SaveOptions() {
     rec.sActiveHost[static_cast<std::size_t>(i)].Assign(active.lstActive->List(i));
   rec.sActiveHost[static_cast<std::size_t>(nCount)].Assign("");  // 64 blanks end the list
 
-  return OverlayAndReplace(platform_.files, FilePath(platform_.files, kOptionsFileName),
+  return OverlayAndReplace(platform_.files, FilePath(platform_.files, kAgentOptionsFileName),
                            EncodeAgentOptions(rec));
 }
 

@@ -194,4 +194,14 @@ bool DecodeAgentInfoRecord(const Bytes& file, std::size_t k, AgentInfoRecord& re
   return true;
 }
 
+std::vector<std::string> ActiveHosts(const AgentOptions& rec) {
+  std::vector<std::string> hosts;
+  for (const FixedText64& entry : rec.sActiveHost) {
+    const std::uint8_t b = entry.bytes[0];
+    if (b == ' ' || b == 0) break;
+    hosts.push_back(entry.Trimmed());
+  }
+  return hosts;
+}
+
 }  // namespace launchagent

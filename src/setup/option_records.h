@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/types.h"
 
@@ -32,6 +33,9 @@ struct AgentInfoRecord {
   std::array<UserContext, 64> Users;  // slot k at Users[k - 1]
 };
 
+// The options file in the agent's folder.
+inline constexpr const char* kAgentOptionsFileName = "agent.dat";
+
 // The one record of "agent.dat": 12812 bytes.
 struct AgentOptions {
   static constexpr std::size_t kRecordLength = 12812;
@@ -47,6 +51,9 @@ struct AgentOptions {
 Bytes EncodeAgentOptions(const AgentOptions& rec);
 // Reads record 1; false when fewer than 12812 bytes are given.
 bool DecodeAgentOptions(const Bytes& file, AgentOptions& rec);
+// The active computers in order. A blank entry ends the list; so does one that was never
+// written (zero bytes), which only a file from elsewhere can hold before its end marker.
+std::vector<std::string> ActiveHosts(const AgentOptions& rec);
 Bytes EncodeAgentInfoRecord(const AgentInfoRecord& rec);
 // Reads record k (1-based) of an agent-info file; false when it is not there in full.
 bool DecodeAgentInfoRecord(const Bytes& file, std::size_t k, AgentInfoRecord& rec);

@@ -14,6 +14,10 @@ class ConnectionRules {
   // After the accept: false when the connection is to be closed again.
   virtual bool KeepAccepted(platform::SocketArray& sockets, Long lngIndex) = 0;
   virtual void NoteArrival(Long lngIndex) = 0;
+  // Run on a timer every SweepIntervalMs agent milliseconds, new requests or not: closes
+  // what the rules no longer keep (connections silent too long).
+  virtual void Sweep(platform::SocketArray& sockets) = 0;
+  virtual Long SweepIntervalMs() const = 0;
 };
 
 }  // namespace launchagent

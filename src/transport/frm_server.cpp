@@ -34,9 +34,14 @@ FrmServer::FrmServer(platform::Network& network, platform::EventLoop& loop,
   // A port already taken leaves the server without a listener, unreported.
   tcpServer_->SetLocalPort(0, GetDefaultAgentPort());
   tcpServer_->Listen(0);
+  if (!rules_) return;
+  tmrSweep_ = std::make_unique<ui::Timer>("tmrSweep", rules_->SweepIntervalMs(), true);
+  tmrSweep_->OnTick = [this] { rules_->Sweep(*tcpServer_); };
+  tmrSweep_->AttachDriver(&loop_.Timers());
 }
 
 FrmServer::~FrmServer() {
+  tmrSweep_.reset();
   if (!tcpServer_) return;
   tcpServer_->OnConnectionRequest = nullptr;
   tcpServer_->OnDataArrival = nullptr;

@@ -5,6 +5,7 @@
 
 #include "platform/services.h"
 #include "platform/types.h"
+#include "platform/ui/controls.h"
 #include "transport/connection_rules.h"
 #include "transport/message_receiver.h"
 
@@ -33,6 +34,8 @@ class FrmServer {
   ConnectionRules* rules_;
   std::unique_ptr<platform::SocketArray> tcpServer_;
   Long lngConnections_ = 0;
+  // With rules only: their sweep, so a silent connection ends even when no request comes.
+  std::unique_ptr<ui::Timer> tmrSweep_;
 };
 
 }  // namespace launchagent

@@ -65,6 +65,8 @@ class PolicyTest : public ::testing::Test {
     };
     h.isLanHost = [](const std::string& s) { return s == "lan1"; };
     h.isMainAppFileName = [](const std::string& s) { return s == "Varno2.exe"; };
+    h.isActiveComputer = [](const std::string& s) { return s == "pc9"; };
+    h.note = [this](const std::string& s) { notes_.push_back(s); };
     return h;
   }
   // A connection request the way the server handles it; the position, 0 when refused.
@@ -79,6 +81,7 @@ class PolicyTest : public ::testing::Test {
     return 0;
   }
   double dNow_ = 100;
+  std::vector<std::string> notes_;
   FakeTable table_;
   HardeningPolicy policy_;
 };
@@ -133,6 +136,61 @@ TEST_F(PolicyTest, StrangersAreCappedAndLaunchSitesComeOnlyFromTheirOwnHost) {
       {"evil", "\\\\evil\\c\\Varno2.exe", "10.0.0.9", false}};
   for (const auto& [szHost, szSite, sender, bAccepted] : sites)
     EXPECT_EQ(policy_.AcceptLaunchSite(szHost, szSite, sender), bAccepted) << szSite;
+}
+
+TEST_F(PolicyTest, SilentConnectionsCloseOnTheSweepWithoutANewRequest) {
+  EXPECT_EQ(policy_.SweepIntervalMs(), 10000);
+  ASSERT_EQ(Request("10.0.0.1"), 1);
+  ASSERT_EQ(Request("10.0.0.2"), 2);
+  dNow_ += 50;
+  policy_.NoteArrival(2);
+  dNow_ += 20;
+  policy_.Sweep(table_);
+  EXPECT_EQ(table_.State(1), std::optional<Integer>(platform::kSckClosed));
+  EXPECT_EQ(table_.State(2), std::optional<Integer>(platform::kSckConnected));
+  dNow_ += 50;
+  policy_.Sweep(table_);
+  EXPECT_EQ(table_.State(2), std::optional<Integer>(platform::kSckClosed));
+}
+
+TEST_F(PolicyTest, RefusalsAreNotedAtMostOncePerIntervalForEachKind) {
+  // Cap: two strangers. Forty more at one moment give one line; a refused launch site at
+  // that moment still gets its own.
+  for (int n = 1; n <= 42; ++n) policy_.AdmitHost("x" + std::to_string(n), false, "10.0.0.5");
+  policy_.AcceptLaunchSite("pc9", R"(\\pc9\c\Varno2.exe)", std::string("10.0.0.5"));
+  EXPECT_EQ(notes_,
+            (std::vector<std::string>{
+                "hardened: no room for the stranger x3",
+                R"(hardened: launch site \\pc9\c\Varno2.exe from pc9 at 10.0.0.5 refused)"}));
+  dNow_ += 10;
+  policy_.AdmitHost("x43", false, "10.0.0.5");
+  ASSERT_EQ(notes_.size(), 3u);
+  EXPECT_EQ(notes_[2],
+            "hardened: no room for the stranger x43 (39 more like it since the last such line)");
+}
+
+TEST(HardeningPolicy, TheActiveComputersRuleNarrowsTheOwnersOfLaunchSites) {
+  // Whether only active computers may announce sites; host and sender; whether kept.
+  const std::tuple<bool, const char*, const char*, bool> cases[] = {
+      {false, "pc9", "10.0.0.9", true}, {false, "pc8", "10.0.0.8", true},
+      {true, "pc9", "10.0.0.9", true},  {true, "pc8", "10.0.0.8", false},
+      {true, "pc9", "10.0.0.8", false},  // active, but not from its own address
+  };
+  for (const auto& [bActiveOnly, szHost, szSender, bKept] : cases) {
+    HardeningRules rules;
+    rules.bActiveComputersOnly = bActiveOnly;
+    HardeningHooks h;
+    h.secondsNow = [] { return 0.0; };
+    h.addressOf = [](const std::string& s) -> std::optional<std::string> {
+      return s == "pc9" ? "10.0.0.9" : "10.0.0.8";
+    };
+    h.isMainAppFileName = [](const std::string&) { return true; };
+    h.isActiveComputer = [](const std::string& s) { return s == "pc9"; };
+    HardeningPolicy policy(rules, h);
+    const std::string sSite = std::string("\\\\") + szHost + "\\c\\Varno2.exe";
+    EXPECT_EQ(policy.AcceptLaunchSite(szHost, sSite, std::string(szSender)), bKept)
+        << bActiveOnly << " " << szHost << " " << szSender;
+  }
 }
 
 }  // namespace

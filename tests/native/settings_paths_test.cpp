@@ -27,7 +27,7 @@ std::string Shown(const NativeSettings& s) {
       << " bind=" << s.sBindAddress << " scale=" << s.dTimeScale << " mount=" << s.sMountRoot
       << " windows=" << s.sWindowTable << " ureg=" << s.sUserRegistryFile
       << " uauto=" << s.sUserAutostartDir << " mauto=" << s.sMachineAutostartDir
-      << " hardened=" << s.bHardened << " drives=";
+      << " hardened=" << s.bHardened << " active-only=" << s.bActiveComputersOnly << " drives=";
   for (const auto& [c, sDir] : s.drives) out << c << ":" << sDir << ",";
   return out.str() + " ";
 }
@@ -56,6 +56,9 @@ TEST(NativeSettings, OptionsAndEnvironment) {
       {"", "", "hardened=0"},
       {"--hardened", "", "hardened=1"},
       {"", "LA_HARDENED=1", "hardened=1"},
+      {"--active-computers-only", "", "hardened=0 active-only=1"},
+      {"", "LA_ACTIVE_COMPUTERS_ONLY=1", "active-only=1"},
+      {"--hardened", "", "active-only=0"},
       {"--time-scale 0", "", ""},
       {"--time-scale fast", "", ""},
       {"", "LA_TIME_SCALE=fast", ""},

@@ -22,7 +22,8 @@ TEST(Win32Settings, OptionsAreParsedOrRefusedInOneLine) {
     std::string out = s.sHostName + "|" + s.sBindAddress + "|" + std::to_string(s.dTimeScale) +
                       "|" + std::to_string(s.shares.size()) + "|" + (s.bOffscreen ? "off" : "on") +
                       "|" + (s.bLogToStdout ? "log" : "") + "|" + (s.bHelp ? "help" : "") +
-                      (s.bVersion ? "version" : "");
+                      (s.bVersion ? "version" : "") + (s.bHardened ? "|hardened" : "") +
+                      (s.bActiveComputersOnly ? "|active-only" : "");
     return out;
   };
   const Case cases[] = {
@@ -34,6 +35,10 @@ TEST(Win32Settings, OptionsAreParsedOrRefusedInOneLine) {
       {{"--version"}, {}, true, "||1.000000|0|on||version"},
       {{}, {{"LA_HOST_NAME", "envpc"}, {"LA_TIME_SCALE", "2"}}, true, "envpc||2.000000|0|on||"},
       {{"--host-name", "argpc"}, {{"LA_HOST_NAME", "envpc"}}, true, "argpc||1.000000|0|on||"},
+      {{"--hardened"}, {}, true, "||1.000000|0|on|||hardened"},
+      {{}, {{"LA_HARDENED", "1"}}, true, "||1.000000|0|on|||hardened"},
+      {{"--active-computers-only"}, {}, true, "||1.000000|0|on|||active-only"},
+      {{"--hardened", "--active-computers-only=0"}, {}, true, "||1.000000|0|on|||hardened"},
       // Refused: the reason is one line naming what was wrong.
       {{"--bind", "--offscreen"}, {}, false, "missing value for --bind"},
       {{"--host-name"}, {}, false, "missing value for --host-name"},
@@ -70,8 +75,9 @@ TEST(Win32Settings, OptionsAreParsedOrRefusedInOneLine) {
 TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
   const std::string s = Win32SettingsHelp("Launch.exe");
   EXPECT_LT(s.find('\n'), s.find("Usage"));
-  for (const char* sz : {"--host-name", "--bind", "--hosts-file", "--time-scale", "--shares",
-                         "--desktop", "--offscreen", "--version", "--help"})
+  for (const char* sz :
+       {"--host-name", "--bind", "--hosts-file", "--time-scale", "--shares", "--desktop",
+        "--offscreen", "--hardened", "--active-computers-only", "--version", "--help"})
     EXPECT_NE(s.find(sz), std::string::npos) << sz;
 }
 

@@ -28,10 +28,11 @@ struct NativeSettings {
   std::string sUserRegistryFile;       // store of HKEY_CURRENT_USER values
   std::string sMachineAutostartDir = "/etc/xdg/autostart";
   std::string sUserAutostartDir;
-  double dShareSearchDelay = 0;     // agent seconds a share search keeps running
-  double dCloseWaitSeconds = 0.25;  // real seconds SendClose waits for the owner
-  bool bShowSetup = false;          // open the Agent Setup window at start
-  bool bHardened = false;           // the hardened mode (docs/security.md)
+  double dShareSearchDelay = 0;       // agent seconds a share search keeps running
+  double dCloseWaitSeconds = 0.25;    // real seconds SendClose waits for the owner
+  bool bShowSetup = false;            // open the Agent Setup window at start
+  bool bHardened = false;             // the hardened mode (docs/security.md)
+  bool bActiveComputersOnly = false;  // hardened, launch sites only from "Active Computers"
   bool bHelp = false;
   bool bVersion = false;
 };

@@ -30,6 +30,10 @@ const OptionInfo kOptions[] = {
      "windows are never shown, no tray icon, message boxes and log on standard output"},
     {"--log-stdout", "LA_LOG_STDOUT", nullptr, "mirror the activity log to standard output"},
     {"--show-setup", "LA_SHOW_SETUP", nullptr, "open the Agent Setup window after start-up"},
+    {"--hardened", "LA_HARDENED", nullptr,
+     "hardened mode for LANs not fully trusted (see docs/security.md)"},
+    {"--active-computers-only", "LA_ACTIVE_COMPUTERS_ONLY", nullptr,
+     "hardened mode, launch sites only from hosts of the Active Computers list"},
     {"--version", nullptr, nullptr, "show the version and exit"},
     {"--help", nullptr, nullptr, "show this text and exit (also -h)"},
 };
@@ -70,6 +74,10 @@ bool Apply(const OptionInfo& opt, const std::string& sValue, Win32Settings& s,
     s.bLogToStdout = ParseBool(sValue);
   } else if (sName == "--show-setup") {
     s.bShowSetup = ParseBool(sValue);
+  } else if (sName == "--hardened") {
+    s.bHardened = ParseBool(sValue);
+  } else if (sName == "--active-computers-only") {
+    s.bActiveComputersOnly = ParseBool(sValue);
   } else if (sName == "--version") {
     s.bVersion = true;
   } else if (sName == "--help") {

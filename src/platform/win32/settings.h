@@ -11,17 +11,19 @@
 namespace launchagent::win32 {
 
 struct Win32Settings {
-  std::string sHostName;            // Winsock host name override ("" = gethostname)
-  std::string sComputerName;        // computer name override ("" = GetComputerNameA)
-  std::string sBindAddress;         // local IPv4 address to listen and connect from
-  std::string sHostsFile;           // optional "address name..." overrides
-  double dTimeScale = 1.0;          // agent seconds per real second
-  std::vector<std::string> shares;  // \\host\share names the share search lists
-  bool bSharesSet = false;          // a list was given (even an empty one)
-  std::string sDesktop;             // a desktop of its own ("" = the user's)
-  bool bOffscreen = false;          // windows exist but are never shown; no tray
-  bool bLogToStdout = false;        // mirror the activity log to standard output
-  bool bShowSetup = false;          // open the Agent Setup window at start
+  std::string sHostName;              // Winsock host name override ("" = gethostname)
+  std::string sComputerName;          // computer name override ("" = GetComputerNameA)
+  std::string sBindAddress;           // local IPv4 address to listen and connect from
+  std::string sHostsFile;             // optional "address name..." overrides
+  double dTimeScale = 1.0;            // agent seconds per real second
+  std::vector<std::string> shares;    // \\host\share names the share search lists
+  bool bSharesSet = false;            // a list was given (even an empty one)
+  std::string sDesktop;               // a desktop of its own ("" = the user's)
+  bool bOffscreen = false;            // windows exist but are never shown; no tray
+  bool bLogToStdout = false;          // mirror the activity log to standard output
+  bool bShowSetup = false;            // open the Agent Setup window at start
+  bool bHardened = false;             // the hardened mode (docs/security.md)
+  bool bActiveComputersOnly = false;  // hardened, launch sites only from "Active Computers"
   bool bHelp = false;
   bool bVersion = false;
 };

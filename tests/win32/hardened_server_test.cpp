@@ -1,0 +1,73 @@
+// The hardened mode's connection rules on Windows sockets: the server knows where each
+// connection came from, and positions of ended connections are taken again, while the
+// default server still takes a new position for every connection.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "hardening/hardening_policy.h"
+#include "platform/win32/sockets.h"
+#include "transport/frm_server.h"
+#include "win32_test_support.h"
+
+namespace launchagent::win32 {
+namespace {
+
+class HardenedServerTest : public Win32LoopTest {
+ protected:
+  // Forty connections one after the other from 127.0.0.52 to a server on 127.0.0.51,
+  // each sending a few bytes and closing; the positions and senders the server saw.
+  void Churn(ConnectionRules* rules, const HardeningPolicy* policy) {
+    Win32Network serverNet(loop, hosts, "127.0.0.51");
+    FrmServer server(
+        serverNet, loop, bActive,
+        [&](Long lngIndex, const Bytes&) {
+          positions.push_back(lngIndex);
+          if (policy) senders.push_back(policy->SenderOf(lngIndex).value_or("?"));
+        },
+        rules);
+    ASSERT_EQ(server.tcpServer().State(0), platform::kSckListening);
+    Win32SocketArray client(loop, hosts, "127.0.0.52");
+    ASSERT_TRUE(client.SetRemoteHost(0, "127.0.0.51"));
+    ASSERT_TRUE(client.SetRemotePort(0, 1230));
+    for (size_t n = 0; n < 40; ++n) {
+      ASSERT_TRUE(client.Connect(0));
+      ASSERT_TRUE(PumpUntil([&] { return client.State(0) == platform::kSckConnected; })) << n;
+      ASSERT_TRUE(client.SendData(0, Bytes{'h', 'i'}));
+      ASSERT_TRUE(PumpUntil([&] { return positions.size() > n; })) << n;
+      ASSERT_TRUE(client.Close(0));
+      // The server sees the close before the next connection comes.
+      const Long lngLast = positions.back();
+      ASSERT_TRUE(PumpUntil([&] {
+        return server.tcpServer().State(lngLast) != platform::kSckConnected;
+      })) << n;
+    }
+  }
+
+  HostsFile hosts{""};
+  bool bActive = true;
+  std::vector<Long> positions;
+  std::vector<std::string> senders;
+};
+
+TEST_F(HardenedServerTest, TheDefaultServerTakesANewPositionForEveryConnection) {
+  Churn(nullptr, nullptr);
+  ASSERT_EQ(positions.size(), 40u);
+  EXPECT_EQ(positions.front(), 1);
+  EXPECT_EQ(positions.back(), 40);
+}
+
+TEST_F(HardenedServerTest, TheHardenedServerTakesEndedPositionsAgainAndKnowsTheSender) {
+  HardeningHooks hooks;
+  hooks.secondsNow = [this] { return time.ElapsedAgentSeconds(); };
+  HardeningPolicy policy(HardeningRules{}, hooks);
+  Churn(&policy, &policy);
+  ASSERT_EQ(positions.size(), 40u);
+  EXPECT_EQ(*std::max_element(positions.begin(), positions.end()), 1);
+  EXPECT_EQ(senders, std::vector<std::string>(40, "127.0.0.52"));
+}
+
+}  // namespace
+}  // namespace launchagent::win32
