@@ -8,6 +8,9 @@
 #                  check-in lapses, and launched again
 #   launch-site    an agent without Varno launches it from the network path another
 #                  agent announced (\\pca\c\...), reached through Wine's UNC links
+#   hardened       a hardened agent refuses the launch site of an impostor that calls
+#                  itself pca from another address, says so on the debug output, and
+#                  launches from the real pca's site
 #   second-agent   a second agent on the desktop ends at once, before its Run value
 #   setup-files    clicks on the Agent Setup window's boxes write agent.dat and
 #                  AgentInfo_1 byte for byte
@@ -182,6 +185,31 @@ launch-site)
   cmp -s "$standin" "$work/pcb/Varno2.exe" || fail "Varno2.exe was not copied to pcb's folder"
   logged pca "*** Launching From: C:\\e2e\\$case_name\\pca\\Varno2.exe" ||
     fail "pca did not launch its own copy"
+  rm -f "$WINEPREFIX/dosdevices/unc/pca/c" "$WINEPREFIX/dosdevices/unc/pcb/c"
+  ;;
+
+hardened)
+  printf '127.0.0.34 pca\n127.0.0.35 pcb\n' >"$work/hosts"
+  for h in pca pcb; do
+    mkdir -p "$WINEPREFIX/dosdevices/unc/$h"
+    ln -sfn "$WINEPREFIX/drive_c" "$WINEPREFIX/dosdevices/unc/$h/c"
+  done
+  # The impostor has a copy of Varno too, so its site is one pcb could open.
+  mkdir -p "$work/pca" "$work/evil"
+  cp "$standin" "$work/pca/Varno2.exe"
+  cp "$standin" "$work/evil/Varno2.exe"
+  # pcb's debug output (its refusals) joins its log.
+  WINEDEBUG=-all,warn+debugstr start pcb 127.0.0.35 yes 30 '\\pca\c;\\pcb\c' --hardened
+  start evil 127.0.0.36 yes 30 '\\pca\c;\\pcb\c' --host-name pca --computer-name PCA
+  real_site='\\pca\c\e2e\'"$case_name"'\pca\Varno2.exe'
+  evil_site='\\pca\c\e2e\'"$case_name"'\evil\Varno2.exe'
+  wait_until 300 logged pcb "at 127.0.0.36 refused" ||
+    fail "pcb did not refuse the impostor's site on its debug output"
+  start pca 127.0.0.34 yes 30 '\\pca\c;\\pcb\c'
+  wait_until 300 logged pcb "*** Launching From: $real_site" ||
+    fail "pcb did not launch from $real_site"
+  logged pcb "Launching From: $evil_site" && fail "pcb launched the impostor's site"
+  logged pcb "LaunchSite=$evil_site" && fail "pcb stored the impostor's site"
   rm -f "$WINEPREFIX/dosdevices/unc/pca/c" "$WINEPREFIX/dosdevices/unc/pcb/c"
   ;;
 
