@@ -17,10 +17,12 @@ namespace {
 
 class HardenedServerTest : public Win32LoopTest {
  protected:
-  // Forty connections one after the other from 127.0.0.52 to a server on 127.0.0.51,
-  // each sending a few bytes and closing; the positions and senders the server saw.
-  void Churn(ConnectionRules* rules, const HardeningPolicy* policy) {
-    Win32Network serverNet(loop, hosts, "127.0.0.51");
+  // Forty connections one after the other from sClient to a server on sServer (port
+  // 1230, so each test has addresses of its own), each sending a few bytes and closing;
+  // the positions and senders the server saw.
+  void Churn(const std::string& sServer, const std::string& sClient, ConnectionRules* rules,
+             const HardeningPolicy* policy) {
+    Win32Network serverNet(loop, hosts, sServer);
     FrmServer server(
         serverNet, loop, bActive,
         [&](Long lngIndex, const Bytes&) {
@@ -29,8 +31,8 @@ class HardenedServerTest : public Win32LoopTest {
         },
         rules);
     ASSERT_EQ(server.tcpServer().State(0), platform::kSckListening);
-    Win32SocketArray client(loop, hosts, "127.0.0.52");
-    ASSERT_TRUE(client.SetRemoteHost(0, "127.0.0.51"));
+    Win32SocketArray client(loop, hosts, sClient);
+    ASSERT_TRUE(client.SetRemoteHost(0, sServer));
     ASSERT_TRUE(client.SetRemotePort(0, 1230));
     for (size_t n = 0; n < 40; ++n) {
       ASSERT_TRUE(client.Connect(0));
@@ -53,7 +55,7 @@ class HardenedServerTest : public Win32LoopTest {
 };
 
 TEST_F(HardenedServerTest, TheDefaultServerTakesANewPositionForEveryConnection) {
-  Churn(nullptr, nullptr);
+  Churn("127.0.0.53", "127.0.0.54", nullptr, nullptr);
   ASSERT_EQ(positions.size(), 40u);
   EXPECT_EQ(positions.front(), 1);
   EXPECT_EQ(positions.back(), 40);
@@ -63,7 +65,7 @@ TEST_F(HardenedServerTest, TheHardenedServerTakesEndedPositionsAgainAndKnowsTheS
   HardeningHooks hooks;
   hooks.secondsNow = [this] { return time.ElapsedAgentSeconds(); };
   HardeningPolicy policy(HardeningRules{}, hooks);
-  Churn(&policy, &policy);
+  Churn("127.0.0.51", "127.0.0.52", &policy, &policy);
   ASSERT_EQ(positions.size(), 40u);
   EXPECT_EQ(*std::max_element(positions.begin(), positions.end()), 1);
   EXPECT_EQ(senders, std::vector<std::string>(40, "127.0.0.52"));
