@@ -1,18 +1,14 @@
 #include "hardening/hardening_policy.h"
 
 #include <algorithm>
-#include <cctype>
 #include <vector>
+
+#include "platform/text.h"
 
 namespace launchagent {
 namespace {
 
 constexpr Long kMaxPosition = 32767;
-
-std::string Lower(std::string s) {
-  for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
 
 std::vector<std::string> Parts(const std::string& s) {
   std::vector<std::string> parts;
@@ -117,7 +113,7 @@ bool HardeningPolicy::Vouched(const std::string& sHostName,
 bool HardeningPolicy::AdmitHost(const std::string& sHostName, bool bKnown,
                                 const std::optional<std::string>& sSender) {
   if (bKnown || hooks_.isLanHost(sHostName) || Vouched(sHostName, sSender)) return true;
-  const std::string sKey = Lower(sHostName);
+  const std::string sKey = AsciiLower(sHostName);
   if (strangers_.count(sKey)) return true;
   if (static_cast<int>(strangers_.size()) >= rules_.nMaxStrangers) {
     Note(strangerNotes_, "hardened: no room for the stranger " + sHostName);
@@ -132,7 +128,7 @@ bool HardeningPolicy::AcceptLaunchSite(const std::string& sHostName, const std::
   // \\<the sender's own host name>\<share>\...\<main application>, nothing climbing.
   const auto parts = Parts(sAppPath);
   bool bOk = parts.size() >= 5 && parts[0].empty() && parts[1].empty() &&
-             Lower(parts[2]) == Lower(sHostName) && hooks_.isMainAppFileName(parts.back());
+             EqualsIgnoringCase(parts[2], sHostName) && hooks_.isMainAppFileName(parts.back());
   for (size_t i = 3; bOk && i < parts.size(); ++i)
     bOk = !parts[i].empty() && parts[i] != "." && parts[i] != "..";
   bOk = bOk && Vouched(sHostName, sSender);
