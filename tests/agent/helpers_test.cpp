@@ -1,4 +1,5 @@
-// The activity log, the pause, the path test and host name resolution.
+// The activity log and host name resolution as the agent wires them. The pause is in
+// tests/sim, the path test in tests/contract.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,7 +9,6 @@
 #include "agent/agent.h"
 #include "launcher/frm_launch.h"
 #include "launcher/launcher.h"
-#include "platform/shared_steps.h"
 #include "platform/sim/world.h"
 #include "setup/frm_agent_setup.h"
 
@@ -54,45 +54,6 @@ TEST_F(AgentHelpers, LogStartsAfreshOnlyOnceItIsLongerThan2048) {
     EXPECT_EQ(txt.Text(), "fresh\r\n");
     EXPECT_EQ(txt.SelStart(), 0);
     EXPECT_EQ(txt.SelLength(), 7);
-  });
-}
-
-TEST_F(AgentHelpers, PauseWaitsInVirtualTimeAndZeroReturnsAtOnce) {
-  sim::Nanos before = 0, afterZero = 0, afterThree = 0;
-  InAgent([&](Agent& a) {
-    before = lan_.Now();
-    Pause(a.Platform().clock, a.Platform().loop, 0);
-    afterZero = lan_.Now();
-    Pause(a.Platform().clock, a.Platform().loop, 3);
-    afterThree = lan_.Now();
-  });
-  EXPECT_EQ(afterZero, before);
-  EXPECT_GE(afterThree - afterZero, sim::Seconds(3));
-  EXPECT_LT(afterThree - afterZero, sim::Milliseconds(3100));
-}
-
-TEST_F(AgentHelpers, APauseOverMidnightEndsJustAfterMidnight) {
-  lan_.World().SetClock(host_, lan_.Now(), DateTime::FromCivil(2026, 1, 5, 23, 59, 58));
-  sim::Nanos start = 0, end = 0;
-  InAgent([&](Agent& a) {
-    start = lan_.Now();
-    Pause(a.Platform().clock, a.Platform().loop, 10);
-    end = lan_.Now();
-  });
-  EXPECT_GE(end - start, sim::Seconds(2));
-  EXPECT_LT(end - start, sim::Seconds(4));
-}
-
-TEST_F(AgentHelpers, PathExistsForFilesFoldersAndPatterns) {
-  lan_.World().WriteFile(host_, "C:\\Launch\\agent.dat", std::string("x"));
-  lan_.World().MakeFolder(host_, "C:\\Data\\Sub");
-  const std::vector<std::pair<std::string, bool>> cases = {
-      {"C:\\Launch\\agent.dat", true},  {"c:\\launch\\AGENT.DAT", true},    {"C:\\Data\\Sub", true},
-      {"C:\\Launch\\*.dat", true},      {"C:\\Launch\\missing.dat", false}, {"Q:\\anything", false},
-      {"C:\\Data\\Sub\\nothing", false}};
-  InAgent([&](Agent& a) {
-    for (const auto& [sPath, bExists] : cases)
-      EXPECT_EQ(PathExists(a.Platform().files, sPath), bExists) << sPath;
   });
 }
 

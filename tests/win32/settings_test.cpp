@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "../support/hosts_text_cases.h"
 #include "platform/win32/hosts_file.h"
 #include "platform/win32/share_search.h"
 #include "win32_test_support.h"
@@ -81,18 +82,12 @@ TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
     EXPECT_NE(s.find(sz), std::string::npos) << sz;
 }
 
-TEST(Win32HostsFile, BadLinesAreSkippedAndTheFirstAddressWins) {
-  const auto names = HostsFile::Parse(
-      "127.0.0.11 pc1 PC-One  # the first\n"
-      "127.0.0.12 pc1\n"
-      "300.1.1.1 bad\n"
-      "pc3 127.0.0.13\n"
-      "  \t\n"
-      "10.0.0.1\n"
-      "10.0.0.2 pc2");
-  const std::map<std::string, Ipv4> expected{
-      {"pc1", {127, 0, 0, 11}}, {"pc-one", {127, 0, 0, 11}}, {"pc2", {10, 0, 0, 2}}};
-  EXPECT_EQ(names, expected);
+TEST(Win32HostsFile, ParsesTheSharedTable) {
+  for (const auto& [sz, bOk] : testing::kDottedQuads) {
+    EXPECT_EQ(IsDottedIpv4(sz), bOk) << sz;
+    EXPECT_EQ(ParseIpv4(sz).has_value(), bOk) << sz;
+  }
+  EXPECT_EQ(HostsFile::Parse(testing::kHostsText), testing::kHostsNames);
 }
 
 using ShareSearchTest = Win32LoopTest;
