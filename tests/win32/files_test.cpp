@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "platform/win32/shell.h"
 #include "platform/win32/win.h"
 
 namespace launchagent::win32 {
