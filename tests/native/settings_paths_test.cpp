@@ -1,4 +1,4 @@
-// Backend settings, path translation, patterns, argument splitting, hosts files.
+// Backend settings, path translation, argument splitting, the hosts file's changes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,7 +6,6 @@
 #include <map>
 #include <sstream>
 
-#include "../support/hosts_text_cases.h"
 #include "platform/native/hosts_file.h"
 #include "platform/native/paths.h"
 #include "platform/native/settings.h"
@@ -156,12 +155,9 @@ TEST(Arguments, SplitLikeTheCRuntime) {
   for (const auto& [sIn, out] : cases) EXPECT_EQ(SplitWindowsArgs(sIn), out) << sIn;
 }
 
-TEST(HostsFile, ParsesTheSharedTableAndFollowsChanges) {
-  for (const auto& [sz, bOk] : testing::kDottedQuads)
-    EXPECT_EQ(ParseIpv4(sz).has_value(), bOk) << sz;
-  EXPECT_EQ(Ipv4Text(*ParseIpv4("010.000.000.007")), "10.0.0.7");
-  EXPECT_EQ(HostsFile::Parse(testing::kHostsText), testing::kHostsNames);
-
+// Reading the hosts file again when it changes, through this backend's file stamps. The
+// file's text, dotted quads and known names: tests/backend.
+TEST(HostsFile, FollowsChangesOfTheFile) {
   test::TempDir dir;
   HostsFile hosts(dir / "hosts");
   EXPECT_FALSE(hosts.Lookup("pc1"));

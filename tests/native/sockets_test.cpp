@@ -119,12 +119,10 @@ TEST(SocketsLibrary, StartupNamesAndLookups) {
   EXPECT_EQ(lib.Cleanup(), 0);
   EXPECT_EQ(lib.Cleanup(), -1);
   EXPECT_EQ(lib.HostName(), "pc1");
+  // What is known before the resolver is tests/backend's table; here it reaches the library.
   const std::pair<const char*, const char*> cases[] = {{"pc3", "127.0.0.3"},
-                                                       {"PC3", "127.0.0.3"},
-                                                       {"10.0.0.1", "10.0.0.1"},
                                                        {"pc1", "127.0.0.7"},
                                                        {"localhost", "127.0.0.1"},
-                                                       {"", "none"},
                                                        {"no-such-host.invalid", "none"}};
   for (const auto& [szName, szAddress] : cases) {
     const auto e = lib.HostByName(szName);

@@ -4,7 +4,6 @@
 
 #include <map>
 
-#include "../support/hosts_text_cases.h"
 #include "platform/win32/hosts_file.h"
 #include "platform/win32/share_search.h"
 #include "win32_test_support.h"
@@ -80,14 +79,6 @@ TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
        {"--host-name", "--bind", "--hosts-file", "--time-scale", "--shares", "--desktop",
         "--offscreen", "--hardened", "--active-computers-only", "--version", "--help"})
     EXPECT_NE(s.find(sz), std::string::npos) << sz;
-}
-
-TEST(Win32HostsFile, ParsesTheSharedTable) {
-  for (const auto& [sz, bOk] : testing::kDottedQuads) {
-    EXPECT_EQ(IsDottedIpv4(sz), bOk) << sz;
-    EXPECT_EQ(ParseIpv4(sz).has_value(), bOk) << sz;
-  }
-  EXPECT_EQ(HostsFile::Parse(testing::kHostsText), testing::kHostsNames);
 }
 
 using ShareSearchTest = Win32LoopTest;
