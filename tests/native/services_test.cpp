@@ -42,57 +42,40 @@ class FilesTest : public ::testing::Test {
   NativeFileSystem files_;
 };
 
-TEST_F(FilesTest, ListsWithPatternsAttributesAndFolders) {
+// Patterns, hidden files and whole-file reads and replacements are the seam's contract;
+// here the paths as this backend maps them: a bare folder, a trailing separator, drives
+// and shares it does not know, and leftovers of saves that died.
+TEST_F(FilesTest, PathsListingsAndLeftoversOfDeadSaves) {
   struct Case {
     std::string sPattern;
-    bool bHidden, bFolders;
+    bool bFolders;
     std::optional<Names> names;
   };
-  const Names all = {".hidden.dll", "Varno2.exe", "a.dll", "agent.dat"};
   const Case cases[] = {
-      {"C:\\Launch\\*.dll", false, false, Names{"a.dll"}},
-      {"C:\\Launch\\*.dll", true, false, Names{".hidden.dll", "a.dll"}},
-      {"C:\\Launch\\*.*", true, false, all},
-      {"C:\\Launch\\", true, false, all},
-      {"C:\\Launch\\*", false, true,
-       Names{"../", "./", "Varno2.exe", "a.dll", "agent.dat", "sub/"}},
-      {"C:\\LAUNCH\\VARNO2.EXE", false, false, Names{"Varno2.exe"}},
-      {"C:\\Launch", false, false, Names{}},
-      {"C:\\Launch", false, true, Names{"Launch/"}},
-      {"C:\\Launch\\nothing*", false, true, Names{}},
-      {"C:\\Missing\\*.*", false, false, std::nullopt},
-      {"Q:\\*.*", false, false, std::nullopt},
+      {"C:\\Launch\\", false, Names{".hidden.dll", "Varno2.exe", "a.dll", "agent.dat"}},
+      {"C:\\Launch", false, Names{}},
+      {"C:\\Launch", true, Names{"Launch/"}},
+      {"C:\\Missing\\*.*", false, std::nullopt},
+      {"Q:\\*.*", false, std::nullopt},
   };
   for (const auto& c : cases) {
-    auto list = files_.List(c.sPattern, c.bHidden, c.bFolders);
+    auto list = files_.List(c.sPattern, true, c.bFolders);
     EXPECT_EQ(list.has_value(), c.names.has_value()) << c.sPattern;
     EXPECT_EQ(NamesOf(list), c.names.value_or(Names{})) << c.sPattern;
   }
-}
-
-TEST_F(FilesTest, FoldersFilesAndRecords) {
   EXPECT_EQ(files_.AgentFolder(), "C:\\Launch");
   EXPECT_EQ(files_.SystemFolder(), "C:\\sys");
-  // A path, whether it is a folder, whether it opens for reading.
-  const std::tuple<const char*, bool, bool> cases[] = {{"C:\\Launch", true, false},
-                                                       {"\\\\pc1\\c", true, false},
-                                                       {"C:\\Launch\\Varno2.exe", false, true},
-                                                       {"Q:\\", false, false},
-                                                       {"C:\\Launch\\none.exe", false, false}};
-  for (const auto& [szPath, bFolder, bReadable] : cases) {
+  const std::tuple<const char*, bool, bool> paths[] = {{"\\\\pc1\\c", true, false},
+                                                       {"Q:\\", false, false}};
+  for (const auto& [szPath, bFolder, bReadable] : paths) {
     EXPECT_EQ(files_.FolderExists(szPath), bFolder) << szPath;
     EXPECT_EQ(files_.CanOpenForReading(szPath), bReadable) << szPath;
   }
-  EXPECT_EQ(files_.ReadFile("C:\\Launch\\agent.dat")->size(), 12812u);
-  EXPECT_FALSE(files_.CanOpenForReading("") || files_.ReadFile("C:\\Launch\\none") ||
-               files_.ReadFile("C:\\Launch\\sub"));
+  EXPECT_FALSE(files_.CanOpenForReading(""));
+  EXPECT_FALSE(files_.ReadFile("C:\\Launch\\sub").has_value()) << "a folder is not a file";
 
   Bytes record(8256, 7);
   ASSERT_TRUE(files_.ReplaceFile("C:\\Launch\\AgentInfo_1", record));
-  record[0] = 9;
-  ASSERT_TRUE(files_.ReplaceFile("C:\\Launch\\AgentInfo_1", record));
-  EXPECT_EQ(files_.ReadFile("C:\\Launch\\AgentInfo_1"), record);
-  EXPECT_FALSE(files_.ReplaceFile("C:\\NoFolder\\x", record));
   // Nothing is left beside the file, not even what a killed save of another process left;
   // a save still running in a live process keeps its file.
   pid_t dead = ::fork();
@@ -110,16 +93,12 @@ TEST_F(FilesTest, FoldersFilesAndRecords) {
             (Names{"agent.dat.new-1x"}));
 }
 
-TEST_F(FilesTest, CopiesKeepProgramsRunnableAndCopeWithTheSameFile) {
+TEST_F(FilesTest, CopiesKeepProgramsRunnableAndComeFromShares) {
   ::chmod((dir_ / "c/Launch/Varno2.exe").c_str(), 0755);
   EXPECT_EQ(files_.CopyFile("C:\\Launch\\Varno2.exe", "C:\\sys\\Varno2.exe"), 0);
   EXPECT_EQ(test::ReadText(dir_ / "c/sys/Varno2.exe"), "exe");
   EXPECT_EQ(::access((dir_ / "c/sys/Varno2.exe").c_str(), X_OK), 0);
-  EXPECT_EQ(files_.CopyFile("c:\\launch\\A.DLL", "C:\\Launch\\a.dll"), 0);
-  EXPECT_EQ(test::ReadText(dir_ / "c/Launch/a.dll"), "dll");
-  EXPECT_NE(files_.CopyFile("C:\\Launch\\none.dll", "C:\\sys\\none.dll"), 0);
-  EXPECT_NE(files_.CopyFile("C:\\Launch\\a.dll", "C:\\NoFolder\\a.dll"), 0);
-  EXPECT_NE(files_.CopyFile("C:\\Launch\\sub", "C:\\sys\\sub"), 0);
+  EXPECT_NE(files_.CopyFile("C:\\Launch\\sub", "C:\\sys\\sub"), 0) << "a folder";
   // From a share of another computer.
   test::WriteText(dir_ / "net/pc1/c/Varno3.exe", "remote");
   EXPECT_EQ(files_.CopyFile("\\\\pc1\\c\\Varno3.exe", "C:\\Launch\\Varno3.exe"), 0);

@@ -12,9 +12,9 @@ using NeighborhoodTest = SetupTest;
 using Names = std::vector<std::string>;
 
 TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
+  InSetup([](SetupParts& a, FrmAgentSetup& f) {
     a.bActiveAgentServices = f.localHost.bSeekWeb = f.localHost.bSeekStocks = true;
-    for (const char* s : {"PC2", "pc1", "ghost"}) a.launcher().lanHosts().AddLANHost(s);
+    a.lanHosts = {"PC2", "pc1", "ghost"};
     f.PopulateNeighborhoodList();
     f.localHost.bSeekWeb = false;
     f.PopulateNeighborhoodList();  // emptied first; entries the registry holds stay
@@ -33,7 +33,7 @@ TEST_F(NeighborhoodTest, PopulateListsAndRegistersTheHostsAndSavesTheTable) {
 }
 
 TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndFileAlone) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.neighborhood.lstNeighborhood->AddItem("old");
     f.selectedHost.lstContexts->AddItem("x");
     f.hostUsers.AgentInfoTable.assign(2, AgentInfoRecord{});
@@ -44,8 +44,9 @@ TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndF
     EXPECT_EQ(f.hostUsers.AgentInfoTable.size(), 2u);
   });
   EXPECT_FALSE(ReadFile(kAgentInfo1));
-  lan_.World().AddShare(lan_.Host("PC2"), "apps", "C:\\Apps");
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  // The share search behind the refresh (tests/scenarios/setup-refresh.scn) finds PC2 now.
+  InSetup([](SetupParts& a, FrmAgentSetup& f) {
+    a.lanHostsFound = {"PC2"};
     f.neighborhood.cmdRefresh->Click();
     EXPECT_TRUE(f.neighborhood.cmdRefresh->Enabled());
     EXPECT_EQ(Items(*f.neighborhood.lstNeighborhood), Names{"PC2"});
@@ -53,7 +54,7 @@ TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndF
 }
 
 TEST_F(NeighborhoodTest, AddOnceDeleteEverySelectedAndClearWritesABlankFirstEntry) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     for (const char* s : {"PC2", "PC3"}) f.neighborhood.lstNeighborhood->AddItem(s);
     for (const char* s : {"a", "pc2", "c", "d", "e"}) f.active.lstActive->AddItem(s);
     f.active.cmdActiveAdd->Click();  // nothing selected: nothing added
@@ -62,7 +63,7 @@ TEST_F(NeighborhoodTest, AddOnceDeleteEverySelectedAndClearWritesABlankFirstEntr
     EXPECT_EQ(f.active.lstActive->ListCount(), 5);
   });
   EXPECT_FALSE(ReadFile(kAgentDat));  // nothing saved
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.active.lstActive->UserClick(1);
     f.active.lstActive->UserClick(2,
                                   true);  // two neighbours: the second moves into the first's place
@@ -73,12 +74,12 @@ TEST_F(NeighborhoodTest, AddOnceDeleteEverySelectedAndClearWritesABlankFirstEntr
     EXPECT_EQ(Items(*f.active.lstActive), (Names{"a", "d", "PC3"}));
   });
   EXPECT_EQ(FileBytes(kAgentDat, 0, 256), Padded("a") + Padded("d") + Padded("PC3") + Padded(""));
-  InSetup([](Agent&, FrmAgentSetup& f) { f.active.cmdActiveClear->Click(); });
+  InSetup([](SetupParts&, FrmAgentSetup& f) { f.active.cmdActiveClear->Click(); });
   EXPECT_EQ(FileBytes(kAgentDat, 0, 128), std::string(64, ' ') + std::string(64, '\0'));
 }
 
 TEST_F(NeighborhoodTest, ClickingAComputerShowsItsEntryOrEmptiesTheFrame) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
+  InSetup([](SetupParts& a, FrmAgentSetup& f) {
     Register(a, "PC2", [](clsMsgHostInfo& m) {
       m.SetIPAddress("192.168.10.5");
       m.SetLocalPort(1230);
@@ -114,7 +115,7 @@ AgentInfoRecord Host(const std::string& sName, std::vector<std::string> users = 
   return rec;
 }
 
-std::shared_ptr<clsMsgUserList> Users(Agent& a, const std::string& sFrom, int nCount) {
+std::shared_ptr<clsMsgUserList> Users(SetupParts& a, const std::string& sFrom, int nCount) {
   auto ul = std::make_shared<clsMsgUserList>(a);
   ul->SetReturnAddress(sFrom);
   for (int k = 1; k <= nCount; ++k)
@@ -130,7 +131,7 @@ std::string Selection(const ui::ListBox& l) {
 }
 
 TEST_F(NeighborhoodTest, FindHostRecordFindHostUserAndLookupUserContext) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     // The table follows the LAN order, so it need not be sorted.
     f.hostUsers.AgentInfoTable = {Host("zeta   "), Host("alpha"), Host("pc2", {"Ann", "bob"})};
     f.hostUsers.AgentInfoTable[2].Users[0].sContext.Assign("  sales ");
@@ -151,7 +152,7 @@ TEST_F(NeighborhoodTest, FindHostRecordFindHostUserAndLookupUserContext) {
 }
 
 TEST_F(NeighborhoodTest, StoreHostUsersFillsAtMost64Slots) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
+  InSetup([](SetupParts& a, FrmAgentSetup& f) {
     f.hostUsers.AgentInfoTable = {Host("pc2")};
     f.hostUsers.AgentInfoTable[0].Users[0].sContext.Assign("dropped");
     auto m = std::make_shared<clsMsgHostInfo>(a);
@@ -170,7 +171,7 @@ TEST_F(NeighborhoodTest, StoreHostUsersFillsAtMost64Slots) {
 }
 
 TEST_F(NeighborhoodTest, ShownUsersKeepTheirContextsAndTheTwoListsEditThem) {
-  InSetup([](Agent& a, FrmAgentSetup& f) {
+  InSetup([](SetupParts& a, FrmAgentSetup& f) {
     Register(a, "PC2", [&](clsMsgHostInfo& m) { m.SetMsgUL(Users(a, "PC2", 2)); });
     f.hostUsers.AgentInfoTable = {Host("PC2")};
     f.hostUsers.AgentInfoTable[0].Users[0].sContext.Assign("ctxB");

@@ -17,7 +17,7 @@ TEST_F(OptionFilesTest, HundredNinetyNineHostsComeBackInOrderTwoHundredAreNotSto
   back = names;
   back[0].resize(64);
   back[1] = "trail";
-  InSetup([&](Agent&, FrmAgentSetup& f) {
+  InSetup([&](SetupParts&, FrmAgentSetup& f) {
     for (const auto& s : names) f.active.lstActive->AddItem(s);
     EXPECT_TRUE(f.SaveOptions());
     f.active.lstActive->Clear();
@@ -26,12 +26,12 @@ TEST_F(OptionFilesTest, HundredNinetyNineHostsComeBackInOrderTwoHundredAreNotSto
   });
   const auto before = ReadFile(kAgentDat);
   EXPECT_EQ(FileBytes(kAgentDat, 64 * 199), std::string(64, ' '));
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.active.lstActive->AddItem("one too many");
     EXPECT_FALSE(f.SaveOptions());
   });
   EXPECT_EQ(ReadFile(kAgentDat), before);
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.active.lstActive->Clear();
     for (const char* s : {"a", " lead", "after"}) f.active.lstActive->AddItem(s);
     ASSERT_TRUE(f.SaveOptions());
@@ -44,7 +44,7 @@ TEST_F(OptionFilesTest, HundredNinetyNineHostsComeBackInOrderTwoHundredAreNotSto
 TEST_F(OptionFilesTest, MissingOrShortFileChangesNothingAndLoadKeepsListedEntries) {
   for (const Bytes& file : {Bytes(), Bytes(12811, 0), Bytes(12812, 0)}) {
     ASSERT_TRUE(file.empty() || WriteFile(kAgentDat, file));
-    InSetup([&](Agent& a, FrmAgentSetup& f) {
+    InSetup([&](SetupParts& a, FrmAgentSetup& f) {
       a.bActiveAgentServices = true;
       f.active.lstActive->Clear();
       f.active.lstActive->AddItem("x");
@@ -57,15 +57,15 @@ TEST_F(OptionFilesTest, MissingOrShortFileChangesNothingAndLoadKeepsListedEntrie
 
 TEST_F(OptionFilesTest, SaveKeepsBytesPastTheRecordAndAFullDiskKeepsTheOldFile) {
   ASSERT_TRUE(WriteFile(kAgentDat, Bytes(13000, 'Z')));
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.active.lstActive->AddItem("first");
     EXPECT_TRUE(f.SaveOptions());
   });
   const auto before = ReadFile(kAgentDat);
   EXPECT_EQ(FileBytes(kAgentDat, 0, 128), Padded("first") + Padded(""));
   EXPECT_EQ(FileBytes(kAgentDat, 12812, 188), std::string(188, 'Z'));
-  lan_.World().SetDiskCapacity(host_, 'C', 100);
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  World().SetDiskCapacity(host_, 'C', 100);
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.active.lstActive->AddItem("second");
     EXPECT_FALSE(f.SaveOptions());
   });
@@ -83,7 +83,7 @@ TEST_F(OptionFilesTest, AgentInfoLoadsWholeRecordsOnlyAndASaveKeepsTheRest) {
     }
     file.resize(file.size() + 8255, 'p');  // a partial record at the end
     ASSERT_TRUE(WriteFile(kAgentInfo1, file));
-    InSetup([n](Agent&, FrmAgentSetup& f) {
+    InSetup([n](SetupParts&, FrmAgentSetup& f) {
       EXPECT_TRUE(n != 3 || f.hostUsers.AgentInfoTable.size() == 3u);  // read when the window loads
       f.hostUsers.AgentInfoTable.assign(5, AgentInfoRecord{});
       EXPECT_TRUE(f.LoadAgentInfo());
@@ -93,7 +93,7 @@ TEST_F(OptionFilesTest, AgentInfoLoadsWholeRecordsOnlyAndASaveKeepsTheRest) {
                   "host" + std::to_string(k));
     });
   }
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.hostUsers.AgentInfoTable.clear();
     EXPECT_TRUE(f.SaveAgentInfo());
   });
@@ -101,7 +101,7 @@ TEST_F(OptionFilesTest, AgentInfoLoadsWholeRecordsOnlyAndASaveKeepsTheRest) {
 }
 
 TEST_F(OptionFilesTest, AgentInfoSaveFailureShowsTheErrorBox) {
-  InSetup([](Agent&, FrmAgentSetup& f) {
+  InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.SetAgentInfoFN(-3);
     EXPECT_EQ(f.sAgentInfoFN, "AgentInfo_-3");
     f.sAgentInfoFN.clear();  // the path is the agent's folder itself
@@ -109,7 +109,7 @@ TEST_F(OptionFilesTest, AgentInfoSaveFailureShowsTheErrorBox) {
     EXPECT_FALSE(f.LoadAgentInfo());
   });
   std::vector<std::string> boxes;
-  for (const std::string& s : lan_.World().Transcript())
+  for (const std::string& s : World().Transcript())
     if (s.find(" PC1 msgbox ") != std::string::npos) boxes.push_back(s);
   ASSERT_EQ(boxes.size(), 1u);
   // Title, then the text with its carriage return before the description.

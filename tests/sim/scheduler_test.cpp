@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/shared_steps.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
 #include "platform/ui/form.h"
@@ -90,6 +91,29 @@ TEST(SimScheduler, WaitsAdvanceVirtualTimeAndCallReturnsWhenTheFunctionHasFinish
   ASSERT_TRUE(d.w.Call(d.pid, [&] { p.loop.WaitForEvents(60); }));
   EXPECT_EQ(ticks, 1);
   EXPECT_EQ(d.w.Now(), Seconds(7));
+}
+
+// The agent's pause (platform/shared_steps) on virtual time: it waits its seconds, returns
+// at once for none, and ends just after midnight, where the clock starts again.
+TEST(SimScheduler, ThePauseWaitsItsSecondsAndEndsAtMidnight) {
+  struct Case {
+    int nStartSecond;  // of the clock's day
+    Long lngSeconds;
+    Nanos atLeast, below;
+  };
+  const Case cases[] = {{36000, 0, 0, 1},
+                        {36000, 3, Seconds(3), Milliseconds(3100)},
+                        {86398, 10, Seconds(2), Seconds(4)}};
+  for (const auto& c : cases) {
+    Desk d;
+    d.w.SetClock(d.h, d.w.Now(),
+                 DateTime::FromCivil(2026, 1, 5, c.nStartSecond / 3600, c.nStartSecond / 60 % 60,
+                                     c.nStartSecond % 60));
+    const Nanos start = d.w.Now();
+    ASSERT_TRUE(d.w.Call(d.pid, [&] { Pause(d.P().clock, d.P().loop, c.lngSeconds); }));
+    EXPECT_GE(d.w.Now() - start, c.atLeast) << c.lngSeconds;
+    EXPECT_LT(d.w.Now() - start, c.below) << c.lngSeconds;
+  }
 }
 
 // Timer semantics the agent relies on, as a table of scripted handlers.

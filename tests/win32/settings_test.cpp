@@ -81,20 +81,6 @@ TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
     EXPECT_NE(s.find(sz), std::string::npos) << sz;
 }
 
-TEST(Win32HostsFile, BadLinesAreSkippedAndTheFirstAddressWins) {
-  const auto names = HostsFile::Parse(
-      "127.0.0.11 pc1 PC-One  # the first\n"
-      "127.0.0.12 pc1\n"
-      "300.1.1.1 bad\n"
-      "pc3 127.0.0.13\n"
-      "  \t\n"
-      "10.0.0.1\n"
-      "10.0.0.2 pc2");
-  const std::map<std::string, Ipv4> expected{
-      {"pc1", {127, 0, 0, 11}}, {"pc-one", {127, 0, 0, 11}}, {"pc2", {10, 0, 0, 2}}};
-  EXPECT_EQ(names, expected);
-}
-
 using ShareSearchTest = Win32LoopTest;
 
 TEST_F(ShareSearchTest, AConfiguredListIsWhatTheSearchFinds) {

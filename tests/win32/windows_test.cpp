@@ -5,8 +5,6 @@
 
 #include "platform/ui/form.h"
 #include "platform/win32/desktop.h"
-#include "platform/win32/files.h"
-#include "platform/win32/shell.h"
 #include "platform/win32/window_system.h"
 #include "win32_test_support.h"
 
@@ -27,43 +25,31 @@ class WindowsTest : public Win32LoopTest {
   Win32WindowSystem windows{loop, false};
 };
 
-TEST_F(WindowsTest, FormsAreTopLevelWindowsOthersCanFindAndClose) {
+// Finding, reading and closing windows is the seam's contract; here what only this
+// backend decides: exact titles, a renamed form, a close reaching the form's model, and a
+// window that went away ending the walk.
+TEST_F(WindowsTest, FormsAreRenamedClosedByOthersAndGoneWindowsEndTheWalk) {
   ui::Form form("frmTest", "Launch Smoke Window");
   int nCloses = 0;
   form.OnUserClose = [&] { ++nCloses; };
   windows.AttachForm(form);
   const auto h = windows.FindWindowByTitle("Launch Smoke Window");
   ASSERT_NE(h, 0);
-  EXPECT_EQ(windows.ClassName(h, 256), "ThunderRT6FormDC");
-  EXPECT_EQ(windows.ClassName(h, 7), "Thunde") << "cut to the buffer";
   EXPECT_EQ(windows.FindWindowByTitle("launch smoke window"), 0) << "titles compare exactly";
-
   form.SetCaption("Launch Smoke Renamed");
   EXPECT_EQ(windows.WindowText(h, 256), "Launch Smoke Renamed");
   EXPECT_EQ(windows.FindWindowByTitle("Launch Smoke Renamed"), h);
-
   EXPECT_TRUE(windows.SendClose(h));
   EXPECT_EQ(nCloses, 1);
   windows.DetachForm(form);
-  EXPECT_EQ(windows.FindWindowByTitle("Launch Smoke Renamed"), 0);
-  EXPECT_FALSE(windows.ClassName(h, 256).has_value());
-  EXPECT_FALSE(windows.SendClose(h));
-}
 
-TEST_F(WindowsTest, WindowsOfTheDesktopAreWalkedInZOrder) {
   HWND hOther = CreateWindowExA(0, "STATIC", "Launch Smoke Other", WS_POPUP, 0, 0, 10, 10, nullptr,
                                 nullptr, nullptr, nullptr);
   ASSERT_NE(hOther, nullptr);
-  const auto h = windows.FindWindowByTitle("Launch Smoke Other");
-  ASSERT_EQ(H(h), hOther);
-  // Walking on from it ends, and every step is a window with a class.
-  int nSteps = 0;
-  for (auto next = windows.NextWindow(h); next != 0 && nSteps < 10000;
-       next = windows.NextWindow(next), ++nSteps)
-    EXPECT_TRUE(windows.ClassName(next, 256).has_value());
-  EXPECT_LT(nSteps, 10000);
+  const auto hFound = windows.FindWindowByTitle("Launch Smoke Other");
+  ASSERT_EQ(H(hFound), hOther);
   DestroyWindow(hOther);
-  EXPECT_EQ(windows.NextWindow(h), 0);
+  EXPECT_EQ(windows.NextWindow(hFound), 0);
 }
 
 TEST_F(WindowsTest, ControlsFollowTheirModelsAndClicksReachThem) {
@@ -229,21 +215,6 @@ TEST_F(WindowsTest, TypingInABoxReachesItsModel) {
   EXPECT_EQ(TextOf(hName), "set by the agent");
   EXPECT_EQ(nChanges, 2);
   windows.DetachForm(form);
-}
-
-TEST_F(WindowsTest, TheStandInOpensItsFormAndClosesWhenAsked) {
-  Win32FileSystem files;
-  Win32Shell shell;
-  const std::string sStandIn = files.AgentFolder() + "\\Varno2.exe";
-  ASSERT_GT(
-      shell.Execute("open", sStandIn, "-default --title \"Launch Smoke Varno\"", "", SW_SHOWNORMAL),
-      32);
-  platform::WindowHandle h = 0;
-  ASSERT_TRUE(
-      PumpUntil([&] { return (h = windows.FindWindowByTitle("Launch Smoke Varno")) != 0; }));
-  EXPECT_EQ(windows.ClassName(h, 256), "ThunderRT6FormDC");
-  EXPECT_TRUE(windows.SendClose(h));
-  ASSERT_TRUE(PumpUntil([&] { return windows.FindWindowByTitle("Launch Smoke Varno") == 0; }));
 }
 
 TEST_F(WindowsTest, AgentsOnDesktopsOfTheirOwnDoNotSeeEachOther) {
