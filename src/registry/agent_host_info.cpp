@@ -218,13 +218,20 @@ void AgentHostInfo::LogAgentSites() {
   // The count is taken once: a record inserted while the log is written shifts the later
   // ones, and a position past the end is skipped.
   const Long lngCount = GetAgentCount();
+  // Every arrival logs a line per known agent: each line is composed in one buffer that
+  // keeps its size, not in a chain of temporaries.
+  std::string sLine;
   for (Long i = 1; i <= lngCount; ++i) {
     if (i > GetAgentCount()) continue;
     // The line is complete before it is logged, so the record's own pointer will do: no
     // reference count to touch for each of a thousand records.
     const std::shared_ptr<clsMsgHostInfo>& objMsg = colAgents_[i - 1]->Message();
     if (!objMsg) continue;
-    logActivity_("Host=" + objMsg->GetHostName() + " LaunchSite=" + objMsg->GetAppPath(), 5);
+    const std::string& sHostName = objMsg->GetHostName();
+    const std::string& sAppPath = objMsg->GetAppPath();
+    sLine.reserve(sizeof("Host= LaunchSite=") + sHostName.size() + sAppPath.size());
+    sLine.assign("Host=").append(sHostName).append(" LaunchSite=").append(sAppPath);
+    logActivity_(sLine, 5);
   }
 }
 

@@ -246,7 +246,10 @@ void LogFrame::Display(const std::string& sText, Integer nMode) {
   const std::string& sLog = rtbAgentLog->Text();
   if (nMode == kLogModeCut && sLog.size() > kLogCutLength) {
     // The cut happens once per half of the limit; every other line is appended in place.
-    std::string sKept = sLog.substr(CharBoundary(sLog, sLog.size() / 2));
+    const std::size_t nCut = CharBoundary(sLog, sLog.size() / 2);
+    std::string sKept;
+    sKept.reserve(sLog.size() - nCut + 2 + sText.size());
+    sKept.append(sLog, nCut);
     if (!sKept.empty()) sKept += "\r\n";
     sKept += sText;
     rtbAgentLog->SetText(std::move(sKept));

@@ -63,6 +63,8 @@ double SimClock::SecondsSinceMidnight() const {
 // ---- Trace ------------------------------------------------------------------------------
 
 void SimTrace::ActivityLine(const std::string& sText) {
+  // Millions of lines an hour on a large LAN: one test when nobody reads them.
+  if (!w_.transcript.Wanted()) return;
   w_.Record(host_, TranscriptKind::Log, sText);
 }
 

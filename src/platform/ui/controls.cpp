@@ -33,7 +33,12 @@ void Frame::SetCaption(std::string s) {
 }
 
 void TextBox::SetText(std::string s) {
-  sText_ = std::move(s);
+  // A log box starts afresh every few dozen lines: its buffer is kept, so the lines
+  // after it append without growing it again.
+  if (s.size() <= sText_.capacity())
+    sText_.assign(s);
+  else
+    sText_ = std::move(s);
   ++nEpoch_;
   lngSelStart_ = 0;
   lngSelLength_ = 0;
