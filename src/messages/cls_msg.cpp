@@ -39,9 +39,8 @@ Bytes clsMsg::GetObjectData() { return Bytes(); }
 bool clsMsg::SetObjectData(const Bytes& /*byteArray*/) { return false; }
 
 Long clsMsg::GetMsgType(const Bytes& byteArray) {
-  static constexpr const message_image::Key* kTypeOnly[] = {&message_image::kMsgType};
   PropertyBag bag;
-  if (!bag.ReadImage(byteArray, kTypeOnly)) return 0;
+  if (!bag.ReadImage(byteArray, message_image::HostInfoImageOrder())) return 0;
   const auto lngType = text_forms::ReadLong(message_image::Text(bag, message_image::kMsgType));
   return lngType ? *lngType : 0;
 }

@@ -1,5 +1,8 @@
 #include "messages/cls_msg_host_info.h"
 
+#include <array>
+#include <bit>
+#include <cstdint>
 #include <string_view>
 
 #include "messages/cls_msg_user_list.h"
@@ -46,11 +49,56 @@ constexpr const message_image::Key* kImageOrder[] = {&message_image::kMsgType,
 
 }  // namespace
 
+std::span<const message_image::Key* const> message_image::HostInfoImageOrder() {
+  return kImageOrder;
+}
+
+// Everything the image is made of, as it was when the image was made. The identifiers
+// are compared by their bits: any change of them, however small, makes a new image.
+struct clsMsgHostInfo::ImageCache {
+  std::string sReturnAddress, sHostName, sUserName, sAppPath, sIPAddress;
+  std::uint32_t nMsgIDBits = 0, nMsgReferenceIDBits = 0;
+  Integer nLocalPort = 0;
+  std::array<bool, 8> flags{};
+  Bytes image;
+};
+
 clsMsgHostInfo::clsMsgHostInfo(MessageContext& ctx) : clsMsgConcrete(ctx) {}
 
 clsMsgHostInfo::~clsMsgHostInfo() = default;
 
 Bytes clsMsgHostInfo::GetObjectData() {
+  const std::array<bool, 8> flags{m_bIndexing,    m_bProvideHostServices, m_bProvideIntranet,
+                                  m_bProvideWeb,  m_bProvideNews,         m_bProvideStocks,
+                                  m_bProvideJobs, m_bInternetReady};
+  const std::uint32_t nMsgIDBits = std::bit_cast<std::uint32_t>(m_objEnvelope.GetMsgID());
+  const std::uint32_t nMsgReferenceIDBits =
+      std::bit_cast<std::uint32_t>(m_objEnvelope.GetMsgReferenceID());
+  std::string sReturnAddress = m_objEnvelope.GetReturnAddress();
+  ImageCache* c = m_pImage.get();
+  if (c && c->nMsgIDBits == nMsgIDBits && c->nMsgReferenceIDBits == nMsgReferenceIDBits &&
+      c->nLocalPort == m_nLocalPort && c->flags == flags && c->sHostName == m_sHostName &&
+      c->sAppPath == m_sAppPath && c->sIPAddress == m_sIPAddress && c->sUserName == m_sUserName &&
+      c->sReturnAddress == sReturnAddress)
+    return c->image;
+  if (!c) {
+    m_pImage = std::make_unique<ImageCache>();
+    c = m_pImage.get();
+  }
+  c->image = EncodeImage();
+  c->sReturnAddress = std::move(sReturnAddress);
+  c->sHostName = m_sHostName;
+  c->sUserName = m_sUserName;
+  c->sAppPath = m_sAppPath;
+  c->sIPAddress = m_sIPAddress;
+  c->nMsgIDBits = nMsgIDBits;
+  c->nMsgReferenceIDBits = nMsgReferenceIDBits;
+  c->nLocalPort = m_nLocalPort;
+  c->flags = flags;
+  return c->image;
+}
+
+Bytes clsMsgHostInfo::EncodeImage() {
   using text_forms::FlagForm;
   const message_image::EnvelopeTexts envelope(kMsgType, m_objEnvelope);
   const std::string sIndexing = FlagForm(m_bIndexing),

@@ -33,15 +33,17 @@ class clsMsgHostInfo : public clsMsgConcrete {
   // port, a service flag, internet ready, indexing or date received.
   bool ChangeHostInfo(const std::shared_ptr<clsMsg>& obj);
 
-  std::string GetHostName() const { return m_sHostName; }
+  // The texts are handed out by reference: the registry reads them for every log line.
+
+  const std::string& GetHostName() const { return m_sHostName; }
   void SetHostName(const std::string& sHostNameIn) { m_sHostName = sHostNameIn; }
-  std::string GetUserName() const { return m_sUserName; }
+  const std::string& GetUserName() const { return m_sUserName; }
   void SetUserName(const std::string& sUserNameIn) { m_sUserName = sUserNameIn; }
   bool GetIndexing() const { return m_bIndexing; }
   void SetIndexing(bool bIndexingIn) { m_bIndexing = bIndexingIn; }
-  std::string GetAppPath() const { return m_sAppPath; }
+  const std::string& GetAppPath() const { return m_sAppPath; }
   void SetAppPath(const std::string& sAppPathIn) { m_sAppPath = sAppPathIn; }
-  std::string GetIPAddress() const { return m_sIPAddress; }
+  const std::string& GetIPAddress() const { return m_sIPAddress; }
   void SetIPAddress(const std::string& sIPAddressIn) { m_sIPAddress = sIPAddressIn; }
   Integer GetLocalPort() const { return m_nLocalPort; }
   void SetLocalPort(Integer nLocalPortIn) { m_nLocalPort = nLocalPortIn; }
@@ -68,6 +70,8 @@ class clsMsgHostInfo : public clsMsgConcrete {
   void SetMsgUL(std::shared_ptr<clsMsgUserList> clsMsgULIn) { m_objMsgUL = std::move(clsMsgULIn); }
 
  private:
+  Bytes EncodeImage();
+
   std::string m_sHostName;
   std::string m_sUserName;
   bool m_bIndexing = false;
@@ -83,6 +87,10 @@ class clsMsgHostInfo : public clsMsgConcrete {
   bool m_bInternetReady = false;
   DateTime m_dtDateReceived;  // the origin until a receipt is stamped
   std::shared_ptr<clsMsgUserList> m_objMsgUL;
+  // The last image and the fields it was made from: a broadcast hands the same
+  // description to every host, so an unchanged message is encoded once.
+  struct ImageCache;
+  std::unique_ptr<ImageCache> m_pImage;
 };
 
 }  // namespace launchagent

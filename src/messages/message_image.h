@@ -1,6 +1,7 @@
 #pragma once
 // The parts of a message image that every message shares: the keys, the envelope
 // entries and the reading of single values. Used by the message classes only.
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,11 @@ inline constexpr Key kMsgIDWritten{"sglMsgID"};
 inline constexpr Key kMsgIDRead{"sglMsgId"};
 inline constexpr Key kMsgReferenceIDWritten{"sglMsgReferenceID"};
 inline constexpr Key kMsgReferenceIDRead{"sglMsgReferenceId"};
+
+// The keys of a host information image in the order it holds them (defined with that
+// message). Host information is what agents send each other, so telling the type of
+// an image follows this order too: each expected name then costs one byte compare.
+std::span<const Key* const> HostInfoImageOrder();
 
 // The text under the key; a key that the image does not hold reads as empty text.
 std::string Text(const PropertyBag& bag, const Key& key);

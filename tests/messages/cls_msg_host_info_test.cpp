@@ -68,6 +68,42 @@ TEST_F(ClsMsgHostInfoTest, ReadBackEqualsWritten) {
   EXPECT_EQ(objReceived->GetMsgUL(), objUL);
 }
 
+TEST_F(ClsMsgHostInfoTest, TheImageFollowsEveryChangeOfItsMessage) {
+  // A message is asked for its image again and again between changes (a broadcast asks
+  // once per host): every field of the image, envelope included, must show at once.
+  using Change = void (*)(clsMsgHostInfo&);
+  const std::pair<Change, const char*> kChanges[] = {
+      {[](clsMsgHostInfo& m) { m.SetReturnAddress("PC8"); }, "sReturnAddress=PC8"},
+      {[](clsMsgHostInfo& m) { m.SetMsgID(0.25f); }, "sglMsgID= .25"},
+      {[](clsMsgHostInfo& m) { m.SetMsgReferenceID(0.5f); }, "sglMsgReferenceID= .5"},
+      {[](clsMsgHostInfo& m) { m.SetHostName("pc7"); }, "sHostName=pc7"},
+      {[](clsMsgHostInfo& m) { m.SetUserName("anna"); }, "sUserName=anna"},
+      {[](clsMsgHostInfo& m) { m.SetIndexing(true); }, "bIndexing=True"},
+      {[](clsMsgHostInfo& m) { m.SetAppPath("\\\\PC7\\c\\v.exe"); }, "sAppPath=\\\\PC7\\c\\v.exe"},
+      {[](clsMsgHostInfo& m) { m.SetIPAddress("10.0.0.70"); }, "sIPAddress=10.0.0.70"},
+      {[](clsMsgHostInfo& m) { m.SetLocalPort(1231); }, "nLocalPort= 1231"},
+      {[](clsMsgHostInfo& m) { m.SetProvideHostServices(true); }, "bProvideHostServices=True"},
+      {[](clsMsgHostInfo& m) { m.SetProvideIntranet(true); }, "bProvideIntranet=True"},
+      {[](clsMsgHostInfo& m) { m.SetProvideWeb(false); }, "bProvideWeb=False"},
+      {[](clsMsgHostInfo& m) { m.SetProvideNews(true); }, "bProvideNews=True"},
+      {[](clsMsgHostInfo& m) { m.SetProvideStocks(true); }, "bProvideStocks=True"},
+      {[](clsMsgHostInfo& m) { m.SetProvideJobs(true); }, "bProvideJobs=True"},
+      {[](clsMsgHostInfo& m) { m.SetInternetReady(true); }, "bInternetReady=True"}};
+  for (const auto& [change, szLine] : kChanges) {
+    auto obj = Example();
+    ASSERT_EQ(Show(obj->GetObjectData()), Show(ImageOf(kExample)));
+    change(*obj);
+    EXPECT_EQ(Show(obj->GetObjectData()), Show(ImageOf(With(kExample, szLine)))) << szLine;
+  }
+  // A whole image read in, then the receipt stamp (not part of the image) changed.
+  auto obj = Example();
+  obj->GetObjectData();
+  ASSERT_TRUE(obj->SetObjectData(ImageOf(kOther)));
+  EXPECT_EQ(Show(obj->GetObjectData()), Show(ImageOf(kOther)));
+  obj->SetDateReceived(DateTime{5});
+  EXPECT_EQ(obj->GetObjectData(), ImageOf(kOther));
+}
+
 TEST_F(ClsMsgHostInfoTest, ImagesItDoesNotTake) {
   // A port out of range fails after the envelope and the text fields were replaced; the
   // port and the flags stay as they were.
