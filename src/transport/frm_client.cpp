@@ -188,7 +188,9 @@ void FrmClient::tcpClient_DataArrival(Integer Index, Long bytesTotal) {
   const std::optional<Integer> nState = tcpClient_->State(Index);
   if (!nState || *nState != platform::kSckConnected || !bActiveAgentServices_) return;
   const std::optional<Bytes> byteArray = tcpClient_->GetData(Index);
-  onMessage_(Index, byteArray ? *byteArray : Bytes{});
+  // Handed on where they lie: no copy of the image per arrival.
+  static const Bytes kNothing;
+  onMessage_(Index, byteArray ? *byteArray : kNothing);
 }
 
 }  // namespace launchagent

@@ -88,7 +88,9 @@ void FrmServer::tcpServer_DataArrival(Integer Index, Long bytesTotal) {
   if (!nState || *nState != platform::kSckConnected || !bActiveAgentServices_) return;
   // No framing: whatever is waiting now is taken as one message image.
   const std::optional<Bytes> byteArray = tcpServer_->GetData(Index);
-  onMessage_(Index, byteArray ? *byteArray : Bytes{});
+  // Handed on where they lie: no copy of the image per arrival.
+  static const Bytes kNothing;
+  onMessage_(Index, byteArray ? *byteArray : kNothing);
 }
 
 }  // namespace launchagent

@@ -18,6 +18,7 @@
 #include "platform/sim/process_services.h"
 #include "platform/sim/process_state.h"
 #include "platform/sim/process_table.h"
+#include "platform/sim/task.h"
 #include "platform/sim/transcript_writer.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
@@ -41,12 +42,12 @@ class World::Impl {
     ProcessId pid = 0;
     Type type = Type::World;
     std::uint64_t token = 0;
-    std::function<void()> fn;
+    Task fn;
   };
   void Push(Entry e);
-  void PostWorld(Nanos t, std::function<void()> fn);
-  void PostProcess(ProcessState& p, Nanos t, std::function<void()> fn);
-  void PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t, std::function<void()> fn);
+  void PostWorld(Nanos t, Task fn);
+  void PostProcess(ProcessState& p, Nanos t, Task fn);
+  void PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t, Task fn);
   bool Step();
   void RunUntil(Nanos t);
   bool Call(ProcessId pid, std::function<void()> fn);

@@ -416,10 +416,14 @@ void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   const bool bSilent = shape == Links::Shape::Held;
   const bool bSplit = shape == Links::Shape::Split && data.size() >= 2;
   const auto deliver = [this](std::weak_ptr<Endpoint> weak, Bytes bytes, bool bQuiet) {
-    return [this, weak, bytes = std::move(bytes), bQuiet] {
+    return [this, weak, bytes = std::move(bytes), bQuiet]() mutable {
       auto p = weak.lock();
       if (!p || p->bDead || (p->state != kSckConnected && p->state != kSckClosing)) return;
-      p->inbox.insert(p->inbox.end(), bytes.begin(), bytes.end());
+      // Nothing waiting (the usual case): the bytes themselves become what waits.
+      if (p->inbox.empty())
+        p->inbox = std::move(bytes);
+      else
+        p->inbox.insert(p->inbox.end(), bytes.begin(), bytes.end());
       if (bQuiet || !p->array || p->arrayAlive.expired()) return;
       p->array->FireDataArrival(p->index, p.get());
     };

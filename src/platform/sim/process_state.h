@@ -12,6 +12,7 @@
 #include "platform/sim/event_queue.h"
 #include "platform/sim/fiber.h"
 #include "platform/sim/process_services.h"
+#include "platform/sim/task.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
 
@@ -39,7 +40,7 @@ class ProcessState {
   std::uint64_t nSpin = 0;
 
   // Own events, due order.
-  EventQueue<std::function<void()>> events;
+  EventQueue<Task> events;
   struct TimerRec {
     std::uint64_t gen = 0;
   };

@@ -35,7 +35,7 @@ void World::Impl::Push(Entry e) {
   heap.Push(t, seq, std::move(e));
 }
 
-void World::Impl::PostWorld(Nanos t, std::function<void()> fn) {
+void World::Impl::PostWorld(Nanos t, Task fn) {
   Entry e;
   e.t = t;
   e.type = Entry::Type::World;
@@ -43,7 +43,7 @@ void World::Impl::PostWorld(Nanos t, std::function<void()> fn) {
   Push(std::move(e));
 }
 
-void World::Impl::PostProcess(ProcessState& p, Nanos t, std::function<void()> fn) {
+void World::Impl::PostProcess(ProcessState& p, Nanos t, Task fn) {
   if (!p.Alive() || p.bEnding) return;
   if (t < now) t = now;
   Entry e;
@@ -54,8 +54,7 @@ void World::Impl::PostProcess(ProcessState& p, Nanos t, std::function<void()> fn
   p.events.Push(t, nextSeq - 1, std::move(fn));
 }
 
-void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t,
-                               std::function<void()> fn) {
+void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t, Task fn) {
   if (ep->pid == 0) {
     PostWorld(t, std::move(fn));
     return;
