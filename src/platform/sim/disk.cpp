@@ -2,43 +2,39 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 
 namespace launchagent::sim {
 
 namespace {
 
-std::vector<std::string> SplitParts(const std::string& s) {
-  std::vector<std::string> parts;
-  std::string cur;
-  for (char c : s) {
-    if (c == '\\' || c == '/') {
-      if (!cur.empty()) parts.push_back(cur);
-      cur.clear();
-    } else {
-      cur += c;
-    }
-  }
-  if (!cur.empty()) parts.push_back(cur);
-  return parts;
-}
+bool IsSep(char c) { return c == '\\' || c == '/'; }
 
-// Resolves "." and ".."; false when ".." climbs above the root.
-bool Normalise(std::vector<std::string>& parts) {
-  std::vector<std::string> out;
-  for (auto& p : parts) {
-    if (p == ".") continue;
-    if (p == "..") {
-      if (out.empty()) return false;
-      out.pop_back();
+// The parts of s appended to parts, empty ones dropped, "." and ".." resolved; false when
+// ".." climbs above what was there before. Every file operation parses its path: the
+// parts are cut from the path where it lies.
+bool AppendParts(std::string_view s, std::vector<std::string>& parts) {
+  const std::size_t nBase = parts.size();
+  std::size_t i = 0;
+  while (i < s.size()) {
+    if (IsSep(s[i])) {
+      ++i;
       continue;
     }
-    out.push_back(std::move(p));
+    std::size_t j = i;
+    while (j < s.size() && !IsSep(s[j])) ++j;
+    const std::string_view part = s.substr(i, j - i);
+    i = j;
+    if (part == ".") continue;
+    if (part == "..") {
+      if (parts.size() == nBase) return false;
+      parts.pop_back();
+      continue;
+    }
+    parts.emplace_back(part);
   }
-  parts = std::move(out);
   return true;
 }
-
-bool IsSep(char c) { return c == '\\' || c == '/'; }
 
 bool ValidName(const std::string& s) {
   for (char c : s) {
@@ -54,19 +50,27 @@ bool ValidName(const std::string& s) {
 ParsedPath ParsePath(const std::string& sPath, const std::string& sBase) {
   ParsedPath r;
   if (sPath.size() >= 2 && IsSep(sPath[0]) && IsSep(sPath[1])) {
-    auto parts = SplitParts(sPath.substr(2));
-    if (parts.size() < 2) return r;
-    r.sHost = parts[0];
-    r.sShare = parts[1];
-    r.parts.assign(parts.begin() + 2, parts.end());
-    if (!Normalise(r.parts)) return ParsedPath{};
+    // Host and share are the first two parts as they stand; the rest is resolved.
+    const std::string_view sRest = std::string_view(sPath).substr(2);
+    std::size_t i = 0;
+    const auto nextPart = [&] {
+      while (i < sRest.size() && IsSep(sRest[i])) ++i;
+      const std::size_t nFrom = i;
+      while (i < sRest.size() && !IsSep(sRest[i])) ++i;
+      return sRest.substr(nFrom, i - nFrom);
+    };
+    const std::string_view sHost = nextPart();
+    const std::string_view sShare = nextPart();
+    if (sShare.empty()) return r;
+    r.sHost = sHost;
+    r.sShare = sShare;
+    if (!AppendParts(sRest.substr(i), r.parts)) return ParsedPath{};
     r.kind = ParsedPath::Kind::Unc;
     return r;
   }
   if (sPath.size() >= 2 && sPath[1] == ':' && std::isalpha(static_cast<unsigned char>(sPath[0]))) {
     r.cDrive = AsciiUpper(sPath[0]);
-    r.parts = SplitParts(sPath.substr(2));
-    if (!Normalise(r.parts)) return ParsedPath{};
+    if (!AppendParts(std::string_view(sPath).substr(2), r.parts)) return ParsedPath{};
     r.kind = ParsedPath::Kind::Local;
     return r;
   }

@@ -2,6 +2,7 @@
 // disk (local or through a share), and the search's list of visible shares.
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "platform/sim/impl.h"
 
@@ -52,8 +53,9 @@ World::Impl::Resolved World::Impl::Resolve(HostId from, const std::string& sPath
   }
   r.host = target;
   r.cDrive = share->cDrive;
+  r.parts.reserve(share->folder.size() + pp.parts.size());
   r.parts = share->folder;
-  r.parts.insert(r.parts.end(), pp.parts.begin(), pp.parts.end());
+  std::move(pp.parts.begin(), pp.parts.end(), std::back_inserter(r.parts));
   return r;
 }
 
@@ -111,13 +113,15 @@ std::optional<Bytes> SimFileSystem::ReadFile(const std::string& sPath) {
 bool SimFileSystem::ReplaceFile(const std::string& sPath, const Bytes& content) {
   auto r = w_.Resolve(p_.host, sPath, AgentFolder());
   if (r.nError) return false;
+  // The old content only tells the transcript whether the write changed anything.
+  const bool bTrace = w_.transcript.Wanted();
   std::optional<Bytes> old;
-  if (r.host->disk.Write(r.cDrive, r.parts, content, false, false, &old) != Disk::WriteResult::Ok) {
+  if (r.host->disk.Write(r.cDrive, r.parts, content, false, false, bTrace ? &old : nullptr) !=
+      Disk::WriteResult::Ok) {
     w_.Record(p_.host, TranscriptKind::File, sPath + " write failed");
     return false;
   }
-  if (w_.transcript.Wanted())
-    w_.Record(p_.host, TranscriptKind::File, sPath + " " + DescribeWrite(old, content));
+  if (bTrace) w_.Record(p_.host, TranscriptKind::File, sPath + " " + DescribeWrite(old, content));
   return true;
 }
 

@@ -2,10 +2,10 @@
 // The world's hosts, by id (the order they were added), by Winsock name (case does not
 // count) and by address. A host once added stays; a crash only marks it down.
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/sim/host_state.h"
@@ -30,8 +30,9 @@ class HostTable {
 
  private:
   std::vector<std::unique_ptr<HostState>> hosts_;
-  std::map<std::string, HostId> byName_;       // lower-case Winsock name
-  std::map<std::uint32_t, HostId> byAddress_;  // address as a number
+  // Hashed: every connect, name look-up and network path of a large LAN asks them.
+  std::unordered_map<std::string, HostId> byName_;       // lower-case Winsock name
+  std::unordered_map<std::uint32_t, HostId> byAddress_;  // address as a number
 };
 
 }  // namespace launchagent::sim
