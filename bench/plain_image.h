@@ -89,6 +89,53 @@ inline bool Decode(const std::vector<std::uint8_t>& image, std::array<std::strin
   return at == n;
 }
 
+// The message type of any image of text entries, as a strict reader tells it: every
+// entry checked (its name against its stored hash, unit by unit, since the names of an
+// unknown type are not known in advance), the digits under "msgtype" read; 0 when the
+// image breaks a rule or holds no type.
+inline long MsgType(const std::vector<std::uint8_t>& image) {
+  const std::uint8_t* p = image.data();
+  const std::size_t n = image.size();
+  if (n < 8 || Get32(p) != 0xB293 || Get32(p + 4) != n) return 0;
+  long lngType = -1;
+  std::size_t at = 8;
+  while (at < n) {
+    if (n - at < 16) return 0;
+    const std::uint8_t* e = p + at;
+    if (e[0] != 8 || e[1] != 0) return 0;
+    const std::size_t nName = e[2] | (e[3] << 8);
+    const std::size_t nHead = 12 + 2 * nName + 4;
+    if (n - at < nHead) return 0;
+    std::uint32_t h = 0;
+    for (std::size_t i = 0; i < nName; ++i) {
+      std::uint32_t c = e[12 + 2 * i] | (e[13 + 2 * i] << 8);
+      if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
+      h = ((h << 13) | (h >> 19)) ^ c;
+    }
+    if (h != Get32(e + 4)) return 0;
+    const std::uint32_t nUnits = Get32(e + nHead - 4);
+    if (nUnits > (n - at - nHead) / 2) return 0;
+    const std::size_t nSize = Padded(nHead + 2 * nUnits);
+    if (n - at < nSize) return 0;
+    for (std::size_t i = nHead + 2 * nUnits; i < nSize; ++i)
+      if (e[i] != 0) return 0;
+    const auto lngLink = static_cast<std::int32_t>(Get32(e + 8));
+    const bool bLast = at + nSize == n;
+    if (lngLink != (bLast ? 8 - static_cast<std::int32_t>(at) : static_cast<std::int32_t>(nSize)))
+      return 0;
+    if (lngType < 0 && nName == 7 && h == Hash("msgtype")) {
+      lngType = 0;
+      for (std::size_t i = 0; i < nUnits; ++i) {
+        const std::uint8_t c = e[nHead + 2 * i];
+        if (c < '0' || c > '9' || e[nHead + 2 * i + 1] != 0) return 0;
+        lngType = lngType * 10 + (c - '0');
+      }
+    }
+    at += nSize;
+  }
+  return lngType < 0 ? 0 : lngType;
+}
+
 inline std::vector<std::uint8_t> Encode(const std::array<std::string_view, kFields>& values) {
   static const auto hashes = [] {
     std::array<std::uint32_t, kFields> h{};
