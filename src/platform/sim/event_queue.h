@@ -56,4 +56,36 @@ class EventQueue {
   std::vector<std::uint32_t> free_;
 };
 
+// The same order for the few events one process has pending at a time: keys and
+// events in one array, so a process's next event is a cache line or two away, not three
+// arrays' worth.
+template <class Event>
+class SmallEventQueue {
+ public:
+  void Push(std::int64_t t, std::uint64_t seq, Event event) {
+    items_.push_back(Item{t, seq, std::move(event)});
+    std::push_heap(items_.begin(), items_.end(), Later);
+  }
+  bool Empty() const { return items_.empty(); }
+  std::int64_t NextTime() const { return items_.front().t; }
+  // The earliest event; the queue must not be empty.
+  Event Pop() {
+    std::pop_heap(items_.begin(), items_.end(), Later);
+    Event event = std::move(items_.back().event);
+    items_.pop_back();
+    return event;
+  }
+  void Clear() { items_.clear(); }
+
+ private:
+  struct Item {
+    std::int64_t t;
+    std::uint64_t seq;
+    Event event;
+  };
+  static bool Later(const Item& a, const Item& b) { return a.t != b.t ? a.t > b.t : a.seq > b.seq; }
+
+  std::vector<Item> items_;
+};
+
 }  // namespace launchagent::sim

@@ -40,12 +40,20 @@ class ProcessState {
   std::uint64_t nSpin = 0;
 
   // Own events, due order.
-  EventQueue<Task> events;
+  SmallEventQueue<Task> events;
+  // Its timers and the generation of each one's armed tick. A process has a handful and
+  // every tick looks its timer up: a flat list keeps them together.
   struct TimerRec {
+    ui::Timer* timer = nullptr;
     std::uint64_t gen = 0;
   };
-  std::map<ui::Timer*, TimerRec> timers;
+  std::vector<TimerRec> timers;
   std::uint64_t timerGen = 0;
+  TimerRec* FindTimer(const ui::Timer* timer) {
+    for (TimerRec& rec : timers)
+      if (rec.timer == timer) return &rec;
+    return nullptr;
+  }
   // Senders waiting in SendClose for this process to handle their request.
   struct Waiter {
     ProcessId pid;

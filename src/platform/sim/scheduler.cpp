@@ -402,25 +402,28 @@ void SimEventLoop::EndProcess() { w_.EndNow(p_); }
 
 void SimEventLoop::TimerChanged(ui::Timer& timer) {
   if (!p_.Alive() || p_.bEnding) return;
-  auto& rec = p_.timers[&timer];
-  rec.gen = ++p_.timerGen;
+  ProcessState::TimerRec* rec = p_.FindTimer(&timer);
+  if (!rec) rec = &p_.timers.emplace_back(ProcessState::TimerRec{&timer, 0});
+  const std::uint64_t gen = rec->gen = ++p_.timerGen;
   if (timer.TimerEnabled() && timer.Interval() > 0)
-    Arm(&timer, rec.gen, w_.now + timer.Interval() * kMillisecond);
+    Arm(&timer, gen, w_.now + timer.Interval() * kMillisecond);
 }
 
-void SimEventLoop::TimerGone(ui::Timer& timer) { p_.timers.erase(&timer); }
+void SimEventLoop::TimerGone(ui::Timer& timer) {
+  std::erase_if(p_.timers, [&](const ProcessState::TimerRec& rec) { return rec.timer == &timer; });
+}
 
 void SimEventLoop::Arm(ui::Timer* timer, std::uint64_t gen, Nanos due) {
   w_.PostProcess(p_, due, [this, timer, gen, due] { Tick(timer, gen, due); });
 }
 
 void SimEventLoop::Tick(ui::Timer* timer, std::uint64_t gen, Nanos due) {
-  auto it = p_.timers.find(timer);
-  if (it == p_.timers.end() || it->second.gen != gen) return;
+  const ProcessState::TimerRec* rec = p_.FindTimer(timer);
+  if (!rec || rec->gen != gen) return;
   timer->Fire();
   // Re-armed, disabled or gone inside the handler: that decided the next tick.
-  it = p_.timers.find(timer);
-  if (it == p_.timers.end() || it->second.gen != gen || p_.bEnding) return;
+  rec = p_.FindTimer(timer);
+  if (!rec || rec->gen != gen || p_.bEnding) return;
   if (!timer->TimerEnabled() || timer->Interval() <= 0) return;
   Arm(timer, gen, std::max(w_.now, due + timer->Interval() * kMillisecond));
 }
