@@ -218,9 +218,17 @@ void AgentHostInfo::LogAgentSites() {
   // The count is taken once: a record inserted while the log is written shifts the later
   // ones, and a position past the end is skipped.
   const Long lngCount = GetAgentCount();
-  // Every arrival logs a line per known agent: each line is composed in one buffer that
-  // keeps its size, not in a chain of temporaries.
+  // Every arrival logs a line per known agent: each line is composed in one buffer,
+  // sized once for the longest line, not in a chain of temporaries. Sizing it reads every
+  // record in a tight loop first, so their memory is fetched together rather than one
+  // record per logged line.
+  std::size_t nLongest = 0;
+  for (const std::shared_ptr<clsAgentInfo>& objRecord : colAgents_) {
+    const clsMsgHostInfo* pMsg = objRecord->Message().get();
+    if (pMsg) nLongest = std::max(nLongest, pMsg->GetHostName().size() + pMsg->GetAppPath().size());
+  }
   std::string sLine;
+  sLine.reserve(sizeof("Host= LaunchSite=") + nLongest);
   for (Long i = 1; i <= lngCount; ++i) {
     if (i > GetAgentCount()) continue;
     // The line is complete before it is logged, so the record's own pointer will do: no
@@ -229,7 +237,6 @@ void AgentHostInfo::LogAgentSites() {
     if (!objMsg) continue;
     const std::string& sHostName = objMsg->GetHostName();
     const std::string& sAppPath = objMsg->GetAppPath();
-    sLine.reserve(sizeof("Host= LaunchSite=") + sHostName.size() + sAppPath.size());
     sLine.assign("Host=").append(sHostName).append(" LaunchSite=").append(sAppPath);
     logActivity_(sLine, 5);
   }
