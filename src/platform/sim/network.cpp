@@ -25,7 +25,7 @@ class SimSocketArray : public platform::SocketArray {
   SimSocketArray(World::Impl& w, std::weak_ptr<ProcessState> proc, HostId host, ProcessId pid,
                  std::string sName)
       : w_(w), proc_(std::move(proc)), host_(host), pid_(pid), sName_(std::move(sName)) {
-    slots_[0] = Slot{};
+    slots_.emplace_back(0, Slot{});
   }
   ~SimSocketArray() override {
     alive_.reset();
@@ -34,17 +34,17 @@ class SimSocketArray : public platform::SocketArray {
   }
 
   bool Load(Long i) override {
-    if (!Live() || i < 1 || i > kMaxPosition || slots_.count(i)) return false;
-    const Slot& t = slots_[0];
+    if (!Live() || i < 1 || i > kMaxPosition || Get(i)) return false;
+    const Slot& t = slots_.front().second;
     Slot s;
     s.localPort = t.localPort;
     s.remotePort = t.remotePort;
     s.remoteHost = t.remoteHost;
-    slots_[i] = std::move(s);
+    slots_.emplace(Position(i), i, std::move(s));
     return true;
   }
-  bool Exists(Long i) const override { return slots_.count(i) != 0; }
-  Long UBound() const override { return slots_.rbegin()->first; }
+  bool Exists(Long i) const override { return Get(i) != nullptr; }
+  Long UBound() const override { return slots_.back().first; }
   bool SetLocalPort(Long i, Long port) override {
     Slot* s = Get(i);
     if (!s || port < 0 || port > kMaxPort) return false;
@@ -70,14 +70,14 @@ class SimSocketArray : public platform::SocketArray {
     return true;
   }
   std::optional<std::string> Tag(Long i) const override {
-    auto it = slots_.find(i);
-    if (it == slots_.end()) return std::nullopt;
-    return it->second.tag;
+    const Slot* s = Get(i);
+    if (!s) return std::nullopt;
+    return s->tag;
   }
   std::optional<Integer> State(Long i) const override {
-    auto it = slots_.find(i);
-    if (it == slots_.end()) return std::nullopt;
-    return StateOf(it->second);
+    const Slot* s = Get(i);
+    if (!s) return std::nullopt;
+    return StateOf(*s);
   }
 
   bool Listen(Long i) override {
@@ -154,9 +154,9 @@ class SimSocketArray : public platform::SocketArray {
   }
 
   bool Close(Long i) override {
-    auto it = slots_.find(i);
-    if (it == slots_.end() || proc_.expired()) return false;
-    CloseSlot(i, it->second);
+    Slot* s = Get(i);
+    if (!s || proc_.expired()) return false;
+    CloseSlot(i, *s);
     return true;
   }
 
@@ -200,10 +200,16 @@ class SimSocketArray : public platform::SocketArray {
     if (s.ep) return s.ep->state;
     return kSckClosed;
   }
-  Slot* Get(Long i) {
-    auto it = slots_.find(i);
-    return it == slots_.end() ? nullptr : &it->second;
+  // Where position i is or would go in slots_.
+  std::vector<std::pair<Long, Slot>>::iterator Position(Long i) {
+    return std::lower_bound(slots_.begin(), slots_.end(), i,
+                            [](const std::pair<Long, Slot>& e, Long n) { return e.first < n; });
   }
+  Slot* Get(Long i) {
+    const auto it = Position(i);
+    return it == slots_.end() || it->first != i ? nullptr : &it->second;
+  }
+  const Slot* Get(Long i) const { return const_cast<SimSocketArray*>(this)->Get(i); }
   bool Live() const {
     auto p = proc_.lock();
     return p && p->Alive();
@@ -234,7 +240,9 @@ class SimSocketArray : public platform::SocketArray {
   HostId host_;
   ProcessId pid_;
   std::string sName_;
-  std::map<Long, Slot> slots_;
+  // By position, ascending: a table holds a few positions and every arrival, send and
+  // state query looks one up, so they lie in one array rather than in a tree.
+  std::vector<std::pair<Long, Slot>> slots_;
   std::map<Long, std::pair<Long, std::weak_ptr<Endpoint>>> requests_;  // id -> (position, client)
   std::shared_ptr<int> alive_ = std::make_shared<int>(0);
 };
