@@ -46,11 +46,19 @@ void World::Impl::PostWorld(Nanos t, Task fn) {
 void World::Impl::PostProcess(ProcessState& p, Nanos t, Task fn) {
   if (!p.Alive() || p.bEnding) return;
   if (t < now) t = now;
+  // One world entry wakes the process for all its events due then: when one for the same
+  // time is still pending, its dispatch drains this event too (two timers of a process
+  // tick together every second), so the queue holds one entry, not one per event.
+  if (p.eventEntryAt == t) {
+    p.events.Push(t, nextSeq++, std::move(fn));
+    return;
+  }
   Entry e;
   e.t = t;
   e.pid = p.pid;
   e.type = Entry::Type::Event;
   Push(std::move(e));
+  p.eventEntryAt = t;
   p.events.Push(t, nextSeq - 1, std::move(fn));
 }
 
@@ -114,6 +122,7 @@ void World::Impl::Dispatch(Entry& e) {
     return;
   }
   ProcessState* p = Proc(e.pid);
+  if (p && e.type == Entry::Type::Event && p->eventEntryAt == e.t) p->eventEntryAt = -1;
   if (!p || !p->Alive()) return;  // events of a dead process are dropped
   switch (e.type) {
     case Entry::Type::Start:
