@@ -42,7 +42,9 @@ class World::Impl {
     ProcessId pid = 0;
     Type type = Type::World;
     std::uint64_t token = 0;
-    Task fn;
+    // World entries: their work's position in worldTasks plus one. Most entries only
+    // wake a process, so the heap's entries stay small and carry no work.
+    std::uint32_t task = 0;
   };
   void Push(Entry e);
   void PostWorld(Nanos t, Task fn);
@@ -135,6 +137,8 @@ class World::Impl {
   Nanos now = 0;
   std::uint64_t nextSeq = 0;
   EventQueue<Entry> heap;
+  std::vector<Task> worldTasks;
+  std::vector<std::uint32_t> freeWorldTasks;
   ProcessState* current = nullptr;
   bool bTearingDown = false;
   std::size_t nStackBytes = 1024 * 1024;

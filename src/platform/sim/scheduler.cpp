@@ -39,7 +39,14 @@ void World::Impl::PostWorld(Nanos t, Task fn) {
   Entry e;
   e.t = t;
   e.type = Entry::Type::World;
-  e.fn = std::move(fn);
+  if (freeWorldTasks.empty()) {
+    worldTasks.push_back(std::move(fn));
+    e.task = static_cast<std::uint32_t>(worldTasks.size());
+  } else {
+    e.task = freeWorldTasks.back();
+    freeWorldTasks.pop_back();
+    worldTasks[e.task - 1] = std::move(fn);
+  }
   Push(std::move(e));
 }
 
@@ -118,7 +125,10 @@ bool World::Impl::Call(ProcessId pid, std::function<void()> fn) {
 
 void World::Impl::Dispatch(Entry& e) {
   if (e.type == Entry::Type::World) {
-    if (e.fn) e.fn();
+    // Taken out first: the work may post more.
+    Task fn = std::move(worldTasks[e.task - 1]);
+    freeWorldTasks.push_back(e.task);
+    if (fn) fn();
     return;
   }
   ProcessState* p = Proc(e.pid);

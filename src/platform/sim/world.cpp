@@ -79,6 +79,7 @@ World::Impl::~Impl() {
   transcript.Close();
   KillAll();
   heap.Clear();
+  worldTasks.clear();
   rawEndpoints.clear();
   processes.clear();
   hosts.clear();
