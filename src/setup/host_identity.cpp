@@ -18,9 +18,16 @@ std::string DottedAddress(const platform::HostEntry& entry) {
   const auto& bytes = entry.addresses.front();
   const std::size_t n = std::min<std::size_t>(
       bytes.size(), static_cast<std::size_t>(std::max<Integer>(0, entry.nAddressLength)));
+  // Every broadcast asks the address of each host: the digits are written in place.
   std::string s;
-  for (std::size_t i = 0; i < n; ++i) s += std::to_string(bytes[i]) + ".";
-  if (!s.empty()) s.pop_back();
+  s.reserve(4 * n);
+  for (std::size_t i = 0; i < n; ++i) {
+    if (i > 0) s += '.';
+    const unsigned v = bytes[i];
+    if (v >= 100) s += static_cast<char>('0' + v / 100);
+    if (v >= 10) s += static_cast<char>('0' + v / 10 % 10);
+    s += static_cast<char>('0' + v % 10);
+  }
   return s;
 }
 
