@@ -161,9 +161,9 @@ class SimSocketArray : public platform::SocketArray {
   }
 
   std::optional<std::string> RemoteHostIP(Long i) const override {
-    auto it = slots_.find(i);
-    if (it == slots_.end() || !it->second.ep) return std::nullopt;
-    return FormatAddress(w_.hosts[it->second.ep->peerHost]->address);
+    const Slot* s = Get(i);
+    if (!s || !s->ep) return std::nullopt;
+    return FormatAddress(w_.hosts[s->ep->peerHost]->address);
   }
 
   // Network side.
