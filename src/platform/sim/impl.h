@@ -18,6 +18,7 @@
 #include "platform/sim/process_services.h"
 #include "platform/sim/process_state.h"
 #include "platform/sim/process_table.h"
+#include "platform/sim/raw_connections.h"
 #include "platform/sim/transcript_writer.h"
 #include "platform/sim/world.h"
 #include "platform/ui/controls.h"
@@ -124,6 +125,8 @@ class World::Impl {
   // Callers test NetTracing first: composing a line nobody reads is most of its cost.
   bool NetTracing() const { return bNetTrace && transcript.Wanted(); }
   void NetLine(HostId host, const std::string& sText);
+  // "send A -> B " and what describeSend makes of the bytes.
+  void SendLine(const Endpoint& ep, const Bytes& data);
 
   // Transcript.
   void Record(std::optional<HostId> host, TranscriptKind kind, const std::string& sText);
@@ -146,8 +149,9 @@ class World::Impl {
 
   Links links;
   bool bNetTrace = false;
+  std::function<std::string(const Bytes&)> describeSend;
   std::uint64_t nextEndpoint = 0;
-  std::vector<std::shared_ptr<Endpoint>> rawEndpoints;
+  RawConnections raw{*this};
 
   std::uint64_t sharesGen = 0;  // bumps when hosts or shares change
   std::uint64_t sharesCacheGen = UINT64_MAX;

@@ -244,6 +244,10 @@ void World::Impl::NetLine(HostId host, const std::string& sText) {
   if (bNetTrace) Record(host, TranscriptKind::Net, sText);
 }
 
+void World::Impl::SendLine(const Endpoint& ep, const Bytes& data) {
+  NetLine(ep.host, "send " + EndpointText(ep) + " " + describeSend(data));
+}
+
 std::string World::Impl::EndpointText(const Endpoint& ep) const {
   std::string s = FormatAddress(hosts[ep.host]->address) + ":" + std::to_string(ep.localPort);
   if (ep.remotePort)
@@ -392,6 +396,7 @@ bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
 
 void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   if (ep->bDead || ep->state != kSckConnected) return;
+  if (describeSend && NetTracing()) SendLine(*ep, data);
   auto peer = ep->peer.lock();
   if (!peer || peer->bDead) {
     HalfOpenSend(ep);

@@ -79,7 +79,7 @@ World::Impl::~Impl() {
   transcript.Close();
   KillAll();
   heap.Clear();
-  rawEndpoints.clear();
+  raw.Clear();
   processes.clear();
   hosts.clear();
 }

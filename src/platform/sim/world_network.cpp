@@ -47,22 +47,13 @@ void World::Heal(HostId from, HostId to) { impl_->links.Heal(from, to, impl_->no
 void World::MergeNextSends(HostId from, HostId to) { impl_->links.MergeNextSends(from, to); }
 void World::SplitNextSend(HostId from, HostId to) { impl_->links.SplitNextSend(from, to); }
 void World::SetNetTrace(bool bOn) { impl_->bNetTrace = bOn; }
+void World::SetSendText(std::function<std::string(const Bytes&)> describe) {
+  impl_->describeSend = std::move(describe);
+}
 
 void World::RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
                     bool bCloseAfter) {
-  Impl& w = *impl_;
-  if (from >= w.hosts.size() || !w.hosts[from]->bUp) return;
-  auto ep = w.NewEndpoint(from, 0);
-  ep->localPort = w.EphemeralPort(*w.hosts[from]);
-  std::weak_ptr<Endpoint> weak = ep;
-  ep->onConnected = [&w, weak, data = std::move(data), bCloseAfter] {
-    auto e = weak.lock();
-    if (!e) return;
-    w.Send(e, data);
-    if (bCloseAfter) w.CloseEndpoint(e, true);
-  };
-  w.rawEndpoints.push_back(ep);
-  w.StartConnect(ep, sTarget, lngPort);
+  impl_->raw.Send(from, sTarget, lngPort, std::move(data), bCloseAfter);
 }
 
 }  // namespace launchagent::sim
