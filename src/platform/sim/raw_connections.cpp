@@ -20,13 +20,13 @@ void RawConnections::Send(HostId from, const std::string& sTarget, Long lngPort,
   conn = std::make_shared<Conn>();
   conn->queued.push_back(std::move(data));
   conn->bClose = bClose;
-  auto ep = w_.NewEndpoint(from, 0);
-  ep->localPort = w_.EphemeralPort(*w_.hosts[from]);
+  auto ep = w_.net.NewEndpoint(from, 0);
+  ep->localPort = w_.net.EphemeralPort(*w_.hosts[from]);
   conn->ep = ep;
   ep->onConnected = [this, conn] { Flush(*conn); };
   endpoints_.push_back(ep);
   if (!bClose) kept_[key] = conn;
-  w_.StartConnect(ep, sTarget, lngPort);
+  w_.net.StartConnect(ep, sTarget, lngPort);
 }
 
 std::shared_ptr<RawConnections::Conn> RawConnections::Kept(const Key& key) {
@@ -47,8 +47,8 @@ void RawConnections::Flush(Conn& c) {
   if (!ep) return;
   std::vector<Bytes> queued;
   queued.swap(c.queued);
-  for (const Bytes& data : queued) w_.Send(ep, data);
-  if (c.bClose) w_.CloseEndpoint(ep, true);
+  for (const Bytes& data : queued) w_.net.Send(ep, data);
+  if (c.bClose) w_.net.CloseEndpoint(ep, true);
 }
 
 void RawConnections::Clear() {
