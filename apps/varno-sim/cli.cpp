@@ -124,6 +124,7 @@ std::string UsageText() {
          "                  two transcripts differ (exit 1)\n"
          "  --quiet         do not print the transcript\n"
          "  --net           show network events (connects, accepts, closes, errors)\n"
+         "                  and each send with its message image, decoded\n"
          "  --report OUT.html  write a picture of the run: a timeline per host with\n"
          "                  the agent, Varno, its own check-in age, faults and\n"
          "                  messages; hovering a mark shows its transcript line\n"

@@ -37,6 +37,16 @@ void Parser::At(const Words& t) {
       {"type", [](Parser& p, Action& a, const Words& r) { return p.Control(a, r, "type"); }},
       {"close-window", [](Parser& p, Action& a, const Words& r) { return p.CloseWindow(a, r); }},
       {"show", [](Parser& p, Action& a, const Words& r) { return p.ShowForm(a, r); }},
+      {"file", [](Parser& p, Action& a, const Words& r) { return p.ChangeFile(a, r, false); }},
+      {"hidden-file",
+       [](Parser& p, Action& a, const Words& r) { return p.ChangeFile(a, r, true); }},
+      {"delete", [](Parser& p, Action& a, const Words& r) { return p.Delete(a, r); }},
+      {"share", [](Parser& p, Action& a, const Words& r) { return p.AddShare(a, r); }},
+      {"drop-share", [](Parser& p, Action& a, const Words& r) { return p.DropShare(a, r); }},
+      {"visible-shares",
+       [](Parser& p, Action& a, const Words& r) { return p.VisibleShares(a, r); }},
+      {"share-search",
+       [](Parser& p, Action& a, const Words& r) { return p.ChangeShareSearch(a, r); }},
   };
 
   if (t.size() < 3) return Error("expected: at HH:MM:SS ACTION ...");
@@ -53,6 +63,7 @@ void Parser::At(const Words& t) {
   if (verb == kVerbs.end()) return Error("unknown action '" + t[2].sText + "'");
   // The words after the verb.
   const Words r(t.begin() + 3, t.end());
+  bFilePending_ = false;
   if (!verb->second(*this, a, r)) return;
   Step step;
   step.action = std::move(a);
@@ -64,6 +75,10 @@ void Parser::At(const Words& t) {
     bag_ = PropertyBag();
   }
   bBagPending_ = false;
+  if (auto* file = std::get_if<act::WriteFile>(&S().steps.back().action.what);
+      file && bFilePending_)
+    ExpectFileText(file->file);
+  bFilePending_ = false;
 }
 
 bool Parser::OneHost(Action& a, const Words& r, const std::string& sUsage) {
@@ -175,16 +190,22 @@ bool Parser::Partition(Action& a, const Words& r, bool bHeal) {
   return true;
 }
 
-// send A -> B[:PORT] hex HEX... | send A -> B[:PORT] bag (entries on '|' lines)
+// send A -> B[:PORT] hex HEX... [keep] | send A -> B[:PORT] bag [keep] (entries on '|'
+// lines)
 bool Parser::Send(Action& a, const Words& r) {
   act::SendBytes& x = a.what.emplace<act::SendBytes>();
-  const char* kUsage = "expected: at TIME send A -> B[:PORT] hex HEX... | bag";
-  if (r.size() < 4 || r[1].sText != "->") {
+  const char* kUsage = "expected: at TIME send A -> B[:PORT] hex HEX... [keep] | bag [keep]";
+  Words w = r;
+  if (w.size() > 4 && !w.back().bQuoted && AsciiLower(w.back().sText) == "keep") {
+    x.bKeep = true;
+    w.pop_back();
+  }
+  if (w.size() < 4 || w[1].sText != "->") {
     Error(kUsage);
     return false;
   }
-  a.sHost = r[0].sText;
-  std::string sTarget = r[2].sText;
+  a.sHost = w[0].sText;
+  std::string sTarget = w[2].sText;
   const std::size_t colon = sTarget.find(':');
   if (colon != std::string::npos) {
     const auto n = ParseNumber<int>(sTarget.substr(colon + 1));
@@ -196,10 +217,10 @@ bool Parser::Send(Action& a, const Words& r) {
     sTarget.resize(colon);
   }
   a.sPeer = sTarget;
-  const std::string sMode = AsciiLower(r[3].sText);
+  const std::string sMode = AsciiLower(w[3].sText);
   if (sMode == "hex") {
     std::string sHex;
-    for (std::size_t i = 4; i < r.size(); ++i) sHex += r[i].sText;
+    for (std::size_t i = 4; i < w.size(); ++i) sHex += w[i].sText;
     const auto bytes = ParseHex(sHex);
     if (!bytes || bytes->empty()) {
       Error("hex takes pairs of hex digits such as 0a ff 10");
@@ -208,7 +229,7 @@ bool Parser::Send(Action& a, const Words& r) {
     x.bytes = *bytes;
     return true;
   }
-  if (sMode == "bag" && r.size() == 4) {
+  if (sMode == "bag" && w.size() == 4) {
     bBagPending_ = true;
     return true;
   }

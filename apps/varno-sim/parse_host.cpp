@@ -126,35 +126,58 @@ bool Parser::HostProperty(const std::string& sKey, const Words& t) {
 // file PATH [text "..."] | [program launch|varno [k=v ...]]; payload lines follow a
 // file with neither.
 void Parser::File(const Words& t, bool bHidden) {
-  if (t.size() < 2) return Error("expected: file PATH [text \"...\" | program NAME ...]");
   FileSetup f;
-  f.nLine = nLine_;
   f.bHidden = bHidden;
+  bool bPayload = false;
+  if (!FileWords(t, f, bPayload)) return;
+  host_->files.push_back(std::move(f));
+  if (bPayload) ExpectFileText(host_->files.back());
+}
+
+void Parser::ExpectFileText(FileSetup& f) {
+  payload_ = PayloadKind::kFileText;
+  pendingFile_ = &f;
+}
+
+// Fills f from the words of a file statement (t[1] is the path); false after an error.
+// bPayload: the file's lines follow on '|' lines.
+bool Parser::FileWords(const Words& t, FileSetup& f, bool& bPayload) {
+  if (t.size() < 2) {
+    Error("expected: file PATH [text \"...\" | program NAME ...]");
+    return false;
+  }
+  f.nLine = nLine_;
   f.sPath = t[1].sText;
-  if (!IsDrivePath(f.sPath) || f.sPath.back() == '\\')
-    return Error("file needs a full path such as C:\\Apps\\Varno2.exe");
+  if (!IsDrivePath(f.sPath) || f.sPath.back() == '\\') {
+    Error("file needs a full path such as C:\\Apps\\Varno2.exe");
+    return false;
+  }
   if (t.size() == 2) {
-    host_->files.push_back(std::move(f));
-    payload_ = PayloadKind::kFileText;
-    return;
+    bPayload = true;
+    return true;
   }
   const std::string sMode = AsciiLower(t[2].sText);
   if (sMode == "text") {
-    if (!Arity(t, 4, 4, "file PATH text \"CONTENT\"")) return;
+    if (!Arity(t, 4, 4, "file PATH text \"CONTENT\"")) return false;
     f.sText = t[3].sText;
-  } else if (sMode == "program") {
-    if (t.size() < 4) return Error("expected: file PATH program launch|varno [OPTION=VALUE ...]");
+    return true;
+  }
+  if (sMode == "program") {
+    if (t.size() < 4) {
+      Error("expected: file PATH program launch|varno [OPTION=VALUE ...]");
+      return false;
+    }
     ProgramOptions(f, t);
-    if (f.sProgram.empty()) return;
-  } else if (!t[1].bQuoted) {
-    return Error(
+    return !f.sProgram.empty();
+  }
+  if (!t[1].bQuoted)
+    Error(
         "after the path: text \"...\" or program NAME (a path with blanks goes in "
         "double quotes: " +
         QuotedGuess(t, 1, {"text", "program"}) + ")");
-  } else {
-    return Error("after the path: text \"...\" or program NAME");
-  }
-  host_->files.push_back(std::move(f));
+  else
+    Error("after the path: text \"...\" or program NAME");
+  return false;
 }
 
 // Fills f.sProgram and f.options from "program NAME [k=v ...]"; sProgram stays empty
@@ -209,39 +232,78 @@ void Parser::Window(const Words& t) {
 
 // share \\host\share -> FOLDER [unreadable]
 void Parser::Share(const Words& t) {
-  if (!Arity(t, 4, 5, "share \\\\HOST\\SHARE -> FOLDER [unreadable]") || t[2].sText != "->")
-    return Error("expected: share \\\\HOST\\SHARE -> FOLDER [unreadable]");
   ShareSetup s;
-  s.nLine = nLine_;
-  s.sUNC = t[1].sText;
-  if (s.sUNC.size() < 5 || s.sUNC.compare(0, 2, "\\\\") != 0 ||
-      s.sUNC.find('\\', 2) == std::string::npos || s.sUNC.back() == '\\')
-    return Error("bad share name '" + s.sUNC + "' (\\\\host\\share)");
-  const std::string sOwner = s.sUNC.substr(2, s.sUNC.find('\\', 2) - 2);
+  if (!ShareWords(t, s)) return;
+  const std::string sOwner = ShareOwner(s.sUNC);
   if (AsciiLower(sOwner) != AsciiLower(host_->sName))
     return Error("share '" + s.sUNC + "' names host '" + sOwner + "' but stands under host '" +
                  host_->sName + "'");
-  if (!IsDrivePath(t[3].sText)) return Error("a share reaches a folder such as C:\\Apps");
-  s.sFolder = StripTrailingBackslash(t[3].sText);
-  if (t.size() == 5) {
-    if (AsciiLower(t[4].sText) != "unreadable") return Error("after the folder only 'unreadable'");
-    s.bReadable = false;
-  }
   host_->shares.push_back(std::move(s));
 }
 
+bool Parser::ShareWords(const Words& t, ShareSetup& s) {
+  if (!Arity(t, 4, 5, "share \\\\HOST\\SHARE -> FOLDER [unreadable]") || t[2].sText != "->") {
+    Error("expected: share \\\\HOST\\SHARE -> FOLDER [unreadable]");
+    return false;
+  }
+  s.nLine = nLine_;
+  s.sUNC = t[1].sText;
+  if (!ShareName(s.sUNC)) return false;
+  if (!IsDrivePath(t[3].sText)) {
+    Error("a share reaches a folder such as C:\\Apps");
+    return false;
+  }
+  s.sFolder = StripTrailingBackslash(t[3].sText);
+  if (t.size() == 5) {
+    if (AsciiLower(t[4].sText) != "unreadable") {
+      Error("after the folder only 'unreadable'");
+      return false;
+    }
+    s.bReadable = false;
+  }
+  return true;
+}
+
+bool Parser::ShareName(const std::string& sUNC) {
+  if (sUNC.size() < 5 || sUNC.compare(0, 2, "\\\\") != 0 ||
+      sUNC.find('\\', 2) == std::string::npos || sUNC.back() == '\\') {
+    Error("bad share name '" + sUNC + "' (\\\\host\\share)");
+    return false;
+  }
+  return true;
+}
+
+std::string Parser::ShareOwner(const std::string& sUNC) {
+  return sUNC.substr(2, sUNC.find('\\', 2) - 2);
+}
+
 void Parser::ShareSearch(const Words& t) {
+  ShareSearchWords(t, host_->shareSearchTime, host_->bShareSearchError);
+}
+
+// share-search [time=DURATION] [error], from t[1] on.
+bool Parser::ShareSearchWords(const Words& t, std::optional<Nanos>& time, bool& bError) {
   const Options o = SplitOptions(t, 1);
   for (const std::string& f : o.flags) {
-    if (AsciiLower(f) != "error") return Error("share-search takes time=DURATION and error");
-    host_->bShareSearchError = true;
+    if (AsciiLower(f) != "error") {
+      Error("share-search takes time=DURATION and error");
+      return false;
+    }
+    bError = true;
   }
   for (const auto& [k, v] : o.values) {
-    if (k != "time") return Error("share-search takes time=DURATION and error");
+    if (k != "time") {
+      Error("share-search takes time=DURATION and error");
+      return false;
+    }
     const auto d = ParseDuration(v);
-    if (!d) return BadDuration(v);
-    host_->shareSearchTime = *d;
+    if (!d) {
+      BadDuration(v);
+      return false;
+    }
+    time = *d;
   }
+  return true;
 }
 
 void Parser::SystemFolder(const Words& t) {

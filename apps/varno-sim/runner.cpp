@@ -7,6 +7,8 @@
 
 #include "agent/agent.h"
 #include "form_lines.h"
+#include "messages/image_text.h"
+#include "messages/property_bag.h"
 #include "platform/date_time.h"
 #include "platform/main_app_window.h"
 #include "platform/sim/world.h"
@@ -34,6 +36,14 @@ std::string JoinOptions(const std::vector<std::pair<std::string, std::string>>& 
   return s;
 }
 
+// A send in the net trace: the message image it carries, decoded, on one line.
+std::string SendText(const Bytes& data) {
+  PropertyBag bag;
+  const std::string sSize = std::to_string(data.size()) + " bytes";
+  if (!bag.SetContents(data)) return sSize + ", not one image";
+  return "image " + sSize + ": " + image_text::ShowImageLine(bag);
+}
+
 // One run: the world and the agents living in it. The agents' map is declared before
 // the world, so it outlives the world's destructor, which unwinds every agent.
 class Run {
@@ -42,6 +52,7 @@ class Run {
       : scenario_(scenario),
         world_(std::make_unique<sim::World>(options.lngSeed.value_or(scenario.lngSeed))) {
     world_->SetNetTrace(scenario.bNetEvents || options.bNetEvents);
+    world_->SetSendText(SendText);
     if (options.sink) world_->SetTranscriptSink(options.sink);
     world_->KeepTranscript(options.bKeepTranscript);
     world_->SetStartDateTime(DateTime::FromCivil(scenario.nYear, scenario.nMonth, scenario.nDay,
@@ -118,13 +129,8 @@ class Run {
       if (!w.MakeFolder(id, sFolder)) fail(h.nLine, "cannot make folder '" + sFolder + "'");
     for (const DiskSetup& d : h.disks)
       w.SetDiskCapacity(id, d.sDrive[0], static_cast<std::uint64_t>(d.lngCapacity));
-    for (const FileSetup& f : h.files) {
-      const bool bOk = f.sProgram.empty()
-                           ? w.WriteFile(id, f.sPath, f.sText, f.bHidden)
-                           : w.WriteProgramFile(id, f.sPath, f.sProgram, JoinOptions(f.options)) &&
-                                 (!f.bHidden || w.SetHidden(id, f.sPath, true));
-      if (!bOk) fail(f.nLine, "cannot write file '" + f.sPath + "'");
-    }
+    for (const FileSetup& f : h.files)
+      if (!WriteFileSetup(id, f)) fail(f.nLine, "cannot write file '" + f.sPath + "'");
     for (const ShareSetup& s : h.shares)
       if (!w.AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
         fail(s.nLine, "cannot add share '" + s.sUNC + "' (does '" + s.sFolder + "' exist?)");
@@ -234,7 +240,7 @@ class Run {
     world_->RestartHost(id, true);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::SendBytes& x) {
-    world_->RawSend(id, world_->HostName(peer), x.nPort, x.bytes);
+    world_->RawSend(id, world_->HostName(peer), x.nPort, x.bytes, !x.bKeep);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::MergeNextSends&) {
     world_->MergeNextSends(id, peer);
@@ -309,6 +315,41 @@ class Run {
     const auto form = world_->FindForm(id, x.sForm);
     if (!form || !form->form) return ActionFailed(a, "no window " + x.sForm);
     for (const std::string& s : FormLines(*form->form)) world_->Note(id, "show " + s);
+  }
+
+  // Changes of the host during the run.
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::WriteFile& x) {
+    if (!WriteFileSetup(id, x.file)) ActionFailed(a, "cannot write file '" + x.file.sPath + "'");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::Delete& x) {
+    if (!world_->RemovePath(id, x.sPath)) ActionFailed(a, "no file or folder '" + x.sPath + "'");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::AddShare& x) {
+    const ShareSetup& s = x.share;
+    world_->RemoveShare(id, ShareName(s.sUNC));
+    if (!world_->AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
+      ActionFailed(a, "cannot add share '" + s.sUNC + "'");
+  }
+  void Do(const Action& a, sim::HostId id, sim::HostId, const act::DropShare& x) {
+    if (!world_->RemoveShare(id, ShareName(x.sUNC))) ActionFailed(a, "no share '" + x.sUNC + "'");
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId, const act::VisibleShares& x) {
+    if (x.names)
+      world_->SetVisibleShares(id, *x.names);
+    else
+      world_->ClearVisibleShares(id);
+  }
+  void Do(const Action&, sim::HostId id, sim::HostId, const act::ShareSearch& x) {
+    world_->SetShareSearchTime(id, x.time);
+    world_->SetShareSearchError(id, x.bError);
+  }
+
+  bool WriteFileSetup(sim::HostId id, const FileSetup& f) {
+    sim::World& w = *world_;
+    return f.sProgram.empty()
+               ? w.WriteFile(id, f.sPath, f.sText, f.bHidden)
+               : w.WriteProgramFile(id, f.sPath, f.sProgram, JoinOptions(f.options)) &&
+                     (!f.bHidden || w.SetHidden(id, f.sPath, true));
   }
 
   void KillAll(const Action& a, sim::HostId id, const char* sKind) {

@@ -122,6 +122,7 @@ struct Heal {};  // host "*": every partition
 struct SendBytes {
   int nPort = 1230;
   std::vector<std::uint8_t> bytes;
+  bool bKeep = false;  // the connection stays open for the next send from A to B:PORT
 };
 struct MergeNextSends {};  // the next two sends arrive as one
 struct SplitNextSend {};   // the next send arrives in two parts
@@ -141,13 +142,34 @@ struct CloseWindow {
 struct ShowForm {
   std::string sForm;  // every control's state into the transcript
 };
+// Changes of a host during the run, in the words of its host statements.
+struct WriteFile {
+  FileSetup file;  // written or replaced
+};
+struct Delete {
+  std::string sPath;  // a file, or a folder with everything in it
+};
+struct AddShare {
+  ShareSetup share;  // the host is the share's owner; one of that name is replaced
+};
+struct DropShare {
+  std::string sUNC;
+};
+struct VisibleShares {
+  std::optional<std::vector<std::string>> names;  // nullopt: back to the default
+};
+struct ShareSearch {
+  std::optional<Nanos> time;  // nullopt: drawn per search
+  bool bError = false;
+};
 }  // namespace act
 
 using ActionBody =
     std::variant<act::StartAgent, act::Start, act::CloseApp, act::KillApp, act::KillAgent,
                  act::Crash, act::Restart, act::OpenSetup, act::ClockJump, act::Partition,
                  act::Heal, act::SendBytes, act::MergeNextSends, act::SplitNextSend, act::Click,
-                 act::Select, act::Type, act::CloseWindow, act::ShowForm>;
+                 act::Select, act::Type, act::CloseWindow, act::ShowForm, act::WriteFile,
+                 act::Delete, act::AddShare, act::DropShare, act::VisibleShares, act::ShareSearch>;
 
 struct Action {
   int nLine = 0;

@@ -157,9 +157,8 @@ void Parser::Payload(std::string sText) {
   // One blank after the bar is the separator, the rest is content.
   if (!sText.empty() && sText[0] == ' ') sText.erase(0, 1);
   if (payload_ == PayloadKind::kFileText) {
-    FileSetup& f = host_->files.back();
-    f.sText += sText;
-    f.sText += "\r\n";
+    pendingFile_->sText += sText;
+    pendingFile_->sText += "\r\n";
     return;
   }
   if (payload_ == PayloadKind::kBag) {

@@ -3,6 +3,7 @@
 // their own: lines and world statements (scenario_parser.cpp), host properties
 // (parse_host.cpp), actions (parse_actions.cpp), expectations (parse_expectations.cpp)
 // and the whole-scenario checks (validate.cpp).
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,10 +39,16 @@ class Parser {
   // Host properties: false when the word names none.
   bool HostProperty(const std::string& sKey, const Words& t);
   void File(const Words& t, bool bHidden);
+  bool FileWords(const Words& t, FileSetup& f, bool& bPayload);
+  void ExpectFileText(FileSetup& f);
   void ProgramOptions(FileSetup& f, const Words& t);
   void Window(const Words& t);
   void Share(const Words& t);
+  bool ShareWords(const Words& t, ShareSetup& s);
+  bool ShareName(const std::string& sUNC);
+  static std::string ShareOwner(const std::string& sUNC);
   void ShareSearch(const Words& t);
+  bool ShareSearchWords(const Words& t, std::optional<Nanos>& time, bool& bError);
   void Sockets(const Words& t);
   void SystemFolder(const Words& t);
   void Disk(const Words& t);
@@ -58,6 +65,13 @@ class Parser {
   bool Control(Action& a, const Words& r, const std::string& sVerb);
   bool CloseWindow(Action& a, const Words& r);
   bool ShowForm(Action& a, const Words& r);
+  // Changes of a host during the run (parse_changes.cpp).
+  bool ChangeFile(Action& a, const Words& r, bool bHidden);
+  bool Delete(Action& a, const Words& r);
+  bool AddShare(Action& a, const Words& r);
+  bool DropShare(Action& a, const Words& r);
+  bool VisibleShares(Action& a, const Words& r);
+  bool ChangeShareSearch(Action& a, const Words& r);
 
   void Expect(const Words& t);
   void Chain(const Words& t);
@@ -74,6 +88,8 @@ class Parser {
   HostSetup* host_ = nullptr;
   bool bChainOpen_ = false;  // the last statement was an expectation or one of its steps
   PayloadKind payload_ = PayloadKind::kNone;
+  FileSetup* pendingFile_ = nullptr;  // takes the '|' lines of a file statement or action
+  bool bFilePending_ = false;         // the action being parsed wants file lines
   bool bBagPending_ = false;
   act::SendBytes* pendingBag_ = nullptr;
   PropertyBag bag_;

@@ -9,6 +9,20 @@ void AppendHexByte(std::string& s, unsigned n) {
   s.push_back(kDigits[n & 0xF]);
 }
 
+// Control characters as \xNN, so the text stays on its line; bQuoted doubles quotes.
+void AppendShown(std::string& sOut, const std::string& sValue, bool bQuoted) {
+  for (const char c : sValue) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u < 0x20 || u == 0x7F) {
+      sOut += "\\x";
+      AppendHexByte(sOut, u);
+    } else {
+      if (bQuoted && c == '"') sOut += '"';
+      sOut += c;
+    }
+  }
+}
+
 }  // namespace
 
 bool BuildImage(const std::string& sText, Bytes& byteImage, std::string& sError) {
@@ -49,16 +63,20 @@ std::string ShowImage(const PropertyBag& bag) {
   for (const auto& entry : bag.Entries()) {
     sOut += entry.sName;
     sOut += '=';
-    for (const char c : entry.sValue) {
-      const auto u = static_cast<unsigned char>(c);
-      if (u < 0x20 || u == 0x7F) {
-        sOut += "\\x";
-        AppendHexByte(sOut, u);
-      } else {
-        sOut += c;
-      }
-    }
+    AppendShown(sOut, entry.sValue, false);
     sOut += '\n';
+  }
+  return sOut;
+}
+
+std::string ShowImageLine(const PropertyBag& bag) {
+  std::string sOut;
+  for (const auto& entry : bag.Entries()) {
+    if (!sOut.empty()) sOut += ' ';
+    sOut += entry.sName;
+    sOut += "=\"";
+    AppendShown(sOut, entry.sValue, true);
+    sOut += '"';
   }
   return sOut;
 }

@@ -19,6 +19,10 @@ bool BuildImage(const std::string& sText, Bytes& byteImage, std::string& sError)
 // Control characters in values are shown as \xNN so the lines stay lines.
 std::string ShowImage(const PropertyBag& bag);
 
+// The whole image on one line: name="value" per entry, blank-separated, in image order.
+// A quote in a value is doubled; control characters are shown as \xNN.
+std::string ShowImageLine(const PropertyBag& bag);
+
 // Offset, sixteen bytes in hex and their printable characters per line.
 std::string HexDump(const Bytes& byteImage);
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -30,46 +31,44 @@ struct Case {
   const char* sBroken;  // "" when every invariant holds
 };
 
+// The check-in names the entry it looks at, then closes Varno for it.
+const char* kClose = "log Verifying Agent  pc10\nlog Shutting Down Varno.";
 const char* kInfo = "C:\\Program Files\\Launch\\AgentInfo_1";
 const char* kOptions = "C:\\Program Files\\Launch\\agent.dat";
 
 TEST(CampaignObserver, ChecksCheckInClosesProcessEndsAndOptionFiles) {
   const std::vector<Case> cases = {
       {"close at nine whole minutes",
-       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(570), "log Shutting Down Varno."}},
+       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(570), kClose}},
        ""},
       {"close at eight minutes",
-       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(539), "log Shutting Down Varno."}},
+       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(539), kClose}},
        "only 8 minutes old"},
-      {"close without an own entry",
-       {{Seconds(1200), "log Shutting Down Varno."}},
-       "never had its own entry"},
+      {"close without an own entry", {{Seconds(1200), kClose}}, "which its agent never had"},
       {"another host's entry is not the own one",
-       {{Seconds(30), "log HostInfoFrom=PC11"}, {Seconds(600), "log Shutting Down Varno."}},
-       "never had its own entry"},
+       {{Seconds(30), "log HostInfoFrom=PC11"}, {Seconds(600), kClose}},
+       "which its agent never had"},
       {"the close stamps the entry anew",
-       {{Seconds(30), "log HostInfoFrom=pc10"},
-        {Seconds(570), "log Shutting Down Varno."},
-        {Seconds(900), "log Shutting Down Varno."}},
+       {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(570), kClose}, {Seconds(900), kClose}},
        "only 6 minutes old"},
       {"age counts on the host's clock",
        {{Seconds(30), "log HostInfoFrom=pc10"},
         {Seconds(60), "", "", 0, 600},
-        {Seconds(90), "log Shutting Down Varno."}},
+        {Seconds(90), kClose}},
        ""},
       {"a new agent starts without an own entry",
        {{Seconds(30), "log HostInfoFrom=pc10"},
         {Seconds(40), "process #2 killed launch"},
-        {Seconds(600), "log Shutting Down Varno."}},
-       "never had its own entry"},
+        {Seconds(600), kClose}},
+       "which its agent never had"},
       {"Varno ends while its agent closes it",
        {{Seconds(30), "log HostInfoFrom=pc10"},
-        {Seconds(570), "log Shutting Down Varno."},
+        {Seconds(570), kClose},
         {Seconds(570), "process #3 ended varno"}},
        ""},
       {"Varno ends after the close loop",
        {{Seconds(30), "log HostInfoFrom=pc10"},
-        {Seconds(570), "log Shutting Down Varno."},
+        {Seconds(570), kClose},
         {Seconds(570), "log Verification completed."},
         {Seconds(575), "process #3 ended varno"}},
        "not closing it"},
@@ -77,6 +76,19 @@ TEST(CampaignObserver, ChecksCheckInClosesProcessEndsAndOptionFiles) {
        {{Seconds(5), "process #3 killed varno"}, {Seconds(5), "process #2 killed launch"}},
        ""},
       {"an agent ending by itself", {{Seconds(5), "process #2 ended launch"}}, "ended by itself"},
+      {"an agent ends as its sockets library fails",
+       {{Seconds(5), "log Winsock.dll is not responding."},
+        {Seconds(5), "process #2 ended launch"}},
+       ""},
+      {"a library that failed earlier is no cause",
+       {{Seconds(5), "log Winsock.dll is not responding."},
+        {Seconds(9), "process #2 ended launch"}},
+       "ended by itself"},
+      {"the entry the check-in names is the one that counts",
+       {{Seconds(30), "log HostInfoFrom="},
+        {Seconds(300), "log HostInfoFrom=pc10"},
+        {Seconds(570), "log Verifying Agent  \nlog Shutting Down Varno."}},
+       ""},
       {"whole agent-info records",
        {{Seconds(5), std::string("file ") + kInfo + " written 16512 bytes, new", kInfo, 16512}},
        ""},
@@ -99,7 +111,11 @@ TEST(CampaignObserver, ChecksCheckInClosesProcessEndsAndOptionFiles) {
       world.RunUntil(s.t);
       if (s.dClockStep != 0) world.JumpClock(pc10, s.t, s.dClockStep);
       if (!s.sFile.empty()) world.WriteFile(pc10, s.sFile, Bytes(s.nBytes, 0x20));
-      if (!s.sLine.empty()) observer.OnLine(sim::ClockTime(s.t) + " pc10 " + s.sLine);
+      for (std::size_t at = 0; at < s.sLine.size();) {
+        const std::size_t end = std::min(s.sLine.find('\n', at), s.sLine.size());
+        observer.OnLine(sim::ClockTime(s.t) + " pc10 " + s.sLine.substr(at, end - at));
+        at = end + 1;
+      }
     }
     const auto& broken = observer.Broken();
     if (std::string(c.sBroken).empty()) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -204,6 +205,14 @@ TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
       {"| stray\n" + kRun, 1, "continues a 'file PATH' line"},
       {"host a\nat 00:00:01 send a -> a bag\n| no-equals\n" + kRun, 3, "NAME=VALUE"},
       {"host a\n  address 10.0.0.1\nhost b\n  address 10.0.0.1\n" + kRun, 3, "has the address"},
+      {"host a\nat 00:00:01 delete a x.txt\n" + kRun, 2, "delete HOST PATH"},
+      {"host a\nat 00:00:01 file a C:\\x.exe program word\n" + kRun, 2, "unknown program"},
+      {"host a\nat 00:00:01 share \\\\a -> C:\\\n" + kRun, 2, "bad share name"},
+      {"host a\nat 00:00:01 share \\\\b\\c -> C:\\\n" + kRun, 2, "unknown host 'b'"},
+      {"host a\nat 00:00:01 drop-share a\n" + kRun, 2, "bad share name"},
+      {"host a\nat 00:00:01 share-search a fast\n" + kRun, 2, "time=DURATION and error"},
+      {"host a\nat 00:00:01 visible-shares\n" + kRun, 2, "visible-shares HOST"},
+      {"host a\nat 00:00:01 send a -> a keep\n" + kRun, 2, "send A -> B"},
   };
   for (const auto& [sText, nLine, sMessagePart] : cases) {
     const ParseResult r = Parse(sText);
@@ -211,6 +220,67 @@ TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
     EXPECT_EQ(r.errors[0].nLine, nLine) << sText << Errors(r);
     EXPECT_NE(r.errors[0].sMessage.find(sMessagePart), std::string::npos) << sText << Errors(r);
   }
+}
+
+// Changes during the run take the words of the host statements they change.
+TEST(ScenarioParser, ReadsChangesDuringTheRun) {
+  const ParseResult r = Parse(R"(host pc07
+at 00:00:05 file pc07 "C:\Apps\notes.txt"
+| one
+|  two
+at 00:00:06 hidden-file pc07 C:\Apps\Varno3.exe program varno window-delay=1
+at 00:00:07 delete pc07 C:\Apps\
+at 00:00:08 share \\pc07\d -> D:\ unreadable
+at 00:00:09 drop-share \\PC07\d
+at 00:00:10 visible-shares pc07 \\pc07\d bogus
+at 00:00:11 visible-shares pc07
+at 00:00:12 visible-shares pc07 default
+at 00:00:13 visible-shares pc07 "default"
+at 00:00:14 share-search pc07 time=5s error
+at 00:00:15 share-search pc07
+at 00:00:16 send pc07 -> pc07 bag keep
+| a=1
+at 00:00:17 send pc07 -> pc07:1231 hex 00 01 keep
+run until 00:01:00
+)");
+  ASSERT_TRUE(r.Ok()) << Errors(r);
+  const auto& steps = r.scenario.steps;
+  ASSERT_EQ(steps.size(), 14u);
+  const auto at = [&](std::size_t i) -> const Action& { return steps[i].action; };
+  const auto& text = std::get<act::WriteFile>(at(0).what).file;
+  EXPECT_EQ(text.sPath, "C:\\Apps\\notes.txt");
+  EXPECT_EQ(text.sText, "one\r\n two\r\n");
+  const auto& program = std::get<act::WriteFile>(at(1).what).file;
+  EXPECT_TRUE(program.bHidden);
+  EXPECT_EQ(program.sProgram, "varno");
+  EXPECT_EQ(program.options.size(), 1u);
+  EXPECT_EQ(std::get<act::Delete>(at(2).what).sPath, "C:\\Apps");
+  const auto& share = std::get<act::AddShare>(at(3).what).share;
+  EXPECT_EQ(at(3).sHost, "pc07");
+  EXPECT_EQ(share.sFolder, "D:\\");
+  EXPECT_FALSE(share.bReadable);
+  EXPECT_EQ(at(4).sHost, "PC07");
+  EXPECT_EQ(std::get<act::DropShare>(at(4).what).sUNC, "\\\\PC07\\d");
+  using Names = std::optional<std::vector<std::string>>;
+  EXPECT_EQ(std::get<act::VisibleShares>(at(5).what).names, Names({"\\\\pc07\\d", "bogus"}));
+  EXPECT_EQ(std::get<act::VisibleShares>(at(6).what).names, Names(std::vector<std::string>{}));
+  EXPECT_EQ(std::get<act::VisibleShares>(at(7).what).names, std::nullopt);
+  EXPECT_EQ(std::get<act::VisibleShares>(at(8).what).names, Names({"default"}));
+  const auto& search = std::get<act::ShareSearch>(at(9).what);
+  EXPECT_EQ(search.time, 5 * kS);
+  EXPECT_TRUE(search.bError);
+  const auto& plain = std::get<act::ShareSearch>(at(10).what);
+  EXPECT_EQ(plain.time, std::nullopt);
+  EXPECT_FALSE(plain.bError);
+  const auto& bag = std::get<act::SendBytes>(at(11).what);
+  EXPECT_TRUE(bag.bKeep);
+  PropertyBag image;
+  ASSERT_TRUE(image.SetContents(bag.bytes));
+  EXPECT_EQ(image.ReadProperty("a"), "1");
+  const auto& hex = std::get<act::SendBytes>(at(12).what);
+  EXPECT_TRUE(hex.bKeep);
+  EXPECT_EQ(hex.nPort, 1231);
+  EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0, 1}));
 }
 
 TEST(ScenarioParser, ReportsEveryErrorNotJustTheFirst) {

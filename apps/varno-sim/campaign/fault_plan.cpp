@@ -10,10 +10,25 @@ namespace launchagent::campaign {
 namespace {
 
 constexpr FaultKind kKinds[] = {
-    FaultKind::PartitionOneWay, FaultKind::PartitionBothWays, FaultKind::LoopbackCut,
-    FaultKind::HostCrash,       FaultKind::AgentKill,         FaultKind::ClockStep,
-    FaultKind::ClockSkew,       FaultKind::LookupFailure,     FaultKind::DiskFull,
-    FaultKind::UnreadableShare, FaultKind::MergedSends,       FaultKind::SplitSend,
+    FaultKind::PartitionOneWay,
+    FaultKind::PartitionBothWays,
+    FaultKind::LoopbackCut,
+    FaultKind::HostCrash,
+    FaultKind::AgentKill,
+    FaultKind::ClockStep,
+    FaultKind::ClockSkew,
+    FaultKind::LookupFailure,
+    FaultKind::DiskFull,
+    FaultKind::UnreadableShare,
+    FaultKind::MergedSends,
+    FaultKind::SplitSend,
+    // Kinds added later come last, so earlier kinds keep their draws for a seed.
+    FaultKind::SocketsFailure,
+    FaultKind::ComputerNameFailure,
+    FaultKind::RegistryDenied,
+    FaultKind::StrayWindow,
+    FaultKind::ShareSearchError,
+    FaultKind::VisibleSharesChange,
 };
 
 // Upper bound of a kind's rate, faults per hour; the seed draws the rate below it, or
@@ -53,6 +68,18 @@ const char* FaultName(FaultKind kind) {
       return "merged sends";
     case FaultKind::SplitSend:
       return "split send";
+    case FaultKind::SocketsFailure:
+      return "sockets-library failure";
+    case FaultKind::ComputerNameFailure:
+      return "failing computer name";
+    case FaultKind::RegistryDenied:
+      return "denied registry writes";
+    case FaultKind::StrayWindow:
+      return "stray Varno window";
+    case FaultKind::ShareSearchError:
+      return "share-search error";
+    case FaultKind::VisibleSharesChange:
+      return "changed visible shares";
   }
   return "?";
 }
@@ -97,6 +124,11 @@ SeedPlan DrawPlan(std::uint64_t lngSeed, int nMaxHosts, sim::Nanos faultPhase) {
       f.duration = DrawBetween(rates, 10 * sim::kSecond, 15 * sim::kMinute);
       if (kind == FaultKind::ClockStep) f.lngAmount = rates.UniformInt(-3600, 3600);
       if (kind == FaultKind::ClockSkew) f.lngAmount = rates.UniformInt(-5000, 5000);
+      if (kind == FaultKind::SocketsFailure)
+        f.lngAmount = rates.UniformInt(0, kSocketsVariants - 1);
+      if (kind == FaultKind::StrayWindow) f.lngAmount = rates.UniformInt(0, 2);
+      if (kind == FaultKind::VisibleSharesChange)
+        f.lngAmount = rates.UniformInt(0, kSharesVariants - 1);
       plan.faults.push_back(f);
     }
   }

@@ -30,7 +30,22 @@ enum class FaultKind {
   UnreadableShare,
   MergedSends,
   SplitSend,
+  // Faults an agent meets at its start: the campaign starts the host's agent anew so
+  // they bite, and again when they end.
+  SocketsFailure,  // lngAmount: which SocketsVariant
+  ComputerNameFailure,
+  RegistryDenied,
+  // Faults of the desktop and the share search.
+  StrayWindow,  // another program's window titled like the main application; lngAmount:
+                // close requests it refuses
+  ShareSearchError,
+  VisibleSharesChange,  // lngAmount: which SharesVariant
 };
+
+// The sockets library's failures a campaign draws.
+enum SocketsVariant { kStartupFails, kNoSockets, kHostNameFails, kLookupsFail, kSocketsVariants };
+// What the share search lists instead of every share.
+enum SharesVariant { kNothing, kOwnShareOnly, kBadNames, kAllButPeer, kSharesVariants };
 const char* FaultName(FaultKind kind);
 
 struct Fault {
@@ -39,7 +54,7 @@ struct Fault {
   sim::Nanos duration = 0;  // how long it lasts, where it lasts
   std::size_t host = 0;
   std::size_t peer = 0;
-  std::int64_t lngAmount = 0;  // clock step in seconds, skew in ppm
+  std::int64_t lngAmount = 0;  // clock step in seconds, skew in ppm, a kind's variant
 };
 
 struct SeedPlan {

@@ -50,22 +50,32 @@ void Observer::OnLog(sim::HostId host, const std::string& sText) {
   if (StartsWith(sText, "HostInfoFrom=")) {
     const std::string sPeer = AsciiLower(sText.substr(13));
     w.heard[sPeer] = world_.Now();
-    // The agent stamps its own entry with its clock as its own broadcast comes back.
-    if (sPeer == sOwn) w.ownCheckIn = world_.HostTime(host);
+    // The agent stamps the sender's entry with its clock as the information arrives.
+    w.stamped[sPeer] = world_.HostTime(host);
+  } else if (StartsWith(sText, "Verifying Agent  ")) {
+    // The check-in looks at each entry in turn; it closes Varno for the one whose name
+    // is this computer's own (as the agent reads it).
+    w.sChecking = AsciiLower(sText.substr(17));
   } else if (sText == "Shutting Down Varno.") {
     ++lngChecks_;
     const DateTime now = world_.HostTime(host);
-    if (!w.ownCheckIn) {
-      Fail("Varno closed on " + sOwn + " although its agent never had its own entry");
-    } else if (now.WholeMinutes() - w.ownCheckIn->WholeMinutes() < kCheckInMinutes) {
-      Fail("Varno closed on " + sOwn + " when its own entry was only " +
-           std::to_string(now.WholeMinutes() - w.ownCheckIn->WholeMinutes()) +
-           " minutes old (stamped " + w.ownCheckIn->ToText() + ", now " + now.ToText() + ")");
+    const auto it = w.stamped.find(w.sChecking);
+    if (it == w.stamped.end()) {
+      Fail("Varno closed on " + sOwn + " for entry '" + w.sChecking +
+           "', which its agent never had");
+    } else if (now.WholeMinutes() - it->second.WholeMinutes() < kCheckInMinutes) {
+      Fail("Varno closed on " + sOwn + " when entry '" + w.sChecking + "' was only " +
+           std::to_string(now.WholeMinutes() - it->second.WholeMinutes()) +
+           " minutes old (stamped " + it->second.ToText() + ", now " + now.ToText() + ")");
     }
-    w.ownCheckIn = now;  // the close stamps the entry anew
+    w.stamped[w.sChecking] = now;  // the close stamps the entry anew
     w.bClosing = true;
   } else if (sText == "Verification completed." || sText == "ERROR: Verification.") {
     w.bClosing = false;
+  } else if (sText == "Winsock.dll is not responding." ||
+             sText == "This application requires a minimum of 1 supported sockets." ||
+             StartsWith(sText, "Windows Sockets version ")) {
+    w.libraryFailed = world_.Now();
   }
 }
 
@@ -81,7 +91,10 @@ void Observer::OnProcessEnd(sim::HostId host, const std::string& sText) {
   if (!StartsWith(sRest, "ended ")) return;
   ++lngChecks_;
   const std::string sOwn = AsciiLower(world_.HostName(host));
-  if (StartsWith(sRest, "ended launch")) {
+  // An agent whose sockets library fails at its start ends at once, saying so: that is
+  // one of the listed causes.
+  const bool bLibraryEnd = w.libraryFailed && *w.libraryFailed == world_.Now();
+  if (StartsWith(sRest, "ended launch") && !bLibraryEnd) {
     Fail("the agent on " + sOwn + " ended by itself: " + sText);
   } else if (StartsWith(sRest, "ended varno") && !w.bClosing) {
     Fail("Varno on " + sOwn + " ended while its agent was not closing it: " + sText);
@@ -128,6 +141,8 @@ void Observer::CheckRegistry(sim::HostId host, Agent& agent) {
     if (const auto record = registry.GetAgentRecord(i)) record->GetMessage(info);
     if (!info) return Fail("registry of " + world_.HostName(host) + " has an empty entry");
     const std::string sName = AsciiLower(info->GetHostName());
+    // An entry no arrival made: the agent registered it itself, stamped as it did so.
+    watch_[host].stamped.emplace(sName, info->GetDateReceived());
     if (i > 1 && !(sPrevious < sName))
       return Fail("registry of " + world_.HostName(host) + " not sorted and unique: '" + sPrevious +
                   "' then '" + sName + "'");

@@ -43,9 +43,14 @@ class Observer {
 
  private:
   struct HostWatch {
-    std::optional<DateTime> ownCheckIn;       // host clock when its own entry was last stamped
+    // Host clock when each entry (lower-cased name) was last stamped: as host information
+    // from that name arrived, or, for an entry the agent made itself (its Agent Setup
+    // window registers every computer it lists), when the registry was first seen with it.
+    std::map<std::string, DateTime> stamped;
+    std::string sChecking;                    // the entry the check-in looks at now
     bool bClosing = false;                    // between "Shutting Down Varno." and the loop's end
     std::map<std::string, sim::Nanos> heard;  // peer (lower case) -> last HostInfoFrom
+    std::optional<sim::Nanos> libraryFailed;  // when the agent said its sockets library failed
   };
 
   void OnLog(sim::HostId host, const std::string& sText);

@@ -1,6 +1,9 @@
 #include "seed_run.h"
 
+#include <set>
+
 #include "agent/agent.h"
+#include "platform/main_app_window.h"
 #include "platform/text.h"
 
 namespace launchagent::campaign {
@@ -13,6 +16,7 @@ constexpr const char* kVarnoPath = "C:\\Program Files\\Launch\\Varno2.exe";
 constexpr sim::Nanos kSlice = 5 * sim::kSecond;
 constexpr sim::Nanos kRegistryEvery = 15 * sim::kSecond;
 constexpr std::uint64_t kFullDiskBytes = 4096;
+constexpr std::int32_t kWsaSysNotReady = 10091;  // what a library that cannot start returns
 
 class SeedRun {
  public:
@@ -160,8 +164,89 @@ class SeedRun {
       case FaultKind::SplitSend:
         w.SplitNextSend(a, b);
         break;
+      case FaultKind::SocketsFailure:
+      case FaultKind::ComputerNameFailure:
+      case FaultKind::RegistryDenied:
+        if (!w.HostUp(a)) return;
+        SetStartFault(f, true);
+        RestartAgent(f.host);
+        Later(f, [this, f] {
+          SetStartFault(f, false);
+          RestartAgent(f.host);
+        });
+        break;
+      case FaultKind::StrayWindow: {
+        if (!w.HostUp(a)) return;
+        const platform::WindowHandle hWnd =
+            w.AddWindow(a, kFormWindowClass, kMainAppTitle, static_cast<int>(f.lngAmount));
+        strays_.emplace_back(a, hWnd);
+        Later(f, [this, a, hWnd] { CloseStray(a, hWnd); });
+        break;
+      }
+      case FaultKind::ShareSearchError:
+        w.SetShareSearchError(a, true);
+        Later(f, [this, a] { world_->SetShareSearchError(a, false); });
+        break;
+      case FaultKind::VisibleSharesChange:
+        w.SetVisibleShares(a, VisibleShares(f));
+        Later(f, [this, a] { world_->ClearVisibleShares(a); });
+        break;
     }
     ++faults_[FaultName(f.kind)];
+    const bool bPair = f.kind == FaultKind::PartitionOneWay ||
+                       f.kind == FaultKind::PartitionBothWays ||
+                       f.kind == FaultKind::LookupFailure || f.kind == FaultKind::MergedSends ||
+                       f.kind == FaultKind::SplitSend;
+    w.Note(a, std::string("campaign fault: ") + FaultName(f.kind) +
+                  (bPair ? " with " + w.HostName(b) : std::string()));
+  }
+
+  // A fault the agent meets at its start, on or off.
+  void SetStartFault(const Fault& f, bool bOn) {
+    sim::World& w = *world_;
+    const sim::HostId a = hosts_[f.host];
+    if (f.kind == FaultKind::ComputerNameFailure) {
+      w.SetComputerNameFails(a, bOn);
+      if (bOn)
+        nameFailed_.insert(f.host);
+      else
+        nameFailed_.erase(f.host);
+    } else if (f.kind == FaultKind::RegistryDenied) {
+      w.DenyLocalMachine(a, bOn);
+    } else {
+      sim::SocketsLibrarySettings& lib = w.SocketsLibrary(a);
+      lib = sim::SocketsLibrarySettings{};
+      if (!bOn) return;
+      if (f.lngAmount == kStartupFails) lib.lngStartupResult = kWsaSysNotReady;
+      if (f.lngAmount == kNoSockets) lib.lngMaxSockets = 0;
+      if (f.lngAmount == kHostNameFails) lib.bHostNameFails = true;
+      if (f.lngAmount == kLookupsFail) lib.bAllLookupsFail = true;
+    }
+  }
+
+  // The host's agent ends and a new one starts a second later, as after a logon.
+  void RestartAgent(std::size_t i) {
+    sim::World& w = *world_;
+    for (const sim::ProcessInfo& p : w.Processes(hosts_[i]))
+      if (p.sKind == kAgentKind) w.Kill(p.pid);
+    w.At(w.Now() + sim::kSecond, [this, i] { StartAgent(i); });
+  }
+
+  // Close requests until the window has gone (it refuses at most a few).
+  void CloseStray(sim::HostId host, platform::WindowHandle hWnd) {
+    for (int n = 0; n < 8 && world_->CloseWindow(host, hWnd); ++n) {
+    }
+  }
+
+  std::vector<std::string> VisibleShares(const Fault& f) const {
+    const auto unc = [this](std::size_t i) { return "\\\\" + plan_.hosts[i].sName + "\\c"; };
+    std::vector<std::string> names;
+    if (f.lngAmount == kOwnShareOnly) names.push_back(unc(f.host));
+    if (f.lngAmount == kBadNames) names = {"\\\\nohost\\c", "junk", "\\\\", ""};
+    if (f.lngAmount == kAllButPeer)
+      for (std::size_t i = 0; i < hosts_.size(); ++i)
+        if (i != f.peer) names.push_back(unc(i));
+    return names;
   }
 
   // Everything back to health: links, hosts, agents, names, disks, shares, clock rates.
@@ -179,9 +264,25 @@ class SeedRun {
       w.SetDiskCapacity(a, 'C', std::nullopt);
       w.SetShareReadable(a, "c", true);
       w.SetClockSkew(a, 0);
+      w.SetShareSearchError(a, false);
+      w.ClearVisibleShares(a);
+      w.DenyLocalMachine(a, false);
+      w.SetComputerNameFails(a, false);
+      // An agent that started with a failing library or name keeps what it learnt
+      // then: it starts anew, as the fault's own end would have done.
+      const bool bStartFault = w.SocketsLibrary(a).lngStartupResult != 0 ||
+                               w.SocketsLibrary(a).lngMaxSockets == 0 ||
+                               w.SocketsLibrary(a).bHostNameFails ||
+                               w.SocketsLibrary(a).bAllLookupsFail || nameFailed_.count(i);
+      w.SocketsLibrary(a) = sim::SocketsLibrarySettings{};
       if (!w.HostUp(a)) w.RestartHost(a, true);
+      if (bStartFault) {
+        RestartAgent(i);
+        continue;
+      }
       w.At(w.Now() + sim::kSecond, [this, i] { StartAgent(i); });
     }
+    for (const auto& [host, hWnd] : strays_) CloseStray(host, hWnd);
   }
 
   // Every host is up and reachable after healing, itself included.
@@ -215,6 +316,8 @@ class SeedRun {
   Observer observer_;
   std::vector<sim::HostId> hosts_;
   std::map<std::string, std::uint64_t> faults_;
+  std::vector<std::pair<sim::HostId, platform::WindowHandle>> strays_;
+  std::set<std::size_t> nameFailed_;  // hosts whose computer name fails now
   bool bHealed_ = false;
   sim::Nanos healedAt_ = 0;
 };

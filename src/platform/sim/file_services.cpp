@@ -33,10 +33,10 @@ World::Impl::Resolved World::Impl::Resolve(HostId from, const std::string& sPath
   if (auto id = hosts.ByName(pp.sHost)) {
     target = hosts[*id].get();
   } else if (auto a = ParseAddress(pp.sHost)) {
-    target = HostByAddress(*hosts[from], *a);
+    target = net.HostByAddress(*hosts[from], *a);
   }
-  if (!target || !target->bUp || links.Partitioned(from, target->id, now) ||
-      links.Partitioned(target->id, from, now)) {
+  if (!target || !target->bUp || net.links.Partitioned(from, target->id, now) ||
+      net.links.Partitioned(target->id, from, now)) {
     r.nError = 3;
     return r;
   }
@@ -166,7 +166,7 @@ Integer SimFileSystem::CopyFile(const std::string& sSource, const std::string& s
 
 void SimShareSearch::FindResources() {
   HostState& h = w_.HostOf(p_);
-  results_ = h.visibleShares ? *h.visibleShares : w_.DefaultVisibleShares();
+  results_ = h.visibleShares ? *h.visibleShares : w_.shareList.Default(w_.hosts);
   bError_ = h.bSearchError;
   const Nanos t = h.searchTime ? *h.searchTime : h.shareRng.UniformInt(1 * kSecond, 3 * kSecond);
   doneAt_ = w_.now + std::max<Nanos>(0, t);

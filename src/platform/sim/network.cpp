@@ -84,17 +84,17 @@ class SimSocketArray : public platform::SocketArray {
     Slot* s = Get(i);
     if (!s || !Live() || StateOf(*s) != kSckClosed || s->ep) return false;
     HostState& h = *w_.hosts[host_];
-    const Long port = s->localPort ? s->localPort : w_.EphemeralPort(h);
+    const Long port = s->localPort ? s->localPort : w_.net.EphemeralPort(h);
     auto it = h.listeners.find(port);
     if (it != h.listeners.end() && !it->second.alive.expired()) {
-      if (w_.NetTracing())
-        w_.NetLine(host_, "listen on port " + std::to_string(port) + " failed: in use");
+      if (w_.net.NetTracing())
+        w_.net.NetLine(host_, "listen on port " + std::to_string(port) + " failed: in use");
       return false;
     }
     h.listeners[port] = ListenerRef{this, alive_, i, pid_};
     s->bListening = true;
     s->listenPort = port;
-    if (w_.NetTracing()) w_.NetLine(host_, "listening on port " + std::to_string(port));
+    if (w_.net.NetTracing()) w_.net.NetLine(host_, "listening on port " + std::to_string(port));
     return true;
   }
 
@@ -107,7 +107,7 @@ class SimSocketArray : public platform::SocketArray {
     const Long listenPort = Get(it->second.first) ? Get(it->second.first)->listenPort : 0;
     requests_.erase(it);
     if (!client || client->bDead || client->state != kSckConnecting) return false;
-    auto server = w_.NewEndpoint(host_, pid_);
+    auto server = w_.net.NewEndpoint(host_, pid_);
     server->array = this;
     server->arrayAlive = alive_;
     server->index = i;
@@ -119,7 +119,7 @@ class SimSocketArray : public platform::SocketArray {
     client->peer = server;
     client->peerHost = host_;
     s->ep = server;
-    w_.AcceptRequest(client, server);
+    w_.net.AcceptRequest(client, server);
     return true;
   }
 
@@ -127,20 +127,20 @@ class SimSocketArray : public platform::SocketArray {
     Slot* s = Get(i);
     if (!s || !Live() || StateOf(*s) != kSckClosed || s->ep) return false;
     if (s->remoteHost.empty() || s->remotePort <= 0 || s->remotePort > kMaxPort) return false;
-    auto ep = w_.NewEndpoint(host_, pid_);
+    auto ep = w_.net.NewEndpoint(host_, pid_);
     ep->array = this;
     ep->arrayAlive = alive_;
     ep->index = i;
-    ep->localPort = s->localPort ? s->localPort : w_.EphemeralPort(*w_.hosts[host_]);
+    ep->localPort = s->localPort ? s->localPort : w_.net.EphemeralPort(*w_.hosts[host_]);
     s->ep = ep;
-    w_.StartConnect(ep, s->remoteHost, s->remotePort);
+    w_.net.StartConnect(ep, s->remoteHost, s->remotePort);
     return true;
   }
 
   bool SendData(Long i, const Bytes& data) override {
     Slot* s = Get(i);
     if (!s || !Live() || !s->ep || s->ep->state != kSckConnected) return false;
-    w_.Send(s->ep, data);
+    w_.net.Send(s->ep, data);
     return true;
   }
 
@@ -230,7 +230,7 @@ class SimSocketArray : public platform::SocketArray {
       s.listenPort = 0;
     }
     if (s.ep) {
-      w_.CloseEndpoint(s.ep, !w_.hosts[host_]->bCrashing);
+      w_.net.CloseEndpoint(s.ep, !w_.hosts[host_]->bCrashing);
       s.ep.reset();
     }
   }
@@ -254,37 +254,41 @@ std::unique_ptr<platform::SocketArray> SimNetwork::CreateSocketArray(const std::
 
 // ---- Model --------------------------------------------------------------------------------
 
-void World::Impl::NetLine(HostId host, const std::string& sText) {
-  if (bNetTrace) Record(host, TranscriptKind::Net, sText);
+void NetModel::NetLine(HostId host, const std::string& sText) {
+  if (bNetTrace) w_.Record(host, TranscriptKind::Net, sText);
 }
 
-std::string World::Impl::EndpointText(const Endpoint& ep) const {
+void NetModel::SendLine(const Endpoint& ep, const Bytes& data) {
+  NetLine(ep.host, "send " + EndpointText(ep) + " " + describeSend(data));
+}
+
+std::string NetModel::EndpointText(const Endpoint& ep) const {
   std::string s = FormatAddress(hosts[ep.host]->address) + ":" + std::to_string(ep.localPort);
   if (ep.remotePort)
     s += " -> " + FormatAddress(hosts[ep.peerHost]->address) + ":" + std::to_string(ep.remotePort);
   return s;
 }
 
-HostState* World::Impl::HostByAddress(const HostState& from, const Address& a) {
+HostState* NetModel::HostByAddress(const HostState& from, const Address& a) {
   if (a[0] == 127) return hosts[from.id].get();
   const auto id = hosts.ByAddress(a);
   return id ? hosts[*id].get() : nullptr;
 }
 
-Nanos World::Impl::Latency(HostId from, HostId to) {
+Nanos NetModel::Latency(HostId from, HostId to) {
   if (from == to) return links.Settings().loopback;
   const auto [lo, hi] = links.LatencyRange(from, to);
   return hosts[from]->netRng.UniformInt(lo, hi);
 }
 
-Nanos World::Impl::Arrival(Endpoint& from, Nanos t) {
+Nanos NetModel::Arrival(Endpoint& from, Nanos t) {
   // One direction of a connection delivers in order.
   if (t < from.fifo) t = from.fifo;
   from.fifo = t;
   return t;
 }
 
-Long World::Impl::EphemeralPort(HostState& h) {
+Long NetModel::EphemeralPort(HostState& h) {
   for (int tries = 0; tries < 16384; ++tries) {
     const Long port = h.nextEphemeral;
     h.nextEphemeral = port >= kMaxPort ? 49152 : port + 1;
@@ -294,7 +298,7 @@ Long World::Impl::EphemeralPort(HostState& h) {
   return h.nextEphemeral;
 }
 
-std::shared_ptr<Endpoint> World::Impl::NewEndpoint(HostId host, ProcessId pid) {
+std::shared_ptr<Endpoint> NetModel::NewEndpoint(HostId host, ProcessId pid) {
   auto ep = std::make_shared<Endpoint>();
   ep->id = ++nextEndpoint;
   ep->host = host;
@@ -304,12 +308,12 @@ std::shared_ptr<Endpoint> World::Impl::NewEndpoint(HostId host, ProcessId pid) {
   return ep;
 }
 
-void World::Impl::SetState(const std::shared_ptr<Endpoint>& ep, Integer state) {
+void NetModel::SetState(const std::shared_ptr<Endpoint>& ep, Integer state) {
   if (ep && !ep->bDead) ep->state = state;
 }
 
-void World::Impl::StartConnect(const std::shared_ptr<Endpoint>& ep, const std::string& sRemote,
-                               Long lngPort) {
+void NetModel::StartConnect(const std::shared_ptr<Endpoint>& ep, const std::string& sRemote,
+                            Long lngPort) {
   ep->remotePort = lngPort;
   if (auto a = ParseAddress(sRemote)) {
     ep->state = kSckConnecting;
@@ -332,7 +336,7 @@ void World::Impl::StartConnect(const std::shared_ptr<Endpoint>& ep, const std::s
   });
 }
 
-void World::Impl::SendSyn(const std::shared_ptr<Endpoint>& ep, const Address& a, Long lngPort) {
+void NetModel::SendSyn(const std::shared_ptr<Endpoint>& ep, const Address& a, Long lngPort) {
   HostState* target = HostByAddress(*hosts[ep->host], a);
   if (target) ep->peerHost = target->id;
   if (NetTracing())
@@ -352,7 +356,7 @@ void World::Impl::SendSyn(const std::shared_ptr<Endpoint>& ep, const Address& a,
             [this, weak, tid, lngPort] { SynArrives(weak, tid, lngPort); });
 }
 
-void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long lngPort) {
+void NetModel::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long lngPort) {
   auto ep = weak.lock();
   if (!ep || ep->bDead || ep->state != kSckConnecting) return;
   HostState& t = *hosts[target];
@@ -380,13 +384,13 @@ void World::Impl::SynArrives(std::weak_ptr<Endpoint> weak, HostId target, Long l
   SimSocketArray* array = l.array;
   std::weak_ptr<int> alive = l.alive;
   const Long index = l.index;
-  PostProcess(*lp, now, [array, alive, index, id] {
+  sched.PostProcess(*lp, now, [array, alive, index, id] {
     if (alive.lock()) array->FireConnectionRequest(index, id);
   });
 }
 
-bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
-                                const std::shared_ptr<Endpoint>& server) {
+bool NetModel::AcceptRequest(const std::shared_ptr<Endpoint>& client,
+                             const std::shared_ptr<Endpoint>& server) {
   if (NetTracing()) NetLine(server->host, "accepted " + EndpointText(*server));
   if (links.Partitioned(server->host, client->host, now)) return true;  // the client times out
   std::weak_ptr<Endpoint> weak = client;
@@ -404,8 +408,9 @@ bool World::Impl::AcceptRequest(const std::shared_ptr<Endpoint>& client,
   return true;
 }
 
-void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
+void NetModel::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   if (ep->bDead || ep->state != kSckConnected) return;
+  if (describeSend && NetTracing()) SendLine(*ep, data);
   auto peer = ep->peer.lock();
   if (!peer || peer->bDead) {
     HalfOpenSend(ep);
@@ -450,7 +455,7 @@ void World::Impl::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
 // The peer's end has gone and word of it was lost (a partition, a crash): its host
 // answers the data with a reset when the way there and back is open; otherwise nothing
 // comes back and the connection times out, as a lost send's does.
-void World::Impl::HalfOpenSend(const std::shared_ptr<Endpoint>& ep) {
+void NetModel::HalfOpenSend(const std::shared_ptr<Endpoint>& ep) {
   std::weak_ptr<Endpoint> weak = ep;
   const HostId to = ep->peerHost;
   const bool bAnswers = hosts[to]->bUp && !links.Partitioned(ep->host, to, now) &&
@@ -468,7 +473,7 @@ void World::Impl::HalfOpenSend(const std::shared_ptr<Endpoint>& ep) {
   });
 }
 
-void World::Impl::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGraceful) {
+void NetModel::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGraceful) {
   if (!ep || ep->bDead) return;
   const Integer state = ep->state;
   ep->bDead = true;
@@ -498,7 +503,7 @@ void World::Impl::CloseEndpoint(const std::shared_ptr<Endpoint>& ep, bool bGrace
   }
 }
 
-void World::Impl::BreakConnection(std::weak_ptr<Endpoint> weak) {
+void NetModel::BreakConnection(std::weak_ptr<Endpoint> weak) {
   auto ep = weak.lock();
   if (!ep) return;
   for (auto side : {ep, ep->peer.lock()}) {

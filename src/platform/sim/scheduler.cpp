@@ -27,7 +27,7 @@ void Fatal(const std::string& sWhat) {
 
 // ---- Heap ---------------------------------------------------------------------------
 
-void World::Impl::Push(Entry e) {
+void Scheduler::Push(Entry e) {
   if (e.t < now) e.t = now;
   e.seq = nextSeq++;
   const Nanos t = e.t;
@@ -35,7 +35,7 @@ void World::Impl::Push(Entry e) {
   heap.Push(t, seq, std::move(e));
 }
 
-void World::Impl::PostWorld(Nanos t, Task fn) {
+void Scheduler::PostWorld(Nanos t, Task fn) {
   Entry e;
   e.t = t;
   e.type = Entry::Type::World;
@@ -50,7 +50,7 @@ void World::Impl::PostWorld(Nanos t, Task fn) {
   Push(std::move(e));
 }
 
-void World::Impl::PostProcess(ProcessState& p, Nanos t, Task fn) {
+void Scheduler::PostProcess(ProcessState& p, Nanos t, Task fn) {
   if (!p.Alive() || p.bEnding) return;
   if (t < now) t = now;
   // One world entry wakes the process for all its events due then: when one for the same
@@ -69,7 +69,7 @@ void World::Impl::PostProcess(ProcessState& p, Nanos t, Task fn) {
   p.events.Push(t, nextSeq - 1, std::move(fn));
 }
 
-void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t, Task fn) {
+void Scheduler::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t, Task fn) {
   if (ep->pid == 0) {
     PostWorld(t, std::move(fn));
     return;
@@ -77,7 +77,7 @@ void World::Impl::PostEndpoint(const std::shared_ptr<Endpoint>& ep, Nanos t, Tas
   if (ProcessState* p = Proc(ep->pid)) PostProcess(*p, t, std::move(fn));
 }
 
-bool World::Impl::Step() {
+bool Scheduler::Step() {
   if (heap.Empty()) {
     CheckLostWakeups();
     return false;
@@ -88,14 +88,14 @@ bool World::Impl::Step() {
   return true;
 }
 
-void World::Impl::RunUntil(Nanos t) {
+void Scheduler::RunUntil(Nanos t) {
   if (current) Fatal("RunUntil called from inside a process");
   while (!heap.Empty() && heap.NextTime() <= t) Step();
   if (heap.Empty()) CheckLostWakeups();
   if (t > now) now = t;
 }
 
-void World::Impl::CheckLostWakeups() const {
+void Scheduler::CheckLostWakeups() const {
   for (const auto& p : processes) {
     const ProcessId pid = p->pid;
     if (!p->Alive()) continue;
@@ -107,7 +107,7 @@ void World::Impl::CheckLostWakeups() const {
   }
 }
 
-bool World::Impl::Call(ProcessId pid, std::function<void()> fn) {
+bool Scheduler::Call(ProcessId pid, std::function<void()> fn) {
   if (current) Fatal("World::Call from inside a process");
   ProcessState* p = Proc(pid);
   if (!p || !p->Alive() || p->bEnding) return false;
@@ -123,7 +123,7 @@ bool World::Impl::Call(ProcessId pid, std::function<void()> fn) {
   return *done;
 }
 
-void World::Impl::Dispatch(Entry& e) {
+void Scheduler::Dispatch(Entry& e) {
   if (e.type == Entry::Type::World) {
     // Taken out first: the work may post more.
     Task fn = std::move(worldTasks[e.task - 1]);
@@ -152,7 +152,7 @@ void World::Impl::Dispatch(Entry& e) {
   }
 }
 
-void World::Impl::Resume(ProcessState& p) {
+void Scheduler::Resume(ProcessState& p) {
   if (current) Fatal("a process resumed from inside another process");
   auto keep = processes.Share(p.pid);
   if (!p.fiber) {
@@ -175,30 +175,30 @@ void World::Impl::Resume(ProcessState& p) {
   current = &p;
   p.fiber->Resume();
   current = nullptr;
-  if (p.fiber->Finished()) Finalize(p);
+  if (p.fiber->Finished()) onEnded_(p);
 }
 
 // ---- Waits (on the process's own fiber) ---------------------------------------------
 
-void World::Impl::RequireFiber(ProcessState& p, const char* sWhat) const {
+void Scheduler::RequireFiber(ProcessState& p, const char* sWhat) const {
   if (current != &p)
     Fatal(std::string(sWhat) + " called outside its own process " + std::to_string(p.pid));
 }
 
-void World::Impl::EndNow(ProcessState& p) {
+void Scheduler::EndNow(ProcessState& p) {
   p.bEnding = true;
   throw platform::ProcessEnded{};
 }
 
-void World::Impl::CheckKill(ProcessState& p) {
+void Scheduler::CheckKill(ProcessState& p) {
   if (p.bKillRequested && !p.bEnding) EndNow(p);
 }
 
-bool World::Impl::HasDue(const ProcessState& p) const {
+bool Scheduler::HasDue(const ProcessState& p) const {
   return !p.events.Empty() && p.events.NextTime() <= now;
 }
 
-void World::Impl::Drain(ProcessState& p) {
+void Scheduler::Drain(ProcessState& p) {
   struct Depth {
     ProcessState& p;
     explicit Depth(ProcessState& q) : p(q) {
@@ -215,7 +215,7 @@ void World::Impl::Drain(ProcessState& p) {
   }
 }
 
-void World::Impl::WaitEvents(ProcessState& p, Nanos d) {
+void Scheduler::WaitEvents(ProcessState& p, Nanos d) {
   if (p.bEnding) return;
   RequireFiber(p, "WaitForEvents");
   CheckKill(p);
@@ -236,7 +236,7 @@ void World::Impl::WaitEvents(ProcessState& p, Nanos d) {
   Drain(p);
 }
 
-void World::Impl::WaitBlocked(ProcessState& p, std::uint64_t gen, Nanos until) {
+void Scheduler::WaitBlocked(ProcessState& p, std::uint64_t gen, Nanos until) {
   if (p.bEnding) return;
   RequireFiber(p, "a blocking call");
   CheckKill(p);
@@ -248,13 +248,13 @@ void World::Impl::WaitBlocked(ProcessState& p, std::uint64_t gen, Nanos until) {
   CheckKill(p);
 }
 
-void World::Impl::Sleep(ProcessState& p, Nanos d) {
+void Scheduler::Sleep(ProcessState& p, Nanos d) {
   if (p.bEnding || d <= 0) return;
   const std::uint64_t gen = ++p.waitGen;
   WaitBlocked(p, gen, now + d);
 }
 
-void World::Impl::Wake(ProcessId pid, std::uint64_t gen, Nanos t) {
+void Scheduler::Wake(ProcessId pid, std::uint64_t gen, Nanos t) {
   Entry e;
   e.t = t;
   e.pid = pid;
@@ -303,11 +303,11 @@ ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
   sStarted +=
       " started " + p->start.sKind + " \"" + p->start.sPath + "\" \"" + p->start.sParameters + "\"";
   Record(host, TranscriptKind::Process, sStarted);
-  Entry e;
+  Scheduler::Entry e;
   e.t = now;
   e.pid = p->pid;
-  e.type = Entry::Type::Start;
-  Push(std::move(e));
+  e.type = Scheduler::Entry::Type::Start;
+  sched.Push(std::move(e));
   return p->pid;
 }
 
@@ -316,7 +316,7 @@ bool World::Impl::Kill(ProcessId pid, bool bQuiet) {
   if (!p || !p->Alive()) return false;
   if (!p->bKillRequested) p->bKilled = !bQuiet;
   p->bKillRequested = true;
-  if (current == p) EndNow(*p);
+  if (sched.current == p) sched.EndNow(*p);
   auto unwind = [this, pid] {
     ProcessState* q = Proc(pid);
     if (!q || !q->Alive()) return;
@@ -324,10 +324,10 @@ bool World::Impl::Kill(ProcessId pid, bool bQuiet) {
       Finalize(*q);
     else if (q->state == ProcessState::State::WaitEvents ||
              q->state == ProcessState::State::WaitBlocked)
-      Resume(*q);
+      sched.Resume(*q);
   };
-  if (current)
-    PostWorld(now, unwind);  // another fiber asked: the scheduler's stack does it
+  if (sched.current)
+    sched.PostWorld(now, unwind);  // another fiber asked: the scheduler's stack does it
   else
     unwind();
   return true;
@@ -347,7 +347,7 @@ void World::Impl::Finalize(ProcessState& p) {
   std::vector<platform::WindowHandle> gone;
   for (auto& w : h.windows)
     if (w->owner == p.pid) gone.push_back(w->hWnd);
-  for (auto hWnd : gone) RemoveWindow(h, hWnd);
+  for (auto hWnd : gone) desktop.RemoveWindow(h, hWnd);
   for (auto it = h.listeners.begin(); it != h.listeners.end();) {
     if (it->second.pid == p.pid)
       it = h.listeners.erase(it);
@@ -357,8 +357,8 @@ void World::Impl::Finalize(ProcessState& p) {
   std::vector<std::shared_ptr<Endpoint>> eps;
   for (auto& [id, weak] : h.endpoints)
     if (auto ep = weak.lock(); ep && ep->pid == p.pid) eps.push_back(ep);
-  for (auto& ep : eps) CloseEndpoint(ep, !h.bCrashing);
-  for (auto& wt : p.waiters) Wake(wt.pid, wt.gen, std::max(now, wt.sent + 10 * kMillisecond));
+  for (auto& ep : eps) net.CloseEndpoint(ep, !h.bCrashing);
+  for (auto& wt : p.waiters) sched.Wake(wt.pid, wt.gen, std::max(now, wt.sent + 10 * kMillisecond));
   p.waiters.clear();
   h.processes.erase(std::remove(h.processes.begin(), h.processes.end(), p.pid), h.processes.end());
   std::string sText = "#";
@@ -393,12 +393,12 @@ ProcessInfo World::Impl::Info(const ProcessState& p) const {
 
 void SimEventLoop::ProcessPendingEvents() {
   if (p_.bEnding) return;
-  w_.RequireFiber(p_, "ProcessPendingEvents");
+  w_.sched.RequireFiber(p_, "ProcessPendingEvents");
   if (++p_.nSpin > kMaxSpin)
     Fatal("process " + std::to_string(p_.pid) +
           " pumps events in a loop without ever waiting; virtual time cannot move");
-  w_.CheckKill(p_);
-  w_.Drain(p_);
+  w_.sched.CheckKill(p_);
+  w_.sched.Drain(p_);
 }
 
 void SimEventLoop::WaitForEvents(double dSeconds) {
@@ -407,17 +407,17 @@ void SimEventLoop::WaitForEvents(double dSeconds) {
     d = kForever;
   else if (dSeconds > 0)
     d = FromSeconds(dSeconds);
-  w_.WaitEvents(p_, d);
+  w_.sched.WaitEvents(p_, d);
 }
 
 void SimEventLoop::Run() {
   while (true) {
-    w_.WaitEvents(p_, kForever);
+    w_.sched.WaitEvents(p_, kForever);
     if (p_.bEnding) throw platform::ProcessEnded{};
   }
 }
 
-void SimEventLoop::EndProcess() { w_.EndNow(p_); }
+void SimEventLoop::EndProcess() { w_.sched.EndNow(p_); }
 
 void SimEventLoop::TimerChanged(ui::Timer& timer) {
   if (!p_.Alive() || p_.bEnding) return;
@@ -433,7 +433,7 @@ void SimEventLoop::TimerGone(ui::Timer& timer) {
 }
 
 void SimEventLoop::Arm(ui::Timer* timer, std::uint64_t gen, Nanos due) {
-  w_.PostProcess(p_, due, [this, timer, gen, due] { Tick(timer, gen, due); });
+  w_.sched.PostProcess(p_, due, [this, timer, gen, due] { Tick(timer, gen, due); });
 }
 
 void SimEventLoop::Tick(ui::Timer* timer, std::uint64_t gen, Nanos due) {

@@ -70,14 +70,18 @@ void SimTrace::ActivityLine(const std::string& sText) {
 
 // ---- Windows ----------------------------------------------------------------------------
 
-std::shared_ptr<WindowRec> World::Impl::FindWindow(HostId host, platform::WindowHandle hWnd) const {
+void Desktop::Record(HostId host, TranscriptKind kind, const std::string& sText) {
+  w_.Record(host, kind, sText);
+}
+
+std::shared_ptr<WindowRec> Desktop::FindWindow(HostId host, platform::WindowHandle hWnd) const {
   if (host >= hosts.size() || hWnd == 0) return nullptr;
   for (auto& r : hosts[host]->windows)
     if (r->hWnd == hWnd) return r;
   return nullptr;
 }
 
-void World::Impl::OpenWindow(HostState& h, std::shared_ptr<WindowRec> rec) {
+void Desktop::OpenWindow(HostState& h, std::shared_ptr<WindowRec> rec) {
   rec->hWnd = ++nextWindow;
   rec->host = h.id;
   std::string sText = WindowRef(rec->hWnd) + " opened " + rec->sClass + " " + Quote(rec->sTitle);
@@ -88,7 +92,7 @@ void World::Impl::OpenWindow(HostState& h, std::shared_ptr<WindowRec> rec) {
   Record(h.id, TranscriptKind::Window, sText);
 }
 
-void World::Impl::RemoveWindow(HostState& h, platform::WindowHandle hWnd) {
+void Desktop::RemoveWindow(HostState& h, platform::WindowHandle hWnd) {
   for (auto it = h.windows.begin(); it != h.windows.end(); ++it) {
     if ((*it)->hWnd != hWnd) continue;
     auto rec = *it;
@@ -100,7 +104,7 @@ void World::Impl::RemoveWindow(HostState& h, platform::WindowHandle hWnd) {
   }
 }
 
-void World::Impl::FormChanged(WindowRec& rec) {
+void Desktop::FormChanged(WindowRec& rec) {
   if (!rec.form) return;
   const std::string sCaption = rec.form->Caption();
   const bool bVisible = rec.form->Visible();
@@ -115,7 +119,7 @@ void World::Impl::FormChanged(WindowRec& rec) {
   }
 }
 
-void World::Impl::DeliverClose(HostId host, platform::WindowHandle hWnd) {
+void Desktop::DeliverClose(HostId host, platform::WindowHandle hWnd) {
   auto rec = FindWindow(host, hWnd);
   if (!rec) return;
   if (rec->form) {
@@ -153,28 +157,28 @@ std::optional<std::string> Cut(const std::string& s, int nBufferLen) {
 }  // namespace
 
 std::optional<std::string> SimWindows::ClassName(platform::WindowHandle hWnd, int nBufferLen) {
-  auto rec = w_.FindWindow(p_.host, hWnd);
+  auto rec = w_.desktop.FindWindow(p_.host, hWnd);
   if (!rec) return std::nullopt;
   return Cut(rec->sClass, nBufferLen);
 }
 
 std::optional<std::string> SimWindows::WindowText(platform::WindowHandle hWnd, int nBufferLen) {
-  auto rec = w_.FindWindow(p_.host, hWnd);
+  auto rec = w_.desktop.FindWindow(p_.host, hWnd);
   if (!rec) return std::nullopt;
   return Cut(rec->sTitle, nBufferLen);
 }
 
 bool SimWindows::SendClose(platform::WindowHandle hWnd) {
   if (p_.bEnding) return false;
-  w_.RequireFiber(p_, "SendClose");
-  auto rec = w_.FindWindow(p_.host, hWnd);
+  w_.sched.RequireFiber(p_, "SendClose");
+  auto rec = w_.desktop.FindWindow(p_.host, hWnd);
   if (!rec) return false;
   const Nanos sent = w_.now;
   ProcessState* owner = rec->owner ? w_.Proc(rec->owner) : nullptr;
   if (!owner || owner == &p_ || !owner->Alive()) {
     // Our own window, or one without a running owner: handled right here.
-    if (!rec->owner || owner == &p_) w_.DeliverClose(p_.host, hWnd);
-    w_.Sleep(p_, kSendCloseCost);
+    if (!rec->owner || owner == &p_) w_.desktop.DeliverClose(p_.host, hWnd);
+    w_.sched.Sleep(p_, kSendCloseCost);
     return true;
   }
   const std::uint64_t gen = ++p_.waitGen;
@@ -183,20 +187,20 @@ bool SimWindows::SendClose(platform::WindowHandle hWnd) {
   const HostId host = p_.host;
   const ProcessId sender = p_.pid;
   const ProcessId ownerPid = owner->pid;
-  w_.PostProcess(*owner, w_.now, [&w, host, hWnd, sender, gen, sent, ownerPid] {
-    w.DeliverClose(host, hWnd);
+  w_.sched.PostProcess(*owner, w_.now, [&w, host, hWnd, sender, gen, sent, ownerPid] {
+    w.desktop.DeliverClose(host, hWnd);
     ProcessState* o = w.Proc(ownerPid);
     if (!o) return;
     auto& ws = o->waiters;
     for (auto it = ws.begin(); it != ws.end(); ++it) {
       if (it->pid == sender && it->gen == gen) {
         ws.erase(it);
-        w.Wake(sender, gen, std::max(w.now, sent + kSendCloseCost));
+        w.sched.Wake(sender, gen, std::max(w.now, sent + kSendCloseCost));
         break;
       }
     }
   });
-  w_.WaitBlocked(p_, gen, kForever);
+  w_.sched.WaitBlocked(p_, gen, kForever);
   return true;
 }
 
@@ -213,7 +217,7 @@ void SimWindows::AttachForm(ui::Form& form) {
   rec->form = &form;
   rec->sFormName = form.Name();
   std::weak_ptr<WindowRec> weak = rec;
-  w_.OpenWindow(h, rec);
+  w_.desktop.OpenWindow(h, rec);
   // The guard lives in the form's observer list, so it dies with the form: a form
   // destroyed without DetachForm takes its window with it.
   struct Guard {
@@ -223,13 +227,13 @@ void SimWindows::AttachForm(ui::Form& form) {
     World::Impl* w;
     std::weak_ptr<WindowRec> rec;
     ~Guard() {
-      if (auto r = rec.lock(); r && r->form) w->RemoveWindow(*w->hosts[r->host], r->hWnd);
+      if (auto r = rec.lock(); r && r->form) w->desktop.RemoveWindow(*w->hosts[r->host], r->hWnd);
     }
   };
   auto guard = std::make_shared<Guard>(&w_, weak);
   World::Impl* w = &w_;
   form.AddObserver([w, weak, guard] {
-    if (auto r = weak.lock()) w->FormChanged(*r);
+    if (auto r = weak.lock()) w->desktop.FormChanged(*r);
   });
 }
 
@@ -237,7 +241,7 @@ void SimWindows::DetachForm(ui::Form& form) {
   HostState& h = w_.HostOf(p_);
   for (auto& r : h.windows) {
     if (r->form == &form) {
-      w_.RemoveWindow(h, r->hWnd);
+      w_.desktop.RemoveWindow(h, r->hWnd);
       return;
     }
   }
@@ -422,8 +426,8 @@ std::optional<std::string> SimSocketsLibrary::HostName() {
 
 std::optional<platform::HostEntry> SimSocketsLibrary::HostByName(const std::string& sName) {
   HostState& h = w_.HostOf(p_);
-  if (h.sockets.lookupTime > 0) w_.Sleep(p_, h.sockets.lookupTime);
-  auto a = w_.Lookup(h, sName, &lngLastError_);
+  if (h.sockets.lookupTime > 0) w_.sched.Sleep(p_, h.sockets.lookupTime);
+  auto a = w_.net.Lookup(h, sName, &lngLastError_);
   if (!a) return std::nullopt;
   platform::HostEntry e;
   e.nAddressLength = 4;
@@ -431,7 +435,7 @@ std::optional<platform::HostEntry> SimSocketsLibrary::HostByName(const std::stri
   return e;
 }
 
-std::optional<Address> World::Impl::Lookup(HostState& h, const std::string& sName, Long* pError) {
+std::optional<Address> NetModel::Lookup(HostState& h, const std::string& sName, Long* pError) {
   const auto fail = [pError]() -> std::optional<Address> {
     if (pError) *pError = kWsaHostNotFound;
     return std::nullopt;

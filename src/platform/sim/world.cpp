@@ -78,9 +78,8 @@ World::Impl::~Impl() {
   bTearingDown = true;
   transcript.Close();
   KillAll();
-  heap.Clear();
-  worldTasks.clear();
-  rawEndpoints.clear();
+  sched.Clear();
+  net.raw.Clear();
   processes.clear();
   hosts.clear();
 }
@@ -100,20 +99,20 @@ void World::SetStartDateTime(DateTime start) {
 }
 DateTime World::StartDateTime() const { return impl_->startDate; }
 Nanos World::Now() const { return impl_->now; }
-void World::RunUntil(Nanos t) { impl_->RunUntil(t); }
+void World::RunUntil(Nanos t) { impl_->sched.RunUntil(t); }
 void World::RunFor(Nanos d) {
-  impl_->RunUntil(d >= kForever - impl_->now ? kForever : impl_->now + d);
+  impl_->sched.RunUntil(d >= kForever - impl_->now ? kForever : impl_->now + d);
 }
 bool World::Step() {
-  if (impl_->current) Fatal("World::Step from inside a process");
-  return impl_->Step();
+  if (impl_->sched.current) Fatal("World::Step from inside a process");
+  return impl_->sched.Step();
 }
 Nanos World::NextEventTime() const {
-  return impl_->heap.Empty() ? kForever : impl_->heap.NextTime();
+  return impl_->sched.Empty() ? kForever : impl_->sched.NextTime();
 }
-void World::At(Nanos t, std::function<void()> fn) { impl_->PostWorld(t, std::move(fn)); }
+void World::At(Nanos t, std::function<void()> fn) { impl_->sched.PostWorld(t, std::move(fn)); }
 bool World::Call(ProcessId pid, std::function<void()> fn) {
-  return impl_->Call(pid, std::move(fn));
+  return impl_->sched.Call(pid, std::move(fn));
 }
 
 // ---- Hosts ----------------------------------------------------------------------------
@@ -144,7 +143,7 @@ std::optional<HostId> World::AddHost(const HostSetup& setup) {
   h->shareRng = Rng(DeriveSeed(w.seed, "shares", id));
   h->disk.MakeFolders('C', {"Windows", "System32"});
   w.hosts.Add(std::move(h));
-  ++w.sharesGen;
+  w.shareList.Changed();
   return id;
 }
 
@@ -179,38 +178,38 @@ bool World::HostUp(HostId host) const {
 void World::CrashHost(HostId host) {
   Impl& w = *impl_;
   if (host >= w.hosts.size() || !w.hosts[host]->bUp) return;
-  if (w.current) {
-    w.PostWorld(w.now, [this, host] { CrashHost(host); });
+  if (w.sched.current) {
+    w.sched.PostWorld(w.now, [this, host] { CrashHost(host); });
     return;
   }
   HostState& h = *w.hosts[host];
   w.Record(host, TranscriptKind::Note, "host crashed");
   h.bUp = false;
   h.bCrashing = true;
-  ++w.sharesGen;
+  w.shareList.Changed();
   std::vector<std::shared_ptr<Endpoint>> eps;
   for (auto& [id, weak] : h.endpoints)
     if (auto ep = weak.lock()) eps.push_back(ep);
-  for (auto& ep : eps) w.CloseEndpoint(ep, false);
+  for (auto& ep : eps) w.net.CloseEndpoint(ep, false);
   h.listeners.clear();
   const std::vector<ProcessId> pids = h.processes;
   for (auto pid : pids) w.Kill(pid);
   std::vector<platform::WindowHandle> left;
   for (auto& rec : h.windows) left.push_back(rec->hWnd);
-  for (auto hWnd : left) w.RemoveWindow(h, hWnd);
+  for (auto hWnd : left) w.desktop.RemoveWindow(h, hWnd);
   h.bCrashing = false;
 }
 
 void World::RestartHost(HostId host, bool bAutostart) {
   Impl& w = *impl_;
   if (host >= w.hosts.size() || w.hosts[host]->bUp) return;
-  if (w.current) {
-    w.PostWorld(w.now, [this, host, bAutostart] { RestartHost(host, bAutostart); });
+  if (w.sched.current) {
+    w.sched.PostWorld(w.now, [this, host, bAutostart] { RestartHost(host, bAutostart); });
     return;
   }
   HostState& h = *w.hosts[host];
   h.bUp = true;
-  ++w.sharesGen;
+  w.shareList.Changed();
   w.Record(host, TranscriptKind::Note, "host restarted");
   if (!bAutostart) return;
   const std::string sRun = "software\\microsoft\\windows\\currentversion\\run";
@@ -259,7 +258,7 @@ void World::SetClockSkew(HostId host, double dPpm) {
 void World::JumpClock(HostId host, Nanos at, double dSeconds) {
   Impl& w = *impl_;
   if (host >= w.hosts.size()) return;
-  w.PostWorld(at, [&w, host, dSeconds] {
+  w.sched.PostWorld(at, [&w, host, dSeconds] {
     w.hosts[host]->offset += FromSeconds(dSeconds);
     w.Record(
         host, TranscriptKind::Note,
@@ -271,7 +270,7 @@ void World::JumpClock(HostId host, Nanos at, double dSeconds) {
 void World::SetClock(HostId host, Nanos at, DateTime local) {
   Impl& w = *impl_;
   if (host >= w.hosts.size()) return;
-  w.PostWorld(at, [&w, host, local] {
+  w.sched.PostWorld(at, [&w, host, local] {
     HostState& h = *w.hosts[host];
     const Nanos want = (local.lngSeconds - w.startDate.lngSeconds) * kSecond;
     h.offset += want - w.LocalNanos(h);
@@ -344,7 +343,9 @@ platform::Platform* World::PlatformOf(ProcessId pid) {
   return &p->services->platform;
 }
 
-ProcessId World::CurrentProcess() const { return impl_->current ? impl_->current->pid : 0; }
+ProcessId World::CurrentProcess() const {
+  return impl_->sched.current ? impl_->sched.current->pid : 0;
+}
 
 // ---- Windows --------------------------------------------------------------------------
 
@@ -386,21 +387,21 @@ platform::WindowHandle World::AddWindow(HostId host, const std::string& sClass,
   rec->sTitle = sTitle;
   rec->bVisible = true;
   rec->nRefuseClose = nRefuseClose;
-  w.OpenWindow(*w.hosts[host], rec);
+  w.desktop.OpenWindow(*w.hosts[host], rec);
   return rec->hWnd;
 }
 
 bool World::CloseWindow(HostId host, platform::WindowHandle hWnd) {
   Impl& w = *impl_;
-  auto rec = w.FindWindow(host, hWnd);
+  auto rec = w.desktop.FindWindow(host, hWnd);
   if (!rec) return false;
   if (rec->owner == 0) {
-    w.DeliverClose(host, hWnd);
+    w.desktop.DeliverClose(host, hWnd);
     return true;
   }
   ProcessState* p = w.Proc(rec->owner);
   if (!p || !p->Alive()) return false;
-  w.PostProcess(*p, w.now, [&w, host, hWnd] { w.DeliverClose(host, hWnd); });
+  w.sched.PostProcess(*p, w.now, [&w, host, hWnd] { w.desktop.DeliverClose(host, hWnd); });
   return true;
 }
 

@@ -292,8 +292,13 @@ class World {
   void SplitNextSend(HostId from, HostId to);
   // Connects, refusals, accepts, closes and errors in the transcript (off by default).
   void SetNetTrace(bool bOn);
+  // With the net trace on, each send also writes a line "send LOCAL -> REMOTE " and
+  // what describe makes of its bytes (the simulator cannot read messages itself).
+  void SetSendText(std::function<std::string(const Bytes&)> describe);
   // A connection from `from` (no process needed) to sTarget:lngPort that sends data
-  // once connected, then closes when bCloseAfter. Failures show only in the net trace.
+  // once connected, then closes when bCloseAfter. Without bCloseAfter it is kept: the
+  // next RawSend from `from` to the same target and port goes on it (queued until it
+  // connects), until one with bCloseAfter closes it. Failures show only in the net trace.
   void RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
                bool bCloseAfter = true);
 

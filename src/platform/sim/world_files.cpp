@@ -102,7 +102,7 @@ bool World::AddShare(HostId host, const std::string& sShare, const std::string& 
   if (!h.disk.MakeFolders(s.cDrive, s.folder)) return false;
   s.bReadable = bReadable;
   h.shares.push_back(std::move(s));
-  ++impl_->sharesGen;
+  impl_->shareList.Changed();
   return true;
 }
 
@@ -123,7 +123,7 @@ bool World::RemoveShare(HostId host, const std::string& sShare) {
   for (auto it = shares.begin(); it != shares.end(); ++it) {
     if (EqualNoCase(it->sName, sShare)) {
       shares.erase(it);
-      ++impl_->sharesGen;
+      impl_->shareList.Changed();
       return true;
     }
   }
@@ -146,16 +146,16 @@ void World::SetShareSearchError(HostId host, bool bError) {
   if (host < impl_->hosts.size()) impl_->hosts[host]->bSearchError = bError;
 }
 
-std::vector<std::string> World::Impl::DefaultVisibleShares() {
-  if (sharesCacheGen != sharesGen) {
-    sharesCache.clear();
+const std::vector<std::string>& VisibleShareList::Default(const HostTable& hosts) {
+  if (cacheGen_ != gen_) {
+    cache_.clear();
     for (auto& h : hosts) {
       if (!h->bUp) continue;
-      for (auto& s : h->shares) sharesCache.push_back("\\\\" + h->sName + "\\" + s.sName);
+      for (auto& s : h->shares) cache_.push_back("\\\\" + h->sName + "\\" + s.sName);
     }
-    sharesCacheGen = sharesGen;
+    cacheGen_ = gen_;
   }
-  return sharesCache;
+  return cache_;
 }
 
 }  // namespace launchagent::sim

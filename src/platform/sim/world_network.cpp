@@ -27,14 +27,14 @@ void World::FailLookup(HostId host, const std::string& sName, bool bFails) {
 
 // ---- Network ----------------------------------------------------------------------------
 
-NetworkSettings& World::Network() { return impl_->links.Settings(); }
+NetworkSettings& World::Network() { return impl_->net.links.Settings(); }
 
 void World::SetLatency(HostId a, HostId b, Nanos min, Nanos max) {
-  impl_->links.SetLatency(a, b, min, max);
+  impl_->net.links.SetLatency(a, b, min, max);
 }
 
 void World::Partition(HostId from, HostId to, Nanos start, Nanos end) {
-  impl_->links.Partition(from, to, start, end);
+  impl_->net.links.Partition(from, to, start, end);
   const auto name = [this](HostId h) { return h == kAnyHost ? std::string("*") : HostName(h); };
   std::string sText =
       "partition " + name(from) + " -> " + name(to) + " from " + FormatElapsed(start);
@@ -42,27 +42,18 @@ void World::Partition(HostId from, HostId to, Nanos start, Nanos end) {
   impl_->Record(std::nullopt, TranscriptKind::Note, sText);
 }
 
-void World::Heal(HostId from, HostId to) { impl_->links.Heal(from, to, impl_->now); }
+void World::Heal(HostId from, HostId to) { impl_->net.links.Heal(from, to, impl_->now); }
 
-void World::MergeNextSends(HostId from, HostId to) { impl_->links.MergeNextSends(from, to); }
-void World::SplitNextSend(HostId from, HostId to) { impl_->links.SplitNextSend(from, to); }
-void World::SetNetTrace(bool bOn) { impl_->bNetTrace = bOn; }
+void World::MergeNextSends(HostId from, HostId to) { impl_->net.links.MergeNextSends(from, to); }
+void World::SplitNextSend(HostId from, HostId to) { impl_->net.links.SplitNextSend(from, to); }
+void World::SetNetTrace(bool bOn) { impl_->net.bNetTrace = bOn; }
+void World::SetSendText(std::function<std::string(const Bytes&)> describe) {
+  impl_->net.describeSend = std::move(describe);
+}
 
 void World::RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
                     bool bCloseAfter) {
-  Impl& w = *impl_;
-  if (from >= w.hosts.size() || !w.hosts[from]->bUp) return;
-  auto ep = w.NewEndpoint(from, 0);
-  ep->localPort = w.EphemeralPort(*w.hosts[from]);
-  std::weak_ptr<Endpoint> weak = ep;
-  ep->onConnected = [&w, weak, data = std::move(data), bCloseAfter] {
-    auto e = weak.lock();
-    if (!e) return;
-    w.Send(e, data);
-    if (bCloseAfter) w.CloseEndpoint(e, true);
-  };
-  w.rawEndpoints.push_back(ep);
-  w.StartConnect(ep, sTarget, lngPort);
+  impl_->net.raw.Send(from, sTarget, lngPort, std::move(data), bCloseAfter);
 }
 
 }  // namespace launchagent::sim
