@@ -6,6 +6,7 @@
 #include "lan_reach.h"
 #include "launcher/frm_launch.h"
 #include "platform/main_app_window.h"
+#include "platform/sim/transcript_text.h"
 #include "platform/text.h"
 
 namespace launchagent::campaign {
@@ -32,6 +33,7 @@ class SeedRun {
     world_->SetTranscriptSink([this, sink](const std::string& s) {
       if (sink) sink(s);
       observer_.OnLine(s);
+      if (s.find(" started varno \"") != std::string::npos) CheckVarnoStart(s);
     });
     world_->RegisterProgram(kAgentKind,
                             [this](platform::Platform& p, const sim::ProgramStart& start) {
@@ -360,6 +362,27 @@ class SeedRun {
     }
     ListShares();
     for (const auto& [host, hWnd] : strays_) CloseStray(host, hWnd);
+  }
+
+  // Varno starts from the host's own copy, or from a launch site that a holder announces
+  // to a host the share search finds; nothing else can tell an agent where Varno is.
+  void CheckVarnoStart(const std::string& sLine) {
+    const auto line = sim::ParseTranscriptLine(sLine);
+    if (!line) return;
+    const auto host = world_->FindHost(line->sHost);
+    const auto nFrom = line->sText.find('"');
+    if (!host || nFrom == std::string::npos) return;
+    const std::string sPath =
+        line->sText.substr(nFrom + 1, line->sText.find('"', nFrom + 1) - nFrom - 1);
+    std::size_t i = 0;
+    while (i < hosts_.size() && hosts_[i] != *host) ++i;
+    if (i == hosts_.size() || EqualsIgnoringCase(sPath, VarnoPath(plan_.hosts[i]))) return;
+    for (std::size_t j = 0; j < hosts_.size() && Found(plan_.hosts[i]); ++j)
+      if (EqualsIgnoringCase(sPath, LaunchSite(plan_.hosts[j])) &&
+          world_->ReadFile(hosts_[j], VarnoPath(plan_.hosts[j])))
+        return;
+    observer_.Fail("Varno on " + plan_.hosts[i].sName + " started from " + sPath +
+                   ", which is neither its own copy nor a launch site it can have heard of");
   }
 
   // Every host is up and reachable after healing; an agent hears from every agent
