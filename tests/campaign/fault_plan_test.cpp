@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <set>
 
+#include "lan_reach.h"
+
 namespace launchagent::campaign {
 namespace {
 
@@ -43,6 +45,34 @@ TEST(CampaignFaultPlan, StaysInsideItsLanAndPhaseAndRepeatsPerSeed) {
     // The rates themselves come from the seed, so seeds differ in how much goes wrong.
     EXPECT_GT(faultCounts.size(), 5u) << "max " << nMax;
   }
+}
+
+TEST(CampaignFaultPlan, DrawsWhatHostsShareAndWhereTheirAgentLives) {
+  std::set<std::string> shapes;
+  for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+    const SeedPlan p = DrawPlan(seed, 4, sim::kHour);
+    for (const HostPlan& h : p.hosts) {
+      const std::string sWhere = "seed " + std::to_string(seed) + " " + h.sName;
+      std::set<std::string> names;
+      for (const SharePlan& s : h.shares) {
+        // A share reaches the root of a drive or the agent's folder, under a name of
+        // its own on this host; a hidden one ends in "$".
+        EXPECT_TRUE(s.sFolder.size() == 3 || s.sFolder == h.sAgentFolder) << sWhere;
+        EXPECT_EQ(s.bHidden, s.sName.back() == '$') << sWhere;
+        EXPECT_TRUE(names.insert(s.sName).second) << sWhere;
+      }
+      shapes.insert(h.shares.empty() ? "nothing" : !Found(h) ? "hidden only" : "found");
+      if (Found(h) && LaunchSite(h).empty()) shapes.insert("found, no site");
+      shapes.insert(h.sAgentFolder.substr(0, 2));
+    }
+    for (const Fault& f : p.faults) {
+      if (f.kind == FaultKind::UnreadableShare) {
+        EXPECT_LT(f.lngAmount, static_cast<std::int64_t>(p.hosts[f.host].shares.size()));
+      }
+    }
+  }
+  EXPECT_EQ(shapes, (std::set<std::string>{"C:", "D:", "found", "found, no site", "hidden only",
+                                           "nothing"}));
 }
 
 }  // namespace

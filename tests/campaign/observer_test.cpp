@@ -33,10 +33,12 @@ struct Case {
 
 // The check-in names the entry it looks at, then closes Varno for it.
 const char* kClose = "log Verifying Agent  pc10\nlog Shutting Down Varno.";
+const char* kStart = "process #2 started launch \"C:\\Program Files\\Launch\\Launch.exe\" \"\"";
+const char* kSecond = "process #4 started launch \"C:\\Program Files\\Launch\\Launch.exe\" \"\"";
 const char* kInfo = "C:\\Program Files\\Launch\\AgentInfo_1";
 const char* kOptions = "C:\\Program Files\\Launch\\agent.dat";
 
-TEST(CampaignObserver, ChecksCheckInClosesProcessEndsAndOptionFiles) {
+TEST(CampaignObserver, ChecksCheckInClosesProcessEndsSecondAgentsAndOptionFiles) {
   const std::vector<Case> cases = {
       {"close at nine whole minutes",
        {{Seconds(30), "log HostInfoFrom=pc10"}, {Seconds(570), kClose}},
@@ -89,6 +91,22 @@ TEST(CampaignObserver, ChecksCheckInClosesProcessEndsAndOptionFiles) {
         {Seconds(300), "log HostInfoFrom=pc10"},
         {Seconds(570), "log Verifying Agent  \nlog Shutting Down Varno."}},
        ""},
+      {"a second agent ends as it starts and leaves the first's entries",
+       {{Seconds(5), kStart},
+        {Seconds(30), "log HostInfoFrom=pc10"},
+        {Seconds(60), kSecond},
+        {Seconds(60), "process #4 ended launch"},
+        {Seconds(570), kClose}},
+       ""},
+      {"a second agent that lingers",
+       {{Seconds(5), kStart}, {Seconds(60), kSecond}, {Seconds(62), "process #4 ended launch"}},
+       "ended only after 00:00:02.000"},
+      {"an agent started after the first was killed is the first again",
+       {{Seconds(5), kStart},
+        {Seconds(30), "process #2 killed launch"},
+        {Seconds(31), kSecond},
+        {Seconds(40), "process #4 ended launch"}},
+       "ended by itself"},
       {"whole agent-info records",
        {{Seconds(5), std::string("file ") + kInfo + " written 16512 bytes, new", kInfo, 16512}},
        ""},

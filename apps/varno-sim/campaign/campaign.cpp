@@ -55,6 +55,7 @@ CampaignSummary RunCampaign(const CampaignOptions& options, std::ostream& out) {
     ++summary.lngSeedsRun;
     summary.lngChecks += r.lngChecks;
     for (const auto& [sKind, n] : r.faults) summary.faults[sKind] += n;
+    for (const auto& [sKind, n] : r.lan) summary.lan[sKind] += n;
     if (r.broken) {
       summary.bFailed = true;
       out << "invariant broken\n"
@@ -71,7 +72,10 @@ CampaignSummary RunCampaign(const CampaignOptions& options, std::ostream& out) {
   }
   out << "campaign: " << summary.lngSeedsRun << " seeds run, " << summary.lngChecks
       << " invariant checks, " << (summary.bFailed ? "FAILED" : "all invariants held") << "\n"
-      << "faults injected:\n";
+      << "hosts: " << summary.lan["hosts"] << "\n";
+  for (const auto& [sKind, n] : summary.lan)
+    if (sKind != "hosts") out << "  " << sKind << ": " << n << "\n";
+  out << "faults injected:\n";
   for (const auto& [sKind, n] : summary.faults) out << "  " << sKind << ": " << n << "\n";
   return summary;
 }

@@ -23,6 +23,7 @@ struct CampaignOptions {
 struct CampaignSummary {
   std::uint64_t lngSeedsRun = 0;
   std::map<std::string, std::uint64_t> faults;  // injected, by kind
+  std::map<std::string, std::uint64_t> lan;     // hosts, by what they share and hold
   std::uint64_t lngChecks = 0;                  // invariant checks made
   bool bFailed = false;
 };

@@ -29,12 +29,33 @@ constexpr FaultKind kKinds[] = {
     FaultKind::StrayWindow,
     FaultKind::ShareSearchError,
     FaultKind::VisibleSharesChange,
+    FaultKind::SecondAgent,
 };
 
 // Upper bound of a kind's rate, faults per hour; the seed draws the rate below it, or
 // leaves the kind out, so seeds differ in what dominates.
 constexpr double kMaxPerHour = 12;
 constexpr double kChanceOfKind = 0.6;
+
+// Where an agent is installed (Varno, where a host has it, lies beside it); the first
+// counts twice.
+constexpr const char* kAgentFolders[] = {"C:\\Program Files\\Launch", "C:\\Program Files\\Launch",
+                                         "C:\\Apps\\Varno", "D:\\Launch"};
+// Names a host gives the share of its agent's folder alone.
+constexpr const char* kFolderShareNames[] = {"launch", "varno", "apps"};
+
+// What a host shares: the root of its agent's drive, C: beside a D: install, the agent's
+// folder alone, a hidden share of the drive; any of them, all or none.
+void DrawShares(sim::Rng& rng, HostPlan& h) {
+  const std::string sDrive(1, h.sAgentFolder[0]);
+  const std::string sRoot = sDrive + ":\\";
+  const std::string sLower(1, static_cast<char>(h.sAgentFolder[0] - 'A' + 'a'));
+  if (rng.Chance(0.6)) h.shares.push_back({sLower, sRoot, false});
+  if (sDrive != "C" && rng.Chance(0.3)) h.shares.push_back({"c", "C:\\", false});
+  if (rng.Chance(0.3))
+    h.shares.push_back({kFolderShareNames[rng.UniformInt(0, 2)], h.sAgentFolder, false});
+  if (rng.Chance(0.25)) h.shares.push_back({sLower + "$", sRoot, true});
+}
 
 sim::Nanos DrawBetween(sim::Rng& rng, sim::Nanos lo, sim::Nanos hi) {
   return rng.UniformInt(lo / sim::kSecond, hi / sim::kSecond) * sim::kSecond;
@@ -80,6 +101,8 @@ const char* FaultName(FaultKind kind) {
       return "share-search error";
     case FaultKind::VisibleSharesChange:
       return "changed visible shares";
+    case FaultKind::SecondAgent:
+      return "second agent";
   }
   return "?";
 }
@@ -98,6 +121,18 @@ SeedPlan DrawPlan(std::uint64_t lngSeed, int nMaxHosts, sim::Nanos faultPhase) {
     h.nRefuseClose = lan.Chance(dRefuseChance) ? static_cast<int>(lan.UniformInt(1, 3)) : 0;
     h.agentStart = lan.UniformInt(0, 10) * sim::kSecond;
     plan.hosts.push_back(h);
+  }
+  // Drawn apart, so the draws above stay those of LANs that shared every C: drive; a
+  // quarter of the seeds still do.
+  sim::Rng shares(sim::DeriveSeed(lngSeed, "campaign-shares"));
+  const bool bEveryC = shares.Chance(0.25);
+  for (HostPlan& h : plan.hosts) {
+    if (bEveryC) {
+      h.shares.push_back({"c", "C:\\", false});
+      continue;
+    }
+    h.sAgentFolder = kAgentFolders[shares.UniformInt(0, 3)];
+    DrawShares(shares, h);
   }
   if (std::none_of(plan.hosts.begin(), plan.hosts.end(),
                    [](const HostPlan& h) { return h.bHoldsVarno; }))
@@ -129,6 +164,10 @@ SeedPlan DrawPlan(std::uint64_t lngSeed, int nMaxHosts, sim::Nanos faultPhase) {
       if (kind == FaultKind::StrayWindow) f.lngAmount = rates.UniformInt(0, 2);
       if (kind == FaultKind::VisibleSharesChange)
         f.lngAmount = rates.UniformInt(0, kSharesVariants - 1);
+      if (kind == FaultKind::UnreadableShare) {
+        const auto nShares = static_cast<std::int64_t>(plan.hosts[f.host].shares.size());
+        f.lngAmount = nShares == 0 ? -1 : rates.UniformInt(0, nShares - 1);
+      }
       plan.faults.push_back(f);
     }
   }

@@ -9,9 +9,19 @@
 
 namespace launchagent::campaign {
 
+// A share of a host: \\host\sName reaches sFolder. A hidden share works on every path
+// that names it but no share search lists it.
+struct SharePlan {
+  std::string sName;
+  std::string sFolder;
+  bool bHidden = false;
+};
+
 struct HostPlan {
   std::string sName;
-  bool bHoldsVarno = false;  // a local copy of the main application, shared with the LAN
+  std::string sAgentFolder = "C:\\Program Files\\Launch";  // the agent, and Varno beside it
+  std::vector<SharePlan> shares;                           // in the order they were made
+  bool bHoldsVarno = false;  // a local copy of the main application in the agent folder
   int nWindowDelay = 2;      // seconds before Varno's window shows
   int nRefuseClose = 0;      // close requests Varno's window refuses each time
   sim::Nanos agentStart = 0;
@@ -40,6 +50,8 @@ enum class FaultKind {
                 // close requests it refuses
   ShareSearchError,
   VisibleSharesChange,  // lngAmount: which SharesVariant
+  // A second agent started beside the running one: it must end at once.
+  SecondAgent,
 };
 
 // The sockets library's failures a campaign draws.
@@ -54,7 +66,9 @@ struct Fault {
   sim::Nanos duration = 0;  // how long it lasts, where it lasts
   std::size_t host = 0;
   std::size_t peer = 0;
-  std::int64_t lngAmount = 0;  // clock step in seconds, skew in ppm, a kind's variant
+  // Clock step in seconds, skew in ppm, a kind's variant, the share made unreadable
+  // (an index into the host's shares; -1 when it shares nothing).
+  std::int64_t lngAmount = 0;
 };
 
 struct SeedPlan {

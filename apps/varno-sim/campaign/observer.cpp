@@ -39,7 +39,7 @@ void Observer::OnLine(const std::string& sLine) {
   if (line->sKind == "log")
     OnLog(*host, line->sText);
   else if (line->sKind == "process")
-    OnProcessEnd(*host, line->sText);
+    OnProcess(*host, line->sText);
   else if (line->sKind == "file")
     OnFileWritten(*host, line->sText);
 }
@@ -70,6 +70,8 @@ void Observer::OnLog(sim::HostId host, const std::string& sText) {
     }
     w.stamped[w.sChecking] = now;  // the close stamps the entry anew
     w.bClosing = true;
+  } else if (StartsWith(sText, "Verifying Agent CheckIn")) {
+    w.checkedIn = world_.Now();
   } else if (sText == "Verification completed." || sText == "ERROR: Verification.") {
     w.bClosing = false;
   } else if (sText == "Winsock.dll is not responding." ||
@@ -79,18 +81,41 @@ void Observer::OnLog(sim::HostId host, const std::string& sText) {
   }
 }
 
-void Observer::OnProcessEnd(sim::HostId host, const std::string& sText) {
-  // "#N ended KIND[ after an uncaught exception: ...]"; "killed" ends are the
-  // campaign's own (an agent killed, a host crashed).
+void Observer::OnProcess(sim::HostId host, const std::string& sText) {
+  // "#N started KIND ...", "#N ended KIND[ after an uncaught exception: ...]"; "killed"
+  // ends are the campaign's own (an agent killed, a host crashed).
   const auto nSpace = sText.find(' ');
   if (nSpace == std::string::npos) return;
+  const std::string sPid = sText.substr(0, nSpace);
   const std::string sRest = sText.substr(nSpace + 1);
+  const std::string sOwn = AsciiLower(world_.HostName(host));
+  const auto second = seconds_.find(sPid);
+  if (second != seconds_.end()) {
+    // A second agent sees the first one's window and ends as it starts.
+    if (StartsWith(sRest, "ended launch")) {
+      ++lngChecks_;
+      if (second->second != world_.Now())
+        Fail("a second agent on " + sOwn + " ended only after " +
+             sim::FormatElapsed(world_.Now() - second->second) + ": " + sText);
+    }
+    if (!StartsWith(sRest, "started ")) seconds_.erase(second);
+    return;
+  }
+  if (StartsWith(sRest, "started launch")) {
+    if (agent_.count(host))
+      seconds_[sPid] = world_.Now();
+    else
+      agent_[host] = sPid;
+    return;
+  }
   HostWatch& w = watch_[host];
   // A new agent starts from an empty registry.
-  if (StartsWith(sRest, "killed launch")) w = HostWatch{};
+  if (StartsWith(sRest, "killed launch")) {
+    w = HostWatch{};
+    agent_.erase(host);
+  }
   if (!StartsWith(sRest, "ended ")) return;
   ++lngChecks_;
-  const std::string sOwn = AsciiLower(world_.HostName(host));
   // An agent whose sockets library fails at its start ends at once, saying so: that is
   // one of the listed causes.
   const bool bLibraryEnd = w.libraryFailed && *w.libraryFailed == world_.Now();
@@ -99,7 +124,10 @@ void Observer::OnProcessEnd(sim::HostId host, const std::string& sText) {
   } else if (StartsWith(sRest, "ended varno") && !w.bClosing) {
     Fail("Varno on " + sOwn + " ended while its agent was not closing it: " + sText);
   }
-  if (StartsWith(sRest, "ended launch")) w = HostWatch{};
+  if (StartsWith(sRest, "ended launch")) {
+    w = HostWatch{};
+    agent_.erase(host);
+  }
 }
 
 void Observer::OnFileWritten(sim::HostId host, const std::string& sText) {
@@ -148,6 +176,11 @@ void Observer::CheckRegistry(sim::HostId host, Agent& agent) {
                   "' then '" + sName + "'");
     sPrevious = sName;
   }
+}
+
+bool Observer::CheckedInSince(sim::HostId host, sim::Nanos since) const {
+  const auto w = watch_.find(host);
+  return w != watch_.end() && w->second.checkedIn && *w->second.checkedIn >= since;
 }
 
 bool Observer::HeardFrom(sim::HostId host, const std::string& sPeerLower, sim::Nanos since) const {

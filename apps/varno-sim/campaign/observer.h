@@ -38,6 +38,8 @@ class Observer {
   const std::deque<std::string>& Tail() const { return tail_; }
   // Hosts each host has heard from (HostInfoFrom) since `since`.
   bool HeardFrom(sim::HostId host, const std::string& sPeerLower, sim::Nanos since) const;
+  // Whether the host's agent has verified its check-in since `since`.
+  bool CheckedInSince(sim::HostId host, sim::Nanos since) const;
 
   void Fail(const std::string& sInvariant);
 
@@ -51,15 +53,19 @@ class Observer {
     bool bClosing = false;                    // between "Shutting Down Varno." and the loop's end
     std::map<std::string, sim::Nanos> heard;  // peer (lower case) -> last HostInfoFrom
     std::optional<sim::Nanos> libraryFailed;  // when the agent said its sockets library failed
+    std::optional<sim::Nanos> checkedIn;      // its last "Verifying Agent CheckIn"
   };
 
   void OnLog(sim::HostId host, const std::string& sText);
-  void OnProcessEnd(sim::HostId host, const std::string& sText);
+  void OnProcess(sim::HostId host, const std::string& sText);
   void OnFileWritten(sim::HostId host, const std::string& sText);
   void CheckOptionFile(sim::HostId host, const std::string& sPath);
 
   sim::World& world_;
-  std::map<sim::HostId, HostWatch> watch_;
+  std::map<sim::HostId, HostWatch> watch_;    // of the host's (first) agent
+  std::map<sim::HostId, std::string> agent_;  // its process number ("#3"), while it runs
+  // Agents started while another ran on their host, and when.
+  std::map<std::string, sim::Nanos> seconds_;
   std::deque<std::string> tail_;
   std::optional<Violation> broken_;
   std::uint64_t lngChecks_ = 0;

@@ -3,7 +3,10 @@
 #include <set>
 
 #include "agent/agent.h"
+#include "lan_reach.h"
+#include "launcher/frm_launch.h"
 #include "platform/main_app_window.h"
+#include "platform/sim/transcript_text.h"
 #include "platform/text.h"
 
 namespace launchagent::campaign {
@@ -11,12 +14,13 @@ namespace launchagent::campaign {
 namespace {
 
 constexpr const char* kAgentKind = "launch";
-constexpr const char* kAgentPath = "C:\\Program Files\\Launch\\Launch.exe";
-constexpr const char* kVarnoPath = "C:\\Program Files\\Launch\\Varno2.exe";
 constexpr sim::Nanos kSlice = 5 * sim::kSecond;
 constexpr sim::Nanos kRegistryEvery = 15 * sim::kSecond;
 constexpr std::uint64_t kFullDiskBytes = 4096;
 constexpr std::int32_t kWsaSysNotReady = 10091;  // what a library that cannot start returns
+// A second agent ends as it starts; the first goes on with its check-in every 30 s.
+constexpr sim::Nanos kSecondAgentGone = sim::kSecond;
+constexpr sim::Nanos kFirstAgentWorks = 61 * sim::kSecond;
 
 class SeedRun {
  public:
@@ -29,6 +33,7 @@ class SeedRun {
     world_->SetTranscriptSink([this, sink](const std::string& s) {
       if (sink) sink(s);
       observer_.OnLine(s);
+      if (s.find(" started varno \"") != std::string::npos) CheckVarnoStart(s);
     });
     world_->RegisterProgram(kAgentKind,
                             [this](platform::Platform& p, const sim::ProgramStart& start) {
@@ -73,6 +78,7 @@ class SeedRun {
     r.broken = observer_.Broken();
     r.tail.assign(observer_.Tail().begin(), observer_.Tail().end());
     r.faults = std::move(faults_);
+    r.lan = LanShape(plan_.hosts);
     r.lngChecks = observer_.Checks();
     return r;
   }
@@ -81,20 +87,44 @@ class SeedRun {
   void Build() {
     sim::World& w = *world_;
     for (const HostPlan& h : plan_.hosts) hosts_.push_back(*w.AddHost(h.sName));
+    overrides_.resize(hosts_.size());
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const HostPlan& h = plan_.hosts[i];
-      w.WriteProgramFile(hosts_[i], kAgentPath, kAgentKind);
-      w.AddShare(hosts_[i], "c", "C:\\");
+      w.WriteProgramFile(hosts_[i], AgentPath(h), kAgentKind);
+      for (const SharePlan& share : h.shares) w.AddShare(hosts_[i], share.sName, share.sFolder);
       if (h.bHoldsVarno) {
         std::string sOptions = "window-delay=" + std::to_string(h.nWindowDelay);
         if (h.nRefuseClose > 0) {
           sOptions += " refuse-close=" + std::to_string(h.nRefuseClose);
           ++faults_["refusing Varno window"];
         }
-        w.WriteProgramFile(hosts_[i], kVarnoPath, "varno", sOptions);
+        w.WriteProgramFile(hosts_[i], VarnoPath(h), "varno", sOptions);
       }
       w.At(h.agentStart, [this, i] { StartAgent(i); });
     }
+    ListShares();
+  }
+
+  // What each host's share search lists: its fault's list while one lasts, else the
+  // shares of the hosts that are up, hidden ones left out as the search leaves them out.
+  void ListShares() {
+    std::vector<bool> up;
+    for (sim::HostId h : hosts_) up.push_back(world_->HostUp(h));
+    const std::vector<std::string> listed = ListedShares(plan_.hosts, up);
+    for (std::size_t i = 0; i < hosts_.size(); ++i)
+      world_->SetVisibleShares(hosts_[i], overrides_[i] ? *overrides_[i] : listed);
+  }
+
+  void RestartHost(sim::HostId host) {
+    world_->RestartHost(host, true);
+    ListShares();
+  }
+
+  // The live agent of a host, 0 when none runs.
+  sim::ProcessId AgentOf(sim::HostId id) const {
+    for (const sim::ProcessInfo& p : world_->Processes(id))
+      if (p.sKind == kAgentKind && p.bAlive) return p.pid;
+    return 0;
   }
 
   bool Running(sim::HostId id, const std::string& sKind) const {
@@ -105,7 +135,7 @@ class SeedRun {
 
   void StartAgent(std::size_t i) {
     if (world_->HostUp(hosts_[i]) && !Running(hosts_[i], kAgentKind))
-      world_->StartProgram(hosts_[i], kAgentPath);
+      world_->StartProgram(hosts_[i], AgentPath(plan_.hosts[i]));
   }
 
   // Ends a lasting fault, unless everything has healed meanwhile.
@@ -132,7 +162,8 @@ class SeedRun {
       case FaultKind::HostCrash:
         if (!w.HostUp(a)) return;
         w.CrashHost(a);
-        Later(f, [this, a] { world_->RestartHost(a, true); });
+        ListShares();
+        Later(f, [this, a] { RestartHost(a); });
         break;
       case FaultKind::AgentKill:
         if (!Running(a, kAgentKind)) return;
@@ -150,14 +181,20 @@ class SeedRun {
         w.FailLookup(a, w.HostName(b), true);
         Later(f, [this, a, b] { world_->FailLookup(a, world_->HostName(b), false); });
         break;
-      case FaultKind::DiskFull:
-        w.SetDiskCapacity(a, 'C', kFullDiskBytes);
-        Later(f, [this, a] { world_->SetDiskCapacity(a, 'C', std::nullopt); });
+      case FaultKind::DiskFull: {
+        const char cDrive = plan_.hosts[f.host].sAgentFolder[0];
+        w.SetDiskCapacity(a, cDrive, kFullDiskBytes);
+        Later(f, [this, a, cDrive] { world_->SetDiskCapacity(a, cDrive, std::nullopt); });
         break;
-      case FaultKind::UnreadableShare:
-        w.SetShareReadable(a, "c", false);
-        Later(f, [this, a] { world_->SetShareReadable(a, "c", true); });
+      }
+      case FaultKind::UnreadableShare: {
+        if (f.lngAmount < 0) return;  // the host shares nothing
+        const std::string sShare =
+            plan_.hosts[f.host].shares[static_cast<std::size_t>(f.lngAmount)].sName;
+        w.SetShareReadable(a, sShare, false);
+        Later(f, [this, a, sShare] { world_->SetShareReadable(a, sShare, true); });
         break;
+      }
       case FaultKind::MergedSends:
         w.MergeNextSends(a, b);
         break;
@@ -188,8 +225,15 @@ class SeedRun {
         Later(f, [this, a] { world_->SetShareSearchError(a, false); });
         break;
       case FaultKind::VisibleSharesChange:
-        w.SetVisibleShares(a, VisibleShares(f));
-        Later(f, [this, a] { world_->ClearVisibleShares(a); });
+        overrides_[f.host] = VisibleShares(f);
+        ListShares();
+        Later(f, [this, i = f.host] {
+          overrides_[i].reset();
+          ListShares();
+        });
+        break;
+      case FaultKind::SecondAgent:
+        if (!StartSecondAgent(f.host)) return;
         break;
     }
     ++faults_[FaultName(f.kind)];
@@ -238,15 +282,48 @@ class SeedRun {
     }
   }
 
+  // A list of the shares of the hosts `which` picks, up or down.
+  template <class Pick>
+  std::vector<std::string> SharesOf(Pick which) const {
+    std::vector<bool> picked;
+    for (std::size_t i = 0; i < hosts_.size(); ++i) picked.push_back(which(i));
+    return ListedShares(plan_.hosts, picked);
+  }
+
   std::vector<std::string> VisibleShares(const Fault& f) const {
-    const auto unc = [this](std::size_t i) { return "\\\\" + plan_.hosts[i].sName + "\\c"; };
-    std::vector<std::string> names;
-    if (f.lngAmount == kOwnShareOnly) names.push_back(unc(f.host));
-    if (f.lngAmount == kBadNames) names = {"\\\\nohost\\c", "junk", "\\\\", ""};
-    if (f.lngAmount == kAllButPeer)
-      for (std::size_t i = 0; i < hosts_.size(); ++i)
-        if (i != f.peer) names.push_back(unc(i));
-    return names;
+    if (f.lngAmount == kOwnShareOnly) return SharesOf([&](std::size_t i) { return i == f.host; });
+    if (f.lngAmount == kBadNames) return {"\\\\nohost\\c", "junk", "\\\\", ""};
+    if (f.lngAmount == kAllButPeer) return SharesOf([&](std::size_t i) { return i != f.peer; });
+    return {};
+  }
+
+  // Another agent started on a host whose agent runs and shows its window: it must end
+  // at once, and the first must go on working.
+  bool StartSecondAgent(std::size_t i) {
+    sim::World& w = *world_;
+    const sim::ProcessId first = AgentOf(hosts_[i]);
+    if (first == 0) return false;
+    bool bTitled = false;
+    for (const sim::WindowInfo& win : w.Windows(hosts_[i]))
+      if (win.sTitle == FrmLaunch::kServiceTitle) bTitled = true;
+    if (!bTitled) return false;
+    const sim::ProcessId second = w.StartProgram(hosts_[i], AgentPath(plan_.hosts[i])).pid;
+    const sim::Nanos at = w.Now();
+    const std::string& sName = plan_.hosts[i].sName;
+    w.At(at + kSecondAgentGone, [this, first, second, sName] {
+      if (world_->Alive(second))
+        return observer_.Fail("a second agent on " + sName +
+                              " still runs a second after its start");
+      const auto info = world_->Process(first);
+      if (!world_->Alive(first) && !(info && info->bKilled))
+        observer_.Fail("the agent on " + sName + " ended as a second agent started");
+    });
+    w.At(at + kFirstAgentWorks, [this, i, first, at, sName] {
+      if (world_->Alive(first) && !observer_.CheckedInSince(hosts_[i], at))
+        observer_.Fail("the agent on " + sName +
+                       " has verified no check-in since a second agent started");
+    });
+    return true;
   }
 
   // Everything back to health: links, hosts, agents, names, disks, shares, clock rates.
@@ -262,10 +339,11 @@ class SeedRun {
       const sim::HostId a = hosts_[i];
       for (sim::HostId b : hosts_) w.FailLookup(a, w.HostName(b), false);
       w.SetDiskCapacity(a, 'C', std::nullopt);
-      w.SetShareReadable(a, "c", true);
+      w.SetDiskCapacity(a, plan_.hosts[i].sAgentFolder[0], std::nullopt);
+      for (const SharePlan& share : plan_.hosts[i].shares) w.SetShareReadable(a, share.sName, true);
       w.SetClockSkew(a, 0);
       w.SetShareSearchError(a, false);
-      w.ClearVisibleShares(a);
+      overrides_[i].reset();
       w.DenyLocalMachine(a, false);
       w.SetComputerNameFails(a, false);
       // An agent that started with a failing library or name keeps what it learnt
@@ -282,14 +360,38 @@ class SeedRun {
       }
       w.At(w.Now() + sim::kSecond, [this, i] { StartAgent(i); });
     }
+    ListShares();
     for (const auto& [host, hWnd] : strays_) CloseStray(host, hWnd);
   }
 
-  // Every host is up and reachable after healing, itself included.
+  // Varno starts from the host's own copy, or from a launch site that a holder announces
+  // to a host the share search finds; nothing else can tell an agent where Varno is.
+  void CheckVarnoStart(const std::string& sLine) {
+    const auto line = sim::ParseTranscriptLine(sLine);
+    if (!line) return;
+    const auto host = world_->FindHost(line->sHost);
+    const auto nFrom = line->sText.find('"');
+    if (!host || nFrom == std::string::npos) return;
+    const std::string sPath =
+        line->sText.substr(nFrom + 1, line->sText.find('"', nFrom + 1) - nFrom - 1);
+    std::size_t i = 0;
+    while (i < hosts_.size() && hosts_[i] != *host) ++i;
+    if (i == hosts_.size() || EqualsIgnoringCase(sPath, VarnoPath(plan_.hosts[i]))) return;
+    for (std::size_t j = 0; j < hosts_.size() && Found(plan_.hosts[i]); ++j)
+      if (EqualsIgnoringCase(sPath, LaunchSite(plan_.hosts[j])) &&
+          world_->ReadFile(hosts_[j], VarnoPath(plan_.hosts[j])))
+        return;
+    observer_.Fail("Varno on " + plan_.hosts[i].sName + " started from " + sPath +
+                   ", which is neither its own copy nor a launch site it can have heard of");
+  }
+
+  // Every host is up and reachable after healing; an agent hears from every agent
+  // (itself included) when the share search finds its host, and from none otherwise.
   void CheckHeard() {
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       if (!Running(hosts_[i], kAgentKind))
         return observer_.Fail("liveness: no agent runs on " + plan_.hosts[i].sName);
+      if (!Found(plan_.hosts[i])) continue;
       for (std::size_t j = 0; j < hosts_.size(); ++j)
         if (!observer_.HeardFrom(hosts_[i], AsciiLower(plan_.hosts[j].sName), healedAt_))
           return observer_.Fail("liveness: " + plan_.hosts[i].sName +
@@ -298,11 +400,18 @@ class SeedRun {
     }
   }
 
-  // Every host can reach a launch site after healing: each shares its C: drive.
+  // Varno runs on every host that holds a copy beside its agent (one it had, or one it
+  // copied from a launch site) or that the share search finds while a holder announces
+  // a launch site.
   void CheckVarno(const std::vector<bool>& varnoSeen) {
+    std::vector<bool> holds;
+    for (std::size_t i = 0; i < hosts_.size(); ++i)
+      holds.push_back(world_->ReadFile(hosts_[i], VarnoPath(plan_.hosts[i])).has_value());
+    const std::vector<bool> must = MustRunVarno(plan_.hosts, holds);
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
-      if (!varnoSeen[i])
+      if (must[i] && !varnoSeen[i])
         return observer_.Fail("liveness: Varno did not run on " + plan_.hosts[i].sName +
+                              (holds[i] ? " (it holds a copy)" : " (a launch site reaches it)") +
                               " between " + sim::FormatElapsed(kVarnoBound) + " and " +
                               sim::FormatElapsed(kVarnoBound + kVarnoWindow) + " after healing");
     }
@@ -318,6 +427,8 @@ class SeedRun {
   std::map<std::string, std::uint64_t> faults_;
   std::vector<std::pair<sim::HostId, platform::WindowHandle>> strays_;
   std::set<std::size_t> nameFailed_;  // hosts whose computer name fails now
+  // A fault's share list per host while it lasts.
+  std::vector<std::optional<std::vector<std::string>>> overrides_;
   bool bHealed_ = false;
   sim::Nanos healedAt_ = 0;
 };
