@@ -169,7 +169,7 @@ TEST_F(PolicyTest, RefusalsAreNotedAtMostOncePerIntervalForEachKind) {
             "hardened: no room for the stranger x43 (39 more like it since the last such line)");
 }
 
-TEST(HardeningPolicy, TheActiveComputersRuleNarrowsTheOwnersOfLaunchSites) {
+TEST_F(PolicyTest, TheActiveComputersRuleNarrowsTheOwnersOfLaunchSites) {
   // Whether only active computers may announce sites; host and sender; whether kept.
   const std::tuple<bool, const char*, const char*, bool> cases[] = {
       {false, "pc9", "10.0.0.9", true}, {false, "pc8", "10.0.0.8", true},
@@ -179,14 +179,7 @@ TEST(HardeningPolicy, TheActiveComputersRuleNarrowsTheOwnersOfLaunchSites) {
   for (const auto& [bActiveOnly, szHost, szSender, bKept] : cases) {
     HardeningRules rules;
     rules.bActiveComputersOnly = bActiveOnly;
-    HardeningHooks h;
-    h.secondsNow = [] { return 0.0; };
-    h.addressOf = [](const std::string& s) -> std::optional<std::string> {
-      return s == "pc9" ? "10.0.0.9" : "10.0.0.8";
-    };
-    h.isMainAppFileName = [](const std::string&) { return true; };
-    h.isActiveComputer = [](const std::string& s) { return s == "pc9"; };
-    HardeningPolicy policy(rules, h);
+    HardeningPolicy policy(rules, Hooks());
     const std::string sSite = std::string("\\\\") + szHost + "\\c\\Varno2.exe";
     EXPECT_EQ(policy.AcceptLaunchSite(szHost, sSite, std::string(szSender)), bKept)
         << bActiveOnly << " " << szHost << " " << szSender;

@@ -120,12 +120,11 @@ TEST(TextFormsTest, SingleFields) {
 
 TEST(TextFormsTest, StringToBoolean) {
   // Only "TRUE" in any letter case, with blanks around it.
-  for (const char* sz : {"TRUE", "True", "true", "  true  ", "tRuE", "\ttrue"}) {
-    EXPECT_TRUE(StringToBoolean(sz)) << "'" << sz << "'";
-  }
-  for (const char* sz : {"", "1", "-1", "False", "yes", "TRUE.", "T RUE", "truer", "   "}) {
-    EXPECT_FALSE(StringToBoolean(sz)) << "'" << sz << "'";
-  }
+  const std::pair<const char*, bool> cases[] = {
+      {"TRUE", true},   {"True", true},   {"true", true},   {"  true  ", true}, {"tRuE", true},
+      {"\ttrue", true}, {"", false},      {"1", false},     {"-1", false},      {"False", false},
+      {"yes", false},   {"TRUE.", false}, {"T RUE", false}, {"truer", false},   {"   ", false}};
+  for (const auto& [sz, b] : cases) EXPECT_EQ(StringToBoolean(sz), b) << "'" << sz << "'";
 }
 
 }  // namespace

@@ -39,8 +39,8 @@ TEST_F(NeighborhoodTest, RefreshRebuildsFromTheLANAndWithoutHostsLeavesTableAndF
     f.hostUsers.AgentInfoTable.assign(2, AgentInfoRecord{});
     f.neighborhood.cmdRefresh->Click();
     EXPECT_EQ(f.neighborhood.lstNeighborhood->ListCount(), 0);
-    EXPECT_EQ(f.selectedHost.lstContexts->ListCount(),
-              0);  // the contexts are out of the agent's reach
+    // The contexts are out of the agent's reach.
+    EXPECT_EQ(f.selectedHost.lstContexts->ListCount(), 0);
     EXPECT_EQ(f.hostUsers.AgentInfoTable.size(), 2u);
   });
   EXPECT_FALSE(ReadFile(kAgentInfo1));
@@ -64,9 +64,9 @@ TEST_F(NeighborhoodTest, AddOnceDeleteEverySelectedAndClearWritesABlankFirstEntr
   });
   EXPECT_FALSE(ReadFile(kAgentDat));  // nothing saved
   InSetup([](SetupParts&, FrmAgentSetup& f) {
+    // Two neighbours: the second moves into the first's place.
     f.active.lstActive->UserClick(1);
-    f.active.lstActive->UserClick(2,
-                                  true);  // two neighbours: the second moves into the first's place
+    f.active.lstActive->UserClick(2, true);
     f.active.lstActive->UserClick(4, true);
     f.active.cmdActiveDelete->Click();
     f.neighborhood.lstNeighborhood->UserClick(1);

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "desk.h"
 #include "platform/sim/disk.h"
 #include "platform/sim/world.h"
 
@@ -55,21 +56,11 @@ TEST(SimDisk, ParsesPaths) {
   EXPECT_EQ(DescribeWrite(B("abcd"), B("ab")), "written 2 bytes, changed 2-3, was 4 bytes");
 }
 
-// A world with two hosts and an idle process on PC1 whose executable lies in C:\App.
-struct Files {
-  Files() : w(21) {
-    h1 = *w.AddHost("PC1");
-    h2 = *w.AddHost("PC2");
-    w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-    pid = w.StartProcess(h1, "idle", "C:\\App\\Launch.exe");
-    w.RunFor(0);
-    fs = &w.PlatformOf(pid)->files;
-  }
-  void In(const std::function<void()>& fn) { ASSERT_TRUE(w.Call(pid, fn)); }
-  World w;
-  HostId h1 = 0, h2 = 0;
-  ProcessId pid = 0;
-  platform::FileSystem* fs = nullptr;
+// The desk and PC2.
+struct Files : Desk {
+  Files() : Desk(21), h1(h), h2(*w.AddHost("PC2")), fs(&p->files) {}
+  HostId h1, h2;
+  platform::FileSystem* fs;
 };
 
 // Patterns, attributes, reads and copies are the seam's contract (tests/contract). Here

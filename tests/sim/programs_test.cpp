@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/sim/world.h"
+#include "desk.h"
 #include "platform/ui/form.h"
 
 namespace launchagent::sim {
@@ -28,22 +28,6 @@ Strings Lines(const World& w, const std::string& sKind) {
   }
   return out;
 }
-
-// PC1 with an idle process (#1) whose executable lies in C:\App.
-struct Desk {
-  Desk() : w(31) {
-    h = *w.AddHost("PC1");
-    w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-    pid = w.StartProcess(h, "idle", "C:\\App\\Launch.exe");
-    w.RunFor(0);
-    p = w.PlatformOf(pid);
-  }
-  void In(const std::function<void()>& fn) { ASSERT_TRUE(w.Call(pid, fn)); }
-  World w;
-  HostId h = 0;
-  ProcessId pid = 0;
-  Platform* p = nullptr;
-};
 
 TEST(SimShell, ExecuteResults) {
   struct Case {
@@ -68,7 +52,7 @@ TEST(SimShell, ExecuteResults) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sName);
-    Desk d;
+    Desk d(31);
     const HostId h2 = *d.w.AddHost("PC2");
     d.w.WriteProgramFile(d.h, "C:\\Apps\\Varno2.exe", "varno");
     d.w.WriteProgramFile(d.h, "C:\\App\\Local.exe", "varno");
@@ -87,7 +71,7 @@ TEST(SimShell, ExecuteResults) {
 }
 
 TEST(SimShell, StartedProgramSeesItsPathParametersAndOptions) {
-  Desk d;
+  Desk d(31);
   ProgramStart seen;
   std::string folder;
   d.w.RegisterProgram("probe", [&](Platform& p, const ProgramStart& s) {
@@ -109,7 +93,7 @@ TEST(SimShell, StartedProgramSeesItsPathParametersAndOptions) {
 }
 
 TEST(SimWindows, ZOrderClassesTitlesFormsAndMessageBoxes) {
-  Desk d;
+  Desk d(31);
   const auto folder = d.w.AddWindow(d.h, "CabinetWClass", "Varno");
   const auto other = d.w.AddWindow(d.h, "ThunderRT6FormDC", "Varno Setup");
   ui::Form form("frmLaunch", "");
@@ -149,7 +133,7 @@ TEST(SimWindows, ZOrderClassesTitlesFormsAndMessageBoxes) {
 // returns once the owner has handled it. A window of another program refuses as many
 // requests as it was given, then closes.
 TEST(SimWindows, CloseRequests) {
-  Desk d;
+  Desk d(31);
   int nAsked = 0;
   ui::Form form("frmLaunch", "Launch Service for Varno");
   form.OnUserClose = [&] { ++nAsked; };
@@ -178,7 +162,7 @@ TEST(SimWindows, CloseRequests) {
 // two requests. Each request costs the sender virtual time, so a stand-in that refuses
 // them all cannot stop the clock.
 TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
-  Desk d;
+  Desk d(31);
   const ProcessId varno =
       d.w.StartProcess(d.h, "varno", "", "", {{"window-delay", "0"}, {"refuse-close", "2"}});
   d.w.RunFor(0);
@@ -200,7 +184,7 @@ TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
 // Writing the Run value, denied or not, and the computer name as the agent sees them:
 // tests/agent, tests/scenarios/startup.scn, registry-denied.scn, check-in-timers.scn.
 TEST(SimRegistry, KeysCloseOnceAndTheKernelNameCanFail) {
-  Desk d;
+  Desk d(31);
   const std::string sRun = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
   d.w.DenyLocalMachine(d.h, true);
   d.w.SetComputerNameFails(d.h, true);
@@ -220,7 +204,7 @@ TEST(SimRegistry, KeysCloseOnceAndTheKernelNameCanFail) {
 }
 
 TEST(SimClock, ProcessesReadTheirHostsClock) {
-  Desk d;
+  Desk d(31);
   d.w.SetClock(d.h, Seconds(10), DateTime::FromCivil(2026, 1, 6, 23, 59, 59));
   d.w.RunFor(Seconds(11));
   EXPECT_EQ(d.w.HostTime(d.h).ToText(), "2026-01-07 00:00:00");

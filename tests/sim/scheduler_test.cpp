@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "desk.h"
 #include "platform/shared_steps.h"
-#include "platform/sim/world.h"
 #include "platform/ui/controls.h"
 #include "platform/ui/form.h"
 
@@ -16,32 +16,6 @@ namespace {
 
 using platform::Platform;
 using Strings = std::vector<std::string>;
-
-// One host, PC1, with an idle process (#1) that only serves events; tests drive it
-// through Call.
-struct Desk {
-  Desk() : w(1) {
-    h = *w.AddHost("PC1");
-    w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-    pid = Idle();
-  }
-  ProcessId Idle() {
-    const ProcessId id = w.StartProcess(h, "idle");
-    w.RunFor(0);
-    return id;
-  }
-  // Drives the timer from the process's loop and enables it.
-  void Arm(ProcessId id, ui::Timer& t) {
-    ASSERT_TRUE(w.Call(id, [&] {
-      t.AttachDriver(&w.PlatformOf(id)->loop.Timers());
-      t.SetTimerEnabled(true);
-    }));
-  }
-  Platform& P() { return *w.PlatformOf(pid); }
-  World w;
-  HostId h = 0;
-  ProcessId pid = 0;
-};
 
 // World actions and the timers of different processes run in time order, and at equal
 // times in the order they were scheduled; every line also streams to the sink.

@@ -87,12 +87,6 @@ class AgentOnSim {
     return it == processes_.end() ? 0 : it->second;
   }
 
-  // The agent running on the host, nullptr when none is alive.
-  Agent* AgentOf(const std::string& sHost) {
-    const auto it = agents_.find(ProcessOf(sHost));
-    return it == agents_.end() ? nullptr : it->second;
-  }
-
   // Runs fn inside the host's agent process at the current virtual time. False when no
   // agent runs there or it ended before fn finished.
   bool Call(const std::string& sHost, const std::function<void(Agent&)>& fn) {
