@@ -1,6 +1,7 @@
 #include "platform/win32/sockets.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 #include "platform/win32/win.h"
@@ -13,6 +14,9 @@ constexpr UINT kDeferredMessage = WM_APP + 2;  // our own events that must come 
 constexpr const char* kSocketsClass = "LaunchAgentSockets";
 // How long a send waits for room in a full send buffer.
 constexpr long kSendWaitMs = 2000;
+// How long a listener rests once accepting failed (no socket left); short enough that a
+// peer is served again within a second after the others let go.
+constexpr UINT kAcceptRetryMs = 250;
 
 SOCKET S(std::uintptr_t s) { return static_cast<SOCKET>(s); }
 
@@ -33,6 +37,12 @@ LRESULT CALLBACK SocketsProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam)
   auto* self = reinterpret_cast<Win32SocketArray*>(GetWindowLongPtrA(hWnd, GWLP_USERDATA));
   if (self && uMsg == kSocketMessage) {
     self->OnSocketEvent(wParam, WSAGETSELECTEVENT(lParam), WSAGETSELECTERROR(lParam));
+    return 0;
+  }
+  if (self && uMsg == WM_TIMER) {
+    // Only a listener's rest runs a timer here; its id is the position + 1.
+    KillTimer(hWnd, wParam);
+    self->OnRestOver(static_cast<Long>(wParam) - 1);
     return 0;
   }
   if (self && uMsg == kDeferredMessage) {
@@ -68,6 +78,14 @@ void ReadWaiting(SOCKET s, Bytes& out, size_t nRoom) {
     out.insert(out.end(), buf, buf + n);
     nRoom -= static_cast<size_t>(n);
   }
+}
+
+// A line on the debug output, through the throttle of its kind.
+void SayShort(DiagnosticThrottle& throttle, const std::string& sLine) {
+  const double dNow =
+      std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  if (const auto s = throttle.Pass(sLine, dNow))
+    OutputDebugStringA(("launch agent: " + *s + "\n").c_str());
 }
 
 }  // namespace
@@ -117,7 +135,7 @@ Long Win32SocketArray::BoundPort(Long lngIndex) const {
 bool Win32SocketArray::Listen(Long lngIndex) {
   Slot* slot = Find(lngIndex);
   if (!slot || slot->nState != platform::kSckClosed) return false;
-  SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  const SOCKET s = S(NewSocket());
   if (s == INVALID_SOCKET) return false;
   // Nobody else may take the port while we hold it.
   BOOL bExclusive = TRUE;
@@ -132,6 +150,7 @@ bool Win32SocketArray::Listen(Long lngIndex) {
   slot->leftover.clear();
   slot->socket = s;
   slot->nState = platform::kSckListening;
+  resting_.erase(lngIndex);  // a rest of the position's last listener is over
   return true;
 }
 
@@ -142,7 +161,9 @@ void Win32SocketArray::OnSocketEvent(std::uintptr_t s, unsigned nEvent, unsigned
   if (lngIndex < 0) return;  // a request not taken yet, or a socket already closed
   switch (nEvent) {
     case FD_ACCEPT:
-      OnAccept(lngIndex);
+      // An event queued before the listener began to rest waits for the rest to end.
+      if (auto it = resting_.find(lngIndex); it == resting_.end() || it->second != s)
+        OnAccept(lngIndex);
       break;
     case FD_CONNECT: {
       Slot* slot = Find(lngIndex);
@@ -169,8 +190,17 @@ void Win32SocketArray::OnAccept(Long lngIndex) {
   const std::uintptr_t listener = Find(lngIndex)->socket;
   const std::weak_ptr<bool> alive = alive_;
   while (true) {
-    const SOCKET s = accept(S(listener), nullptr, nullptr);
-    if (s == INVALID_SOCKET) return;  // nothing more waiting
+    const int nInjected = acceptErrorForTest ? acceptErrorForTest() : 0;
+    if (nInjected != 0) WSASetLastError(nInjected);
+    const SOCKET s = nInjected != 0 ? INVALID_SOCKET : accept(S(listener), nullptr, nullptr);
+    if (s == INVALID_SOCKET) {
+      const int nError = WSAGetLastError();
+      // A failed accept asks Winsock for the next FD_ACCEPT at once: with a request
+      // still queued that would come back for as long as sockets stay short. Only
+      // "nothing waiting" and a peer that gave up in the queue are no reason to rest.
+      if (nError != WSAEWOULDBLOCK && nError != WSAECONNRESET) Rest(lngIndex, listener, nError);
+      return;
+    }
     const Long lngId = lngNextRequest_;
     lngNextRequest_ = lngNextRequest_ >= 0x7ffffffe ? 1 : lngNextRequest_ + 1;
     pending_[lngId] = s;
@@ -186,6 +216,42 @@ void Win32SocketArray::OnAccept(Long lngIndex) {
     const Slot* slot = Find(lngIndex);
     if (!slot || slot->socket != listener) return;
   }
+}
+
+void Win32SocketArray::Rest(Long lngIndex, std::uintptr_t listener, int nError) {
+  // The requests wait in the listen queue meanwhile.
+  WSAAsyncSelect(S(listener), static_cast<HWND>(hWnd_), 0, 0);
+  resting_[lngIndex] = listener;
+  if (SetTimer(static_cast<HWND>(hWnd_), static_cast<UINT_PTR>(lngIndex) + 1, kAcceptRetryMs,
+               nullptr) == 0) {
+    // Without a timer the rest would never end: listen again at once instead.
+    resting_.erase(lngIndex);
+    Watch(listener, FD_ACCEPT);
+    return;
+  }
+  SayShort(acceptShortage_, "cannot accept (error " + std::to_string(nError) +
+                                "), not accepting for " + std::to_string(kAcceptRetryMs) + " ms");
+}
+
+void Win32SocketArray::OnRestOver(Long lngIndex) {
+  const auto it = resting_.find(lngIndex);
+  if (it == resting_.end()) return;
+  const std::uintptr_t listener = it->second;
+  resting_.erase(it);
+  // The listener may have gone with its position meanwhile.
+  const Slot* slot = Find(lngIndex);
+  if (!slot || slot->socket != listener || slot->nState != platform::kSckListening) return;
+  if (!Watch(listener, FD_ACCEPT)) return;
+  // What queued during the rest is taken now, not when Winsock next tells.
+  OnAccept(lngIndex);
+}
+
+std::uintptr_t Win32SocketArray::NewSocket() {
+  if (const int nInjected = socketErrorForTest ? socketErrorForTest() : 0) {
+    WSASetLastError(nInjected);
+    return INVALID_SOCKET;
+  }
+  return socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
 }
 
 bool Win32SocketArray::Accept(Long lngIndex, Long lngRequestId) {
@@ -263,8 +329,15 @@ bool Win32SocketArray::Connect(Long lngIndex) {
   if (!slot || slot->nState != platform::kSckClosed) return false;
   const std::string sHost = platform::TrimBlanks(slot->sRemoteHost);
   if (sHost.empty() || slot->lngRemotePort <= 0) return false;
-  SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-  if (s == INVALID_SOCKET) return false;
+  const SOCKET s = S(NewSocket());
+  if (s == INVALID_SOCKET) {
+    // No socket left: this send fails as to an unreachable host, and the next
+    // broadcast tries again.
+    SayShort(connectShortage_, "cannot make a socket (error " + std::to_string(WSAGetLastError()) +
+                                   "), connection to " + sHost + " not tried");
+    slot->nState = platform::kSckError;
+    return true;
+  }
   if (!sBindAddress_.empty() || slot->lngLocalPort != 0) {
     const sockaddr_in local = Address(BindAddress(sBindAddress_), slot->lngLocalPort);
     if (bind(s, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {

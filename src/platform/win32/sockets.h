@@ -3,12 +3,14 @@
 // FD_CONNECT, FD_READ, FD_CLOSE) arrive with WSAAsyncSelect at a hidden window of the
 // array, and the sockets library's name and address services over Winsock 1.1.
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 
 #include "platform/backend/name_services.h"
 #include "platform/backend/socket_positions.h"
+#include "platform/diagnostic_throttle.h"
 #include "platform/services.h"
 #include "platform/win32/event_loop.h"
 #include "platform/win32/hosts_file.h"
@@ -37,15 +39,24 @@ class Win32SocketArray : public platform::SocketPositions<Win32SocketSlot> {
   // The local port a position listens or is connected on (0 when none); for tests.
   Long BoundPort(Long lngIndex) const;
 
+  // Tests make Winsock's accept() and socket() fail as when the system has no socket
+  // left: a hook that answers an error number stands for a call that failed with it;
+  // one that answers 0 lets the real call run.
+  std::function<int()> acceptErrorForTest;
+  std::function<int()> socketErrorForTest;
+
   // Window procedure work; public for the procedure only.
   void OnSocketEvent(std::uintptr_t socket, unsigned nEvent, unsigned nError);
   void OnDeferred(Long lngIndex, std::uintptr_t socket, bool bFailed);
+  void OnRestOver(Long lngIndex);
 
  private:
   using Slot = Win32SocketSlot;
   void Release(Slot& slot) override;
   void ReadMore(Slot& slot, Bytes& out, std::size_t nRoom) override;
   void OnAccept(Long lngIndex);
+  void Rest(Long lngIndex, std::uintptr_t listener, int nError);
+  std::uintptr_t NewSocket();
   void OnReadable(Long lngIndex);
   void OnGone(Long lngIndex, bool bError);
   bool Watch(std::uintptr_t socket, long lngEvents);
@@ -57,6 +68,10 @@ class Win32SocketArray : public platform::SocketPositions<Win32SocketSlot> {
   void* hWnd_ = nullptr;
   std::map<Long, std::uintptr_t> pending_;  // connection requests by request id
   Long lngNextRequest_ = 1;
+  std::map<Long, std::uintptr_t> resting_;  // listeners not accepting for a while, by position
+  // Sockets stay short for as long as an attack lasts: one line per ten seconds per kind.
+  DiagnosticThrottle acceptShortage_{10};
+  DiagnosticThrottle connectShortage_{10};
   // A handler may unload the form that owns this table; code after a handler checks it.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
