@@ -13,21 +13,11 @@
 namespace launchagent::win32 {
 namespace {
 
-std::vector<std::string>* g_pLines = nullptr;
-// OutputDebugStringA raises DBG_PRINTEXCEPTION_C, which a vectored handler sees first.
-LONG CALLBACK CatchDebugLine(EXCEPTION_POINTERS* p) {
-  const EXCEPTION_RECORD* r = p->ExceptionRecord;
-  if (g_pLines && r->ExceptionCode == DBG_PRINTEXCEPTION_C && r->NumberParameters >= 2)
-    g_pLines->emplace_back(reinterpret_cast<const char*>(r->ExceptionInformation[1]));
-  return EXCEPTION_CONTINUE_SEARCH;
-}
-
 using RealSocketShortage = Win32LoopTest;
 
 TEST_F(RealSocketShortage, TheListenerRestsWhileSocketsAreShortAndServesTheWaitingRequestAfter) {
-  std::vector<std::string> lines;
-  g_pLines = &lines;
-  void* handler = AddVectoredExceptionHandler(1, CatchDebugLine);
+  DebugLines debug;
+  const std::vector<std::string>& lines = debug.lines;
   HostsFile hosts("");
   Win32SocketArray server(loop, hosts, "127.0.0.1");
   int nAccepts = 0;  // counts the real accept calls; lets every one run
@@ -79,8 +69,6 @@ TEST_F(RealSocketShortage, TheListenerRestsWhileSocketsAreShortAndServesTheWaiti
   EXPECT_EQ(server.State(1), platform::kSckConnected);
   EXPECT_EQ(server.State(0), platform::kSckListening);
   closesocket(peer);
-  RemoveVectoredExceptionHandler(handler);
-  g_pLines = nullptr;
 }
 
 }  // namespace

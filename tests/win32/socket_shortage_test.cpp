@@ -13,26 +13,10 @@
 namespace launchagent::win32 {
 namespace {
 
-// Lines of this process's debug output: OutputDebugStringA raises DBG_PRINTEXCEPTION_C,
-// which a vectored handler sees before anyone handles it.
-std::vector<std::string>* g_pLines = nullptr;
-LONG CALLBACK CatchDebugLine(EXCEPTION_POINTERS* p) {
-  const EXCEPTION_RECORD* r = p->ExceptionRecord;
-  if (g_pLines && r->ExceptionCode == DBG_PRINTEXCEPTION_C && r->NumberParameters >= 2)
-    g_pLines->emplace_back(reinterpret_cast<const char*>(r->ExceptionInformation[1]));
-  return EXCEPTION_CONTINUE_SEARCH;
-}
-
 class SocketShortageTest : public Win32LoopTest {
  protected:
-  void SetUp() override {
-    Win32LoopTest::SetUp();
-    g_pLines = &lines;
-    handler = AddVectoredExceptionHandler(1, CatchDebugLine);
-  }
+  void SetUp() override { Win32LoopTest::SetUp(); }
   void TearDown() override {
-    RemoveVectoredExceptionHandler(handler);
-    g_pLines = nullptr;
     if (peer != INVALID_SOCKET) closesocket(peer);
     Win32LoopTest::TearDown();
   }
@@ -55,8 +39,8 @@ class SocketShortageTest : public Win32LoopTest {
     ASSERT_EQ(connect(peer, reinterpret_cast<const sockaddr*>(&sin), sizeof sin), 0);
   }
 
-  std::vector<std::string> lines;
-  void* handler = nullptr;
+  DebugLines debug;
+  std::vector<std::string>& lines = debug.lines;
   SOCKET peer = INVALID_SOCKET;
   int nRequests = 0;
 };

@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "platform/win32/clock.h"
 #include "platform/win32/event_loop.h"
@@ -34,6 +36,34 @@ class Win32LoopTest : public ::testing::Test {
 
   TimeBase time{1.0};
   Win32EventLoop loop{time};
+};
+
+// Catches this process's debug output while it lives: OutputDebugStringA raises
+// DBG_PRINTEXCEPTION_C, which a vectored handler sees before anyone handles it.
+class DebugLines {
+ public:
+  DebugLines() {
+    pLines_ = &lines;
+    handler_ = AddVectoredExceptionHandler(1, Catch);
+  }
+  ~DebugLines() {
+    RemoveVectoredExceptionHandler(handler_);
+    pLines_ = nullptr;
+  }
+  DebugLines(const DebugLines&) = delete;
+  DebugLines& operator=(const DebugLines&) = delete;
+
+  std::vector<std::string> lines;
+
+ private:
+  static LONG CALLBACK Catch(EXCEPTION_POINTERS* p) {
+    const EXCEPTION_RECORD* r = p->ExceptionRecord;
+    if (pLines_ && r->ExceptionCode == DBG_PRINTEXCEPTION_C && r->NumberParameters >= 2)
+      pLines_->emplace_back(reinterpret_cast<const char*>(r->ExceptionInformation[1]));
+    return EXCEPTION_CONTINUE_SEARCH;
+  }
+  static inline std::vector<std::string>* pLines_ = nullptr;
+  void* handler_;
 };
 
 }  // namespace launchagent::win32
