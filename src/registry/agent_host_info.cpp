@@ -3,6 +3,7 @@
 #include "registry/agent_host_info.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "messages/cls_msg_host_info.h"
@@ -14,17 +15,17 @@ namespace launchagent {
 
 namespace {
 
-// Ordinal order of a lower-cased query against a stored name, lower-cased on the fly:
-// character code by character code, the shorter name first when one starts the other.
-int CompareOrdinal(std::string_view sQuery, std::string_view sStored) {
-  const std::size_t n = std::min(sQuery.size(), sStored.size());
-  for (std::size_t i = 0; i < n; ++i) {
-    const auto a = static_cast<unsigned char>(sQuery[i]);
-    const auto b = static_cast<unsigned char>(AsciiLower(sStored[i]));
-    if (a != b) return a < b ? -1 : 1;
+// Ordinal order of two lower-cased names: character code by character code, the shorter
+// name first when one starts the other.
+int CompareOrdinal(std::string_view sQuery, std::string_view sKey) {
+  const std::size_t n = std::min(sQuery.size(), sKey.size());
+  if (n != 0) {
+    if (const int nOrder = std::memcmp(sQuery.data(), sKey.data(), n); nOrder != 0) {
+      return nOrder < 0 ? -1 : 1;
+    }
   }
-  if (sQuery.size() == sStored.size()) return 0;
-  return sQuery.size() < sStored.size() ? -1 : 1;
+  if (sQuery.size() == sKey.size()) return 0;
+  return sQuery.size() < sKey.size() ? -1 : 1;
 }
 
 // (low + high) / 2 rounded to the nearest whole number, a half to the even neighbour.
@@ -53,18 +54,18 @@ Long AgentHostInfo::SearchAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, L
                                 Long& lngHigh) {
   // A missing message ends the search before it starts: 0, which callers take as not found.
   if (!objMsg) return 0;
-  return SearchName(AsciiLower(objMsg->GetHostName()), lngLow, lngHigh);
+  return SearchName(objMsg->GetHostName(), lngLow, lngHigh);
 }
 
-Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh) {
+Long AgentHostInfo::SearchName(std::string_view sHostName, Long& lngLow, Long& lngHigh) {
+  sQuery_.assign(sHostName);
+  for (char& c : sQuery_) c = AsciiLower(c);
+  const std::string_view sQuery = sQuery_;
   lngLow = 1;
   lngHigh = GetAgentCount();
   while (lngLow <= lngHigh) {
     const Long lngMiddle = Middle(lngLow, lngHigh);
-    const std::shared_ptr<clsAgentInfo>& objRecord = colAgents_[lngMiddle - 1];
-    const std::shared_ptr<clsMsgHostInfo>& objStored = objRecord->Message();
-    if (!objStored) return 0;  // a record without a message: the search cannot go on
-    const int nOrder = CompareOrdinal(sQuery, objStored->GetHostName());
+    const int nOrder = CompareOrdinal(sQuery, slots_[order_[lngMiddle - 1]].sKey);
     if (nOrder == 0) return lngMiddle;
     if (nOrder < 0) {
       lngHigh = lngMiddle - 1;
@@ -78,7 +79,7 @@ Long AgentHostInfo::SearchName(const std::string& sQuery, Long& lngLow, Long& ln
 Long AgentHostInfo::SearchAgentByName(const std::string& sHostName, Long& lngLow, Long& lngHigh) {
   // Only the host name of a query message is ever compared, so the name is searched
   // directly rather than through a message built for it.
-  return SearchName(AsciiLower(sHostName), lngLow, lngHigh);
+  return SearchName(sHostName, lngLow, lngHigh);
 }
 
 Long AgentHostInfo::FindAgentIndex(const std::string& sHostName) {
@@ -90,27 +91,21 @@ Long AgentHostInfo::FindAgentIndex(const std::string& sHostName) {
 Long AgentHostInfo::InsertAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg, Long lngLow,
                                 Long lngHigh) {
   (void)lngLow;  // the place follows from the high bound alone
-  // A record must always carry a message: the search reads it. Nothing else to do.
+  // A record must always carry a message: its name is the record's key. Nothing else to do.
   if (!objMsg) return 0;
   auto objRecord = std::make_shared<clsAgentInfo>();
   objRecord->Init(objMsg);
   objMsg->SetDateReceived(clock_.Now());
 
   const Long lngCount = GetAgentCount();
-  if (lngCount == 0) {
-    colAgents_.push_back(objRecord);
-    return -1;
-  }
-  if (lngHigh == 0) {
-    colAgents_.insert(colAgents_.begin(), objRecord);
-    return -1;
-  }
-  // After position lngHigh; a bound outside the registry makes the insertion fail, and the
-  // result is given all the same.
-  if (lngHigh > 0 && lngHigh <= lngCount) {
-    colAgents_.insert(colAgents_.begin() + lngHigh, objRecord);
-  }
-  return -(lngHigh + 1);
+  // After position lngHigh (0: first); a bound outside the registry makes the insertion
+  // fail, and the result is given all the same.
+  if (lngCount != 0 && (lngHigh < 0 || lngHigh > lngCount)) return -(lngHigh + 1);
+  const Long lngAfter = lngCount == 0 ? 0 : lngHigh;
+  const auto nSlot = static_cast<std::uint32_t>(slots_.size());
+  slots_.push_back(Slot{AsciiLower(objMsg->GetHostName()), std::move(objRecord)});
+  order_.insert(order_.begin() + lngAfter, nSlot);
+  return lngCount == 0 || lngHigh == 0 ? -1 : -(lngHigh + 1);
 }
 
 Long AgentHostInfo::RegisterAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg) {
@@ -131,18 +126,18 @@ Long AgentHostInfo::UpdateAgent(const std::shared_ptr<clsMsgHostInfo>& objMsg) {
     InsertAgent(objMsg, lngLow, lngHigh);
     return -1;
   }
-  clsAgentInfo& objRecord = *colAgents_[lngIndex - 1];
+  clsAgentInfo& objRecord = At(lngIndex);
   const std::shared_ptr<clsMsgHostInfo>& objStored = objRecord.Message();
   // The receive time counts as a field, so a newer arrival always replaces the stored one.
   if (objStored->ChangeHostInfo(objMsg)) objRecord.SetMessage(objMsg);
   return lngIndex;
 }
 
-Long AgentHostInfo::GetAgentCount() const { return static_cast<Long>(colAgents_.size()); }
+Long AgentHostInfo::GetAgentCount() const { return static_cast<Long>(order_.size()); }
 
 bool AgentHostInfo::GetAgentHostInfo(Long lngIndex, std::shared_ptr<clsMsgHostInfo>& objOut) {
   if (lngIndex < 1 || lngIndex > GetAgentCount()) return false;
-  colAgents_[lngIndex - 1]->GetMessage(objOut);
+  At(lngIndex).GetMessage(objOut);
   return true;
 }
 
@@ -150,7 +145,7 @@ bool AgentHostInfo::GetAgentHostInfoByName(const std::string& sHostName,
                                            std::shared_ptr<clsMsgHostInfo>& objOut) {
   const Long lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) return false;
-  colAgents_[lngIndex - 1]->GetMessage(objOut);
+  At(lngIndex).GetMessage(objOut);
   return true;
 }
 
@@ -164,7 +159,7 @@ bool AgentHostInfo::GetAgentPort(const std::string& sHostName, Integer& nPort, L
     RegisterAgent(objMsg);
     return false;
   }
-  clsAgentInfo& objRecord = *colAgents_[lngIndex - 1];
+  clsAgentInfo& objRecord = At(lngIndex);
   nPort = objRecord.GetPort();
   if (nPort < GetFirstAgentPort() || nPort > GetLastAgentPort()) {
     nPort = GetDefaultAgentPort();
@@ -176,7 +171,7 @@ bool AgentHostInfo::GetAgentPort(const std::string& sHostName, Integer& nPort, L
 bool AgentHostInfo::SetAgentPort(const std::string& sHostName, Integer nPort) {
   const Long lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) return false;
-  colAgents_[lngIndex - 1]->SetPort(nPort);
+  At(lngIndex).SetPort(nPort);
   return true;
 }
 
@@ -187,14 +182,14 @@ bool AgentHostInfo::GetAgentSocketIndex(const std::string& sHostName, Long& lngS
     lngIndex = -1;
     return false;
   }
-  lngSocketIndex = colAgents_[lngIndex - 1]->GetSocketIndex();
+  lngSocketIndex = At(lngIndex).GetSocketIndex();
   return true;
 }
 
 bool AgentHostInfo::SetAgentSocketIndex(const std::string& sHostName, Long lngSocketIndex) {
   const Long lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) return false;
-  colAgents_[lngIndex - 1]->SetSocketIndex(lngSocketIndex);
+  At(lngIndex).SetSocketIndex(lngSocketIndex);
   // The socket's tag names the registry position it serves.
   if (onSocketPosition_) onSocketPosition_(lngSocketIndex, lngIndex);
   return true;
@@ -203,14 +198,14 @@ bool AgentHostInfo::SetAgentSocketIndex(const std::string& sHostName, Long lngSo
 bool AgentHostInfo::GetAgentConnectTrials(const std::string& sHostName, Integer& nTrials) {
   const Long lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) return false;
-  nTrials = colAgents_[lngIndex - 1]->GetConnectTrials();
+  nTrials = At(lngIndex).GetConnectTrials();
   return true;
 }
 
 bool AgentHostInfo::SetAgentConnectTrials(const std::string& sHostName, Long lngTrials) {
   const Long lngIndex = FindAgentIndex(sHostName);
   if (lngIndex < 1) return false;
-  colAgents_[lngIndex - 1]->SetConnectTrials(lngTrials);
+  At(lngIndex).SetConnectTrials(lngTrials);
   return true;
 }
 
@@ -223,8 +218,8 @@ void AgentHostInfo::LogAgentSites() {
   // record in a tight loop first, so their memory is fetched together rather than one
   // record per logged line.
   std::size_t nLongest = 0;
-  for (const std::shared_ptr<clsAgentInfo>& objRecord : colAgents_) {
-    const clsMsgHostInfo* pMsg = objRecord->Message().get();
+  for (const Slot& slot : slots_) {
+    const clsMsgHostInfo* pMsg = slot.objRecord->Message().get();
     if (pMsg) nLongest = std::max(nLongest, pMsg->GetHostName().size() + pMsg->GetAppPath().size());
   }
   std::string sLine;
@@ -233,7 +228,7 @@ void AgentHostInfo::LogAgentSites() {
     if (i > GetAgentCount()) continue;
     // The line is complete before it is logged, so the record's own pointer will do: no
     // reference count to touch for each of a thousand records.
-    const std::shared_ptr<clsMsgHostInfo>& objMsg = colAgents_[i - 1]->Message();
+    const std::shared_ptr<clsMsgHostInfo>& objMsg = At(i).Message();
     if (!objMsg) continue;
     const std::string& sHostName = objMsg->GetHostName();
     const std::string& sAppPath = objMsg->GetAppPath();
@@ -244,7 +239,7 @@ void AgentHostInfo::LogAgentSites() {
 
 std::shared_ptr<clsAgentInfo> AgentHostInfo::GetAgentRecord(Long lngIndex) const {
   if (lngIndex < 1 || lngIndex > GetAgentCount()) return nullptr;
-  return colAgents_[lngIndex - 1];
+  return slots_[order_[lngIndex - 1]].objRecord;
 }
 
 }  // namespace launchagent

@@ -2,9 +2,11 @@
 // The ordered registry of known agents (colAgents), kept in ascending order of the
 // lower-cased host name. Positions are 1-based. Read operations hand out the stored
 // message objects themselves, not copies.
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/activity_sink.h"
@@ -49,14 +51,26 @@ class AgentHostInfo {
   std::shared_ptr<clsAgentInfo> GetAgentRecord(Long lngIndex) const;
 
  private:
-  // The binary search on an already lower-cased name.
-  Long SearchName(const std::string& sQuery, Long& lngLow, Long& lngHigh);
+  // A record and its lower-cased host name, folded once when the record is made: every
+  // send and arrival searches, and comparing bytes needs no folding on the way.
+  struct Slot {
+    std::string sKey;
+    std::shared_ptr<clsAgentInfo> objRecord;
+  };
+
+  // The binary search on a name not yet lower-cased.
+  Long SearchName(std::string_view sHostName, Long& lngLow, Long& lngHigh);
+  clsAgentInfo& At(Long lngIndex) const { return *slots_[order_[lngIndex - 1]].objRecord; }
 
   platform::Clock& clock_;
   MessageContext& context_;
   LogActivityFn logActivity_;
   SocketPositionFn onSocketPosition_;
-  std::vector<std::shared_ptr<clsAgentInfo>> colAgents_;  // colAgents, position i at [i - 1]
+  // Records stay where they were first stored; colAgents is the order over them, so an
+  // insertion shifts four bytes per later record rather than a whole record.
+  std::vector<Slot> slots_;
+  std::vector<std::uint32_t> order_;  // colAgents: position i is slots_[order_[i - 1]]
+  std::string sQuery_;                // the lower-cased query, its buffer reused
 };
 
 }  // namespace launchagent

@@ -142,6 +142,24 @@ TEST_F(AgentHostInfoTest, SearchAndInsertFindEveryNameAndEveryGapAtEverySize) {
   }
 }
 
+TEST_F(AgentHostInfoTest, AnInsertAfterAPositionOutsideTheRegistryStoresNothing) {
+  // Bound -> answer; nothing is stored, yet the message is stamped and the registry
+  // goes on finding, inserting and listing its records in order.
+  Register({"PC5", "PC7"});
+  for (const Long lngHigh : {-2, -1, 3, 9}) {
+    auto objMsg = Msg("PC6");
+    EXPECT_EQ(registry_->InsertAgent(objMsg, 1, lngHigh), -(lngHigh + 1)) << lngHigh;
+    EXPECT_EQ(objMsg->GetDateReceived(), clock_.Now());
+    EXPECT_EQ(registry_->FindAgentIndex("pc6"), -1) << lngHigh;
+  }
+  EXPECT_EQ(registry_->InsertAgent(Msg("PC3"), 1, 0), -1);
+  Register({"PC6", "PC9"});
+  EXPECT_EQ(NamesOf(), (Names{"PC3", "PC5", "PC6", "PC7", "PC9"}));
+  for (const auto& [sName, lngAt] :
+       {std::pair<const char*, Long>{"pc3", 1}, {"pc6", 3}, {"pc9", 5}})
+    EXPECT_EQ(registry_->FindAgentIndex(sName), lngAt) << sName;
+}
+
 TEST_F(AgentHostInfoTest, ReadOperationsHandOutTheStoredObject) {
   Register({"pc07", "pc01", "pc09"});
   std::shared_ptr<clsMsgHostInfo> objByName;
