@@ -51,8 +51,8 @@ class Run {
   Run(const Scenario& scenario, const RunOptions& options)
       : scenario_(scenario),
         world_(std::make_unique<sim::World>(options.lngSeed.value_or(scenario.lngSeed))) {
-    world_->SetNetTrace(scenario.bNetEvents || options.bNetEvents);
-    world_->SetSendText(SendText);
+    world_->Net().SetTrace(scenario.bNetEvents || options.bNetEvents);
+    world_->Net().SetSendText(SendText);
     if (options.sink) world_->SetTranscriptSink(options.sink);
     world_->KeepTranscript(options.bKeepTranscript);
     world_->SetStartDateTime(DateTime::FromCivil(scenario.nYear, scenario.nMonth, scenario.nDay,
@@ -136,7 +136,7 @@ class Run {
         fail(s.nLine, "cannot add share '" + s.sUNC + "' (does '" + s.sFolder + "' exist?)");
     for (const WindowSetup& win : h.windows)
       w.AddWindow(id, win.sClass, win.sTitle, win.nRefuseClose);
-    for (const NameEntry& n : h.names) w.AddNameEntry(id, n.sName, n.sAddress);
+    for (const NameEntry& n : h.names) w.Net().AddNameEntry(id, n.sName, n.sAddress);
     if (h.visibleShares) w.SetVisibleShares(id, *h.visibleShares);
     if (h.shareSearchTime) w.SetShareSearchTime(id, *h.shareSearchTime);
     if (h.bShareSearchError) w.SetShareSearchError(id, true);
@@ -146,7 +146,7 @@ class Run {
     else if (!h.sSystemFolder.empty())
       w.SetSystemFolder(id, h.sSystemFolder);
 
-    sim::SocketsLibrarySettings& lib = w.SocketsLibrary(id);
+    sim::SocketsLibrarySettings& lib = w.Net().SocketsLibrary(id);
     const SocketsFaults& f = h.sockets;
     if (f.lngStartupResult) lib.lngStartupResult = *f.lngStartupResult;
     if (f.wVersion) lib.wVersion = *f.wVersion;
@@ -156,7 +156,7 @@ class Run {
     if (f.bHostNameFails) lib.bHostNameFails = true;
     if (f.bAllLookupsFail) lib.bAllLookupsFail = true;
     if (f.lookupTime) lib.lookupTime = *f.lookupTime;
-    for (const std::string& sName : f.lookupFailures) w.FailLookup(id, sName, true);
+    for (const std::string& sName : f.lookupFailures) w.Net().FailLookup(id, sName, true);
   }
 
   sim::HostId Host(const std::string& sName) const { return hosts_.at(AsciiLower(sName)); }
@@ -184,7 +184,7 @@ class Run {
       std::vector<sim::HostId> all{sim::kAnyHost};
       for (const auto& [name, id] : hosts_) all.push_back(id);
       for (sim::HostId from : all)
-        for (sim::HostId to : all) w.Heal(from, to);
+        for (sim::HostId to : all) w.Net().Heal(from, to);
       return;
     }
     const sim::HostId id = Host(a.sHost);
@@ -228,25 +228,25 @@ class Run {
   void Do(const Action& a, sim::HostId id, sim::HostId peer, const act::Partition& x) {
     sim::World& w = *world_;
     const sim::Nanos end = x.duration > 0 ? w.Now() + x.duration : sim::kForever;
-    w.Partition(id, peer, w.Now(), end);
-    if (a.bBothWays) w.Partition(peer, id, w.Now(), end);
+    w.Net().Partition(id, peer, w.Now(), end);
+    if (a.bBothWays) w.Net().Partition(peer, id, w.Now(), end);
   }
   void Do(const Action& a, sim::HostId id, sim::HostId peer, const act::Heal&) {
-    world_->Heal(id, peer);
-    if (a.bBothWays) world_->Heal(peer, id);
+    world_->Net().Heal(id, peer);
+    if (a.bBothWays) world_->Net().Heal(peer, id);
   }
   void Do(const Action&, sim::HostId id, sim::HostId, const act::Crash&) { world_->CrashHost(id); }
   void Do(const Action&, sim::HostId id, sim::HostId, const act::Restart&) {
     world_->RestartHost(id, true);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::SendBytes& x) {
-    world_->RawSend(id, world_->HostName(peer), x.nPort, x.bytes, !x.bKeep);
+    world_->Net().RawSend(id, world_->HostName(peer), x.nPort, x.bytes, !x.bKeep);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::MergeNextSends&) {
-    world_->MergeNextSends(id, peer);
+    world_->Net().MergeNextSends(id, peer);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::SplitNextSend&) {
-    world_->SplitNextSend(id, peer);
+    world_->Net().SplitNextSend(id, peer);
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::OpenSetup&) {
     const auto pids = ProcessesOf(id, kAgentKind);

@@ -67,7 +67,7 @@ TEST(StartUp, LaterVersionsOfTheSocketsLibraryAreAccepted) {
        {std::uint16_t{0x0101}, std::uint16_t{0x0202}, std::uint16_t{0x0002}}) {
     AgentOnSim lan;
     const sim::HostId host = lan.AddHost("PC1");
-    lan.World().SocketsLibrary(host).wVersion = wVersion;
+    lan.World().Net().SocketsLibrary(host).wVersion = wVersion;
     const sim::ProcessId pid = lan.StartAgent("PC1", AgentStart::Full);
     lan.RunFor(sim::Seconds(5));
     EXPECT_TRUE(lan.World().Alive(pid)) << wVersion;

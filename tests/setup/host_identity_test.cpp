@@ -44,7 +44,7 @@ TEST(HostIdentity, NamesThisComputerAndOthersAndLogsWhatFails) {
     sim::World w(1);
     const sim::HostId h = *w.AddHost("PC1", "10.0.0.1");
     w.AddHost("PC2", "10.0.0.12");
-    if (c.fault) c.fault(w.SocketsLibrary(h));
+    if (c.fault) c.fault(w.Net().SocketsLibrary(h));
     w.RegisterProgram("idle",
                       [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
     const sim::ProcessId pid = w.StartProcess(h, "idle", "C:\\Launch\\Launch.exe");

@@ -135,7 +135,7 @@ TEST(SimFiles, NetworkPathsGoThroughShares) {
   f.w.CrashHost(f.h2);
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
   f.w.RestartHost(f.h2);
-  f.w.Partition(f.h1, f.h2, f.w.Now(), f.w.Now() + Seconds(10));
+  f.w.Net().Partition(f.h1, f.h2, f.w.Now(), f.w.Now() + Seconds(10));
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
   f.w.RunFor(Seconds(11));
   f.In([&] { EXPECT_TRUE(f.fs->CanOpenForReading(sDll)); });

@@ -143,19 +143,19 @@ TEST(SimNetwork, ConnectOutcomes) {
       {"listener answers", "PC2", 1230, nullptr, kSckConnected, kSckConnected},
       {"nothing listens: refused", "PC2", 1231, nullptr, kSckError, kSckError},
       {"unknown name", "PC77", 1230, nullptr, kSckError, kSckError},
-      {"lookup fails", "PC2", 1230, [](Lan& l) { l.w.FailLookup(l.h1, "pc2", true); }, kSckError,
-       kSckError},
+      {"lookup fails", "PC2", 1230, [](Lan& l) { l.w.Net().FailLookup(l.h1, "pc2", true); },
+       kSckError, kSckError},
       {"extra name entry", "files", 1230,
-       [](Lan& l) { l.w.AddNameEntry(l.h1, "FILES", l.w.HostAddress(l.h2)); }, kSckConnected,
+       [](Lan& l) { l.w.Net().AddNameEntry(l.h1, "FILES", l.w.HostAddress(l.h2)); }, kSckConnected,
        kSckConnected},
       {"listener gone with its table", "PC2", 1230,
        [](Lan& l) { l.In(*l.b, [&] { l.b->server.reset(); }); }, kSckError, kSckError},
-      {"partition: times out", "PC2", 1230, [](Lan& l) { l.w.Partition(l.h1, l.h2, 0); },
+      {"partition: times out", "PC2", 1230, [](Lan& l) { l.w.Net().Partition(l.h1, l.h2, 0); },
        kSckConnecting, kSckError},
-      {"answer lost on the way back", "PC2", 1230, [](Lan& l) { l.w.Partition(l.h2, l.h1, 0); },
-       kSckConnecting, kSckError},
-      {"partition healed before", "PC2", 1230, [](Lan& l) { l.w.Partition(l.h1, l.h2, 0, 0); },
-       kSckConnected, kSckConnected},
+      {"answer lost on the way back", "PC2", 1230,
+       [](Lan& l) { l.w.Net().Partition(l.h2, l.h1, 0); }, kSckConnecting, kSckError},
+      {"partition healed before", "PC2", 1230,
+       [](Lan& l) { l.w.Net().Partition(l.h1, l.h2, 0, 0); }, kSckConnected, kSckConnected},
       {"host down: times out, not refused", "PC2", 1230, [](Lan& l) { l.w.CrashHost(l.h2); },
        kSckConnecting, kSckError},
       {"own host by name", "PC1", 1230, nullptr, kSckConnected, kSckConnected},
@@ -216,20 +216,20 @@ TEST(SimNetwork, ArrivalsMergeSplitAndKeepUnreadBytes) {
   const std::vector<Case> cases = {
       {"plain", nullptr, {"1:3:one", "1:3:two", "1:5:three"}},
       {"merge next two",
-       [](Lan& l) { l.w.MergeNextSends(l.h1, l.h2); },
+       [](Lan& l) { l.w.Net().MergeNextSends(l.h1, l.h2); },
        {"1:6:onetwo", "1:5:three"}},
       {"merge only in its direction",
-       [](Lan& l) { l.w.MergeNextSends(l.h2, l.h1); },
+       [](Lan& l) { l.w.Net().MergeNextSends(l.h2, l.h1); },
        {"1:3:one", "1:3:two", "1:5:three"}},
       {"split next",
-       [](Lan& l) { l.w.SplitNextSend(l.h1, l.h2); },
+       [](Lan& l) { l.w.Net().SplitNextSend(l.h1, l.h2); },
        {"1:1:o", "1:2:ne", "1:3:two", "1:5:three"}},
       {"unread bytes stay and come with the next arrival",
        [](Lan& l) { l.b->nUnread = 1; },
        {"1:3:", "1:6:onetwo", "1:5:three"}},
       {"one arrival per send even while the receiver is busy",
        [](Lan& l) {
-         l.w.SocketsLibrary(l.h2).lookupTime = Seconds(1);
+         l.w.Net().SocketsLibrary(l.h2).lookupTime = Seconds(1);
          l.b->bBlock = true;
        },
        {"1:3:one", "1:3:two", "1:5:three"}},
@@ -255,7 +255,7 @@ TEST(SimNetwork, PartitionLosesSendsAndBreaksTheConnection) {
   Peer &a = *lan.a, &b = *lan.b;
   lan.Connect(a, "PC2");
   w.RunFor(Seconds(1));
-  w.Partition(lan.h1, lan.h2, w.Now(), w.Now() + Minutes(1));
+  w.Net().Partition(lan.h1, lan.h2, w.Now(), w.Now() + Minutes(1));
   EXPECT_TRUE(lan.Send(a, "lost"));
   w.RunFor(Seconds(5));
   EXPECT_EQ(lan.State(*a.client), kSckConnected);  // not known yet
@@ -282,7 +282,7 @@ TEST(SimNetwork, PartitionLosesSendsAndBreaksTheConnection) {
 // apart: latencies, and so the transcript's arrivals, come from the seed.
 Strings Chatter(std::uint64_t seed) {
   Lan lan(seed);
-  lan.w.SetNetTrace(true);
+  lan.w.Net().SetTrace(true);
   lan.Start(*lan.w.AddHost("PC3"));
   for (auto& from : lan.peers)
     for (Long i = 1; i <= 3; ++i) lan.Connect(*from, "PC" + std::to_string(i), 1230, i);

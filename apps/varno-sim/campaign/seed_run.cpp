@@ -153,11 +153,11 @@ class SeedRun {
     switch (f.kind) {
       case FaultKind::PartitionOneWay:
       case FaultKind::LoopbackCut:
-        w.Partition(a, b, f.at, until);
+        w.Net().Partition(a, b, f.at, until);
         break;
       case FaultKind::PartitionBothWays:
-        w.Partition(a, b, f.at, until);
-        w.Partition(b, a, f.at, until);
+        w.Net().Partition(a, b, f.at, until);
+        w.Net().Partition(b, a, f.at, until);
         break;
       case FaultKind::HostCrash:
         if (!w.HostUp(a)) return;
@@ -178,8 +178,8 @@ class SeedRun {
         w.SetClockSkew(a, static_cast<double>(f.lngAmount));
         break;
       case FaultKind::LookupFailure:
-        w.FailLookup(a, w.HostName(b), true);
-        Later(f, [this, a, b] { world_->FailLookup(a, world_->HostName(b), false); });
+        w.Net().FailLookup(a, w.HostName(b), true);
+        Later(f, [this, a, b] { world_->Net().FailLookup(a, world_->HostName(b), false); });
         break;
       case FaultKind::DiskFull: {
         const char cDrive = plan_.hosts[f.host].sAgentFolder[0];
@@ -196,10 +196,10 @@ class SeedRun {
         break;
       }
       case FaultKind::MergedSends:
-        w.MergeNextSends(a, b);
+        w.Net().MergeNextSends(a, b);
         break;
       case FaultKind::SplitSend:
-        w.SplitNextSend(a, b);
+        w.Net().SplitNextSend(a, b);
         break;
       case FaultKind::SocketsFailure:
       case FaultKind::ComputerNameFailure:
@@ -258,7 +258,7 @@ class SeedRun {
     } else if (f.kind == FaultKind::RegistryDenied) {
       w.DenyLocalMachine(a, bOn);
     } else {
-      sim::SocketsLibrarySettings& lib = w.SocketsLibrary(a);
+      sim::SocketsLibrarySettings& lib = w.Net().SocketsLibrary(a);
       lib = sim::SocketsLibrarySettings{};
       if (!bOn) return;
       if (f.lngAmount == kStartupFails) lib.lngStartupResult = kWsaSysNotReady;
@@ -334,10 +334,10 @@ class SeedRun {
     std::vector<sim::HostId> all{sim::kAnyHost};
     all.insert(all.end(), hosts_.begin(), hosts_.end());
     for (sim::HostId from : all)
-      for (sim::HostId to : all) w.Heal(from, to);
+      for (sim::HostId to : all) w.Net().Heal(from, to);
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const sim::HostId a = hosts_[i];
-      for (sim::HostId b : hosts_) w.FailLookup(a, w.HostName(b), false);
+      for (sim::HostId b : hosts_) w.Net().FailLookup(a, w.HostName(b), false);
       w.SetDiskCapacity(a, 'C', std::nullopt);
       w.SetDiskCapacity(a, plan_.hosts[i].sAgentFolder[0], std::nullopt);
       for (const SharePlan& share : plan_.hosts[i].shares) w.SetShareReadable(a, share.sName, true);
@@ -348,11 +348,11 @@ class SeedRun {
       w.SetComputerNameFails(a, false);
       // An agent that started with a failing library or name keeps what it learnt
       // then: it starts anew, as the fault's own end would have done.
-      const bool bStartFault = w.SocketsLibrary(a).lngStartupResult != 0 ||
-                               w.SocketsLibrary(a).lngMaxSockets == 0 ||
-                               w.SocketsLibrary(a).bHostNameFails ||
-                               w.SocketsLibrary(a).bAllLookupsFail || nameFailed_.count(i);
-      w.SocketsLibrary(a) = sim::SocketsLibrarySettings{};
+      const bool bStartFault = w.Net().SocketsLibrary(a).lngStartupResult != 0 ||
+                               w.Net().SocketsLibrary(a).lngMaxSockets == 0 ||
+                               w.Net().SocketsLibrary(a).bHostNameFails ||
+                               w.Net().SocketsLibrary(a).bAllLookupsFail || nameFailed_.count(i);
+      w.Net().SocketsLibrary(a) = sim::SocketsLibrarySettings{};
       if (!w.HostUp(a)) w.RestartHost(a, true);
       if (bStartFault) {
         RestartAgent(i);

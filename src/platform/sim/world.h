@@ -154,6 +154,53 @@ enum class TranscriptKind { Log, Window, Registry, Process, Launch, File, MsgBox
 // "log", "window", "registry", "process", "launch", "file", "msgbox", "net", "note"
 const char* TranscriptKindName(TranscriptKind kind);
 
+// ---- The network facet ----------------------------------------------------------------
+class World;
+// Names, latencies, partitions and raw connections of the world's network; the world
+// owns it and hands it out as World::Net().
+class WorldNet {
+ public:
+  explicit WorldNet(World& world) : world_(world) {}
+  WorldNet(const WorldNet&) = delete;
+  WorldNet& operator=(const WorldNet&) = delete;
+
+  // ---- Sockets library and names ----
+  SocketsLibrarySettings& SocketsLibrary(HostId host);
+  // An extra name (or an override) in the host's name table.
+  void AddNameEntry(HostId host, const std::string& sName, const std::string& sAddress);
+  // Look-ups of sName from this host fail (or work again).
+  void FailLookup(HostId host, const std::string& sName, bool bFails);
+
+  // ---- Links ----
+  NetworkSettings& Settings();
+  // Latency range between two hosts, both directions.
+  void SetLatency(HostId a, HostId b, Nanos min, Nanos max);
+  // Packets from `from` to `to` are lost between start and end (directed; kAnyHost on
+  // either side matches every host). Connects then time out, sends are lost and their
+  // connection errors.
+  void Partition(HostId from, HostId to, Nanos start, Nanos end = kForever);
+  // Ends the partitions from `from` to `to` now.
+  void Heal(HostId from, HostId to);
+  // The next two sends from `from` to `to` arrive as one data arrival.
+  void MergeNextSends(HostId from, HostId to);
+  // The next send from `from` to `to` arrives as two data arrivals.
+  void SplitNextSend(HostId from, HostId to);
+  // Connects, refusals, accepts, closes and errors in the transcript (off by default).
+  void SetTrace(bool bOn);
+  // With the net trace on, each send also writes a line "send LOCAL -> REMOTE " and
+  // what describe makes of its bytes (the simulator cannot read messages itself).
+  void SetSendText(std::function<std::string(const Bytes&)> describe);
+  // A connection from `from` (no process needed) to sTarget:lngPort that sends data
+  // once connected, then closes when bCloseAfter. Without bCloseAfter it is kept: the
+  // next RawSend from `from` to the same target and port goes on it (queued until it
+  // connects), until one with bCloseAfter closes it. Failures show only in the net trace.
+  void RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
+               bool bCloseAfter = true);
+
+ private:
+  World& world_;
+};
+
 // ---- The world ----------------------------------------------------------------------
 class World {
  public:
@@ -269,38 +316,9 @@ class World {
   void SetComputerName(HostId host, const std::string& sName);
   void SetComputerNameFails(HostId host, bool bFails);
 
-  // ---- Sockets library and names ----
-  SocketsLibrarySettings& SocketsLibrary(HostId host);
-  // An extra name (or an override) in the host's name table.
-  void AddNameEntry(HostId host, const std::string& sName, const std::string& sAddress);
-  // Look-ups of sName from this host fail (or work again).
-  void FailLookup(HostId host, const std::string& sName, bool bFails);
-
-  // ---- Network ----
-  NetworkSettings& Network();
-  // Latency range between two hosts, both directions.
-  void SetLatency(HostId a, HostId b, Nanos min, Nanos max);
-  // Packets from `from` to `to` are lost between start and end (directed; kAnyHost on
-  // either side matches every host). Connects then time out, sends are lost and their
-  // connection errors.
-  void Partition(HostId from, HostId to, Nanos start, Nanos end = kForever);
-  // Ends the partitions from `from` to `to` now.
-  void Heal(HostId from, HostId to);
-  // The next two sends from `from` to `to` arrive as one data arrival.
-  void MergeNextSends(HostId from, HostId to);
-  // The next send from `from` to `to` arrives as two data arrivals.
-  void SplitNextSend(HostId from, HostId to);
-  // Connects, refusals, accepts, closes and errors in the transcript (off by default).
-  void SetNetTrace(bool bOn);
-  // With the net trace on, each send also writes a line "send LOCAL -> REMOTE " and
-  // what describe makes of its bytes (the simulator cannot read messages itself).
-  void SetSendText(std::function<std::string(const Bytes&)> describe);
-  // A connection from `from` (no process needed) to sTarget:lngPort that sends data
-  // once connected, then closes when bCloseAfter. Without bCloseAfter it is kept: the
-  // next RawSend from `from` to the same target and port goes on it (queued until it
-  // connects), until one with bCloseAfter closes it. Failures show only in the net trace.
-  void RawSend(HostId from, const std::string& sTarget, Long lngPort, Bytes data,
-               bool bCloseAfter = true);
+  // ---- Names and the network ----
+  WorldNet& Net() { return net_; }
+  const WorldNet& Net() const { return net_; }
 
   // ---- Disks, shares, share search ----
   // Scenario-side file access (no transcript lines). Folders on the way are created,
@@ -347,7 +365,9 @@ class World {
   class Impl;
 
  private:
+  friend class WorldNet;
   std::unique_ptr<Impl> impl_;
+  WorldNet net_{*this};
 };
 
 }  // namespace launchagent::sim
