@@ -52,8 +52,8 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
       sim::HostSetup desktop;
       desktop.sWinsockName = HostName(i);
       hosts.push_back(*world.AddHost(desktop));
-      world.MakeFolder(hosts.back(), "C:\\Launch");
-      world.AddShare(hosts.back(), "c", "C:\\");
+      world.Files().MakeFolder(hosts.back(), "C:\\Launch");
+      world.Files().AddShare(hosts.back(), "c", "C:\\");
       if (i % kMainAppEvery == 0)
         world.WriteProgramFile(hosts.back(), "C:\\Launch\\Varno2.exe", "varno", "window-delay=3");
     }
@@ -63,7 +63,7 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
         visible.push_back("\\\\" + HostName((i + d) % kHosts) + "\\c");
         visible.push_back("\\\\" + HostName((i + kHosts - d) % kHosts) + "\\c");
       }
-      world.SetVisibleShares(hosts[static_cast<std::size_t>(i)], visible);
+      world.Files().SetVisibleShares(hosts[static_cast<std::size_t>(i)], visible);
     }
     for (const sim::HostId host : hosts)
       world.StartProcess(host, "launch", "C:\\Launch\\Launch.exe");

@@ -126,25 +126,25 @@ class Run {
     sim::World& w = *world_;
     if (h.bComputerNameFails) w.SetComputerNameFails(id, true);
     for (const std::string& sFolder : h.folders)
-      if (!w.MakeFolder(id, sFolder)) fail(h.nLine, "cannot make folder '" + sFolder + "'");
+      if (!w.Files().MakeFolder(id, sFolder)) fail(h.nLine, "cannot make folder '" + sFolder + "'");
     for (const DiskSetup& d : h.disks)
-      w.SetDiskCapacity(id, d.sDrive[0], static_cast<std::uint64_t>(d.lngCapacity));
+      w.Files().SetDiskCapacity(id, d.sDrive[0], static_cast<std::uint64_t>(d.lngCapacity));
     for (const FileSetup& f : h.files)
       if (!WriteFileSetup(id, f)) fail(f.nLine, "cannot write file '" + f.sPath + "'");
     for (const ShareSetup& s : h.shares)
-      if (!w.AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
+      if (!w.Files().AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
         fail(s.nLine, "cannot add share '" + s.sUNC + "' (does '" + s.sFolder + "' exist?)");
     for (const WindowSetup& win : h.windows)
       w.AddWindow(id, win.sClass, win.sTitle, win.nRefuseClose);
     for (const NameEntry& n : h.names) w.Net().AddNameEntry(id, n.sName, n.sAddress);
-    if (h.visibleShares) w.SetVisibleShares(id, *h.visibleShares);
-    if (h.shareSearchTime) w.SetShareSearchTime(id, *h.shareSearchTime);
-    if (h.bShareSearchError) w.SetShareSearchError(id, true);
+    if (h.visibleShares) w.Files().SetVisibleShares(id, *h.visibleShares);
+    if (h.shareSearchTime) w.Files().SetShareSearchTime(id, *h.shareSearchTime);
+    if (h.bShareSearchError) w.Files().SetShareSearchError(id, true);
     if (h.bRegistryDenied) w.DenyLocalMachine(id, true);
     if (h.bSystemFolderMissing)
-      w.SetSystemFolder(id, std::nullopt);
+      w.Files().SetSystemFolder(id, std::nullopt);
     else if (!h.sSystemFolder.empty())
-      w.SetSystemFolder(id, h.sSystemFolder);
+      w.Files().SetSystemFolder(id, h.sSystemFolder);
 
     sim::SocketsLibrarySettings& lib = w.Net().SocketsLibrary(id);
     const SocketsFaults& f = h.sockets;
@@ -196,7 +196,7 @@ class Run {
     sim::World& w = *world_;
     const HostSetup& h = *scenario_.FindHost(a.sHost);
     const std::string sPath = (x.sFolder.empty() ? h.sAgentFolder : x.sFolder) + "\\Launch.exe";
-    if (!w.ReadFile(id, sPath) && !w.WriteProgramFile(id, sPath, kAgentKind))
+    if (!w.Files().ReadFile(id, sPath) && !w.WriteProgramFile(id, sPath, kAgentKind))
       return ActionFailed(a, "cannot place " + sPath);
     const sim::StartResult r = w.StartProgram(id, sPath);
     if (r.pid == 0)
@@ -322,34 +322,36 @@ class Run {
     if (!WriteFileSetup(id, x.file)) ActionFailed(a, "cannot write file '" + x.file.sPath + "'");
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::Delete& x) {
-    if (!world_->RemovePath(id, x.sPath)) ActionFailed(a, "no file or folder '" + x.sPath + "'");
+    if (!world_->Files().RemovePath(id, x.sPath))
+      ActionFailed(a, "no file or folder '" + x.sPath + "'");
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::AddShare& x) {
     const ShareSetup& s = x.share;
-    world_->RemoveShare(id, ShareName(s.sUNC));
-    if (!world_->AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
+    world_->Files().RemoveShare(id, ShareName(s.sUNC));
+    if (!world_->Files().AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
       ActionFailed(a, "cannot add share '" + s.sUNC + "'");
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::DropShare& x) {
-    if (!world_->RemoveShare(id, ShareName(x.sUNC))) ActionFailed(a, "no share '" + x.sUNC + "'");
+    if (!world_->Files().RemoveShare(id, ShareName(x.sUNC)))
+      ActionFailed(a, "no share '" + x.sUNC + "'");
   }
   void Do(const Action&, sim::HostId id, sim::HostId, const act::VisibleShares& x) {
     if (x.names)
-      world_->SetVisibleShares(id, *x.names);
+      world_->Files().SetVisibleShares(id, *x.names);
     else
-      world_->ClearVisibleShares(id);
+      world_->Files().ClearVisibleShares(id);
   }
   void Do(const Action&, sim::HostId id, sim::HostId, const act::ShareSearch& x) {
-    world_->SetShareSearchTime(id, x.time);
-    world_->SetShareSearchError(id, x.bError);
+    world_->Files().SetShareSearchTime(id, x.time);
+    world_->Files().SetShareSearchError(id, x.bError);
   }
 
   bool WriteFileSetup(sim::HostId id, const FileSetup& f) {
     sim::World& w = *world_;
     return f.sProgram.empty()
-               ? w.WriteFile(id, f.sPath, f.sText, f.bHidden)
+               ? w.Files().WriteFile(id, f.sPath, f.sText, f.bHidden)
                : w.WriteProgramFile(id, f.sPath, f.sProgram, JoinOptions(f.options)) &&
-                     (!f.bHidden || w.SetHidden(id, f.sPath, true));
+                     (!f.bHidden || w.Files().SetHidden(id, f.sPath, true));
   }
 
   void KillAll(const Action& a, sim::HostId id, const char* sKind) {

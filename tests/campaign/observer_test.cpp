@@ -128,7 +128,7 @@ TEST(CampaignObserver, ChecksCheckInClosesProcessEndsSecondAgentsAndOptionFiles)
     for (const Step& s : c.steps) {
       world.RunUntil(s.t);
       if (s.dClockStep != 0) world.JumpClock(pc10, s.t, s.dClockStep);
-      if (!s.sFile.empty()) world.WriteFile(pc10, s.sFile, Bytes(s.nBytes, 0x20));
+      if (!s.sFile.empty()) world.Files().WriteFile(pc10, s.sFile, Bytes(s.nBytes, 0x20));
       for (std::size_t at = 0; at < s.sLine.size();) {
         const std::size_t end = std::min(s.sLine.find('\n', at), s.sLine.size());
         observer.OnLine(sim::ClockTime(s.t) + " pc10 " + s.sLine.substr(at, end - at));

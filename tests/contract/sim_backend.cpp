@@ -14,7 +14,7 @@ class SimBackend : public Backend {
     h_ = *w_.AddHost("PC1", "10.0.0.1");
     w_.RegisterProgram("idle",
                        [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
-    w_.MakeFolder(h_, kScratch);
+    w_.Files().MakeFolder(h_, kScratch);
     w_.WriteProgramFile(h_, "C:\\Apps\\Varno2.exe", "varno", "window-delay=1");
     pid_ = w_.StartProcess(h_, "idle", "C:\\App\\Launch.exe");
     w_.RunFor(0);
@@ -34,11 +34,13 @@ class SimBackend : public Backend {
 
   std::string Scratch() override { return kScratch; }
   void PutFile(const std::string& sName, const std::string& sContent, bool bHidden) override {
-    w_.WriteFile(h_, Scratch() + "\\" + sName, sContent, bHidden);
+    w_.Files().WriteFile(h_, Scratch() + "\\" + sName, sContent, bHidden);
   }
-  void PutFolder(const std::string& sName) override { w_.MakeFolder(h_, Scratch() + "\\" + sName); }
+  void PutFolder(const std::string& sName) override {
+    w_.Files().MakeFolder(h_, Scratch() + "\\" + sName);
+  }
   std::optional<std::string> FileContent(const std::string& sName) override {
-    auto b = w_.ReadFile(h_, Scratch() + "\\" + sName);
+    auto b = w_.Files().ReadFile(h_, Scratch() + "\\" + sName);
     if (!b) return std::nullopt;
     return ToText(*b);
   }

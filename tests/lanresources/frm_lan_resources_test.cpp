@@ -70,8 +70,8 @@ TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
   Pc07 pc;
   // 255 characters and the terminator fill the buffer: still whole.
   const std::string sLong = "\\\\pc12\\" + std::string(255 - 7, 's');
-  pc.World().SetVisibleShares(pc.host, {"\\\\pc07\\c", "pc12data", "\\\\pc12\\data", "\\\\pc070\\x",
-                                        "\\\\PC07\\Docs", sLong});
+  pc.World().Files().SetVisibleShares(pc.host, {"\\\\pc07\\c", "pc12data", "\\\\pc12\\data",
+                                                "\\\\pc070\\x", "\\\\PC07\\Docs", sLong});
   // A containment test on \\pc07: \\pc070 counts too.
   const Keyed local = {{"1", "\\\\pc07\\c"}, {"4", "\\\\pc070\\x"}, {"5", "\\\\PC07\\Docs"}};
   const Keyed all = {local[0], {"3", "\\\\pc12\\data"}, local[1], local[2], {"6", sLong}};
@@ -87,8 +87,8 @@ TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
   const std::pair<bool, Lines> nothingFound[] = {
       {true, {"\\\\pc07\\c"}}, {false, {}}, {false, {"pc07c", "data"}}};
   for (const auto& [bError, visible] : nothingFound) {
-    pc.World().SetVisibleShares(pc.host, visible);
-    pc.World().SetShareSearchError(pc.host, bError);
+    pc.World().Files().SetVisibleShares(pc.host, visible);
+    pc.World().Files().SetShareSearchError(pc.host, bError);
     pc.Call([&](FrmLANResources& form) {
       EXPECT_EQ(Search(form, {"", "kept"}), (Lines{"", "kept"}));
       EXPECT_TRUE(form.colLANResources.empty());
@@ -99,12 +99,12 @@ TEST(UpdateResources, KeepsNetworkPathsUnderTheirSearchPositions) {
 
 TEST(UpdateResources, WaitsInOneSecondStepsAtMostSixtyTimes) {
   Pc07 pc;
-  pc.World().SetVisibleShares(pc.host, {"\\\\pc12\\data"});
+  pc.World().Files().SetVisibleShares(pc.host, {"\\\\pc12\\data"});
   // The search time, and the seconds waited: the search rounded up to whole seconds, at most 60.
   const std::pair<sim::Nanos, int> cases[] = {
       {sim::Milliseconds(300), 1}, {sim::Milliseconds(2500), 3}, {sim::Seconds(100), 60}};
   for (const auto& [searchTime, nSeconds] : cases) {
-    pc.World().SetShareSearchTime(pc.host, searchTime);
+    pc.World().Files().SetShareSearchTime(pc.host, searchTime);
     pc.Call([&](FrmLANResources& form) {
       const sim::Nanos start = pc.Now();
       Lines sResources;
@@ -118,13 +118,13 @@ TEST(UpdateResources, WaitsInOneSecondStepsAtMostSixtyTimes) {
 TEST(GetUNC, ReachesALocalPathThroughTheFirstOwnShareThatOpensIt) {
   Pc07 pc;
   sim::World& world = pc.World();
-  world.WriteFile(pc.host, "C:\\Apps\\main.exe", "x");
-  world.WriteFile(pc.host, "C:\\Docs\\Apps\\only.txt", "x");
-  world.WriteFile(pc.host, "D:\\Data\\d.txt", "x");
-  world.AddShare(pc.host, "docs", "C:\\Docs");
-  world.AddShare(pc.host, "c", "C:\\");
-  world.AddShare(pc.host, "locked", "D:\\", false);
-  world.SetVisibleShares(pc.host, {"\\\\pc07\\docs", "\\\\pc07\\c", "\\\\pc07\\locked"});
+  world.Files().WriteFile(pc.host, "C:\\Apps\\main.exe", "x");
+  world.Files().WriteFile(pc.host, "C:\\Docs\\Apps\\only.txt", "x");
+  world.Files().WriteFile(pc.host, "D:\\Data\\d.txt", "x");
+  world.Files().AddShare(pc.host, "docs", "C:\\Docs");
+  world.Files().AddShare(pc.host, "c", "C:\\");
+  world.Files().AddShare(pc.host, "locked", "D:\\", false);
+  world.Files().SetVisibleShares(pc.host, {"\\\\pc07\\docs", "\\\\pc07\\c", "\\\\pc07\\locked"});
   const std::pair<std::string, std::string> cases[] = {
       {"C:\\Apps\\main.exe", "\\\\pc07\\c\\Apps\\main.exe"},
       // Through the first share whose root holds the tail, whatever the drive was.

@@ -30,9 +30,9 @@ inline sim::HostId AddDesktop(AgentOnSim& lan, const std::string& sName,
                               const Desktop& desktop = {}) {
   const sim::HostId host = lan.AddHost(sName);
   sim::World& world = lan.World();
-  world.MakeFolder(host, kAgentFolder);
+  world.Files().MakeFolder(host, kAgentFolder);
   if (desktop.bMainApp) world.WriteProgramFile(host, kMainAppPath, kMainAppKind, "window-delay=2");
-  if (desktop.bShare) world.AddShare(host, "c", "C:\\");
+  if (desktop.bShare) world.Files().AddShare(host, "c", "C:\\");
   return host;
 }
 

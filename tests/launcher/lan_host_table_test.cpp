@@ -50,8 +50,8 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
       {{}, false, {"HOST", "PC12", "pc20"}},
   };
   for (const auto& [visible, bError, table] : steps) {
-    pc.World().SetVisibleShares(pc.host, visible);
-    pc.World().SetShareSearchError(pc.host, bError);
+    pc.World().Files().SetVisibleShares(pc.host, visible);
+    pc.World().Files().SetShareSearchError(pc.host, bError);
     pc.Call([&](Agent& agent) {
       agent.launcher().lanHosts().RefreshLANHosts();
       EXPECT_EQ(Table(agent.launcher().lanHosts()), table);

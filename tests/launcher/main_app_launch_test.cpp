@@ -18,7 +18,7 @@ TEST(GetSystemFolder, IsTheAgentsOwnFolderWhenThereIsNone) {
   for (const std::optional<std::string>& sSystem :
        {std::optional<std::string>("D:\\Sys"), std::optional<std::string>()}) {
     Pc07 pc;
-    pc.World().SetSystemFolder(pc.host, sSystem);
+    pc.World().Files().SetSystemFolder(pc.host, sSystem);
     pc.Call([&](Agent& agent) {
       EXPECT_EQ(agent.launcher().mainApp().GetSystemFolder(), sSystem.value_or(kAgentFolder));
     });

@@ -64,7 +64,7 @@ TEST_F(OptionFilesTest, SaveKeepsBytesPastTheRecordAndAFullDiskKeepsTheOldFile) 
   const auto before = ReadFile(kAgentDat);
   EXPECT_EQ(FileBytes(kAgentDat, 0, 128), Padded("first") + Padded(""));
   EXPECT_EQ(FileBytes(kAgentDat, 12812, 188), std::string(188, 'Z'));
-  World().SetDiskCapacity(host_, 'C', 100);
+  World().Files().SetDiskCapacity(host_, 'C', 100);
   InSetup([](SetupParts&, FrmAgentSetup& f) {
     f.active.lstActive->AddItem("second");
     EXPECT_FALSE(f.SaveOptions());

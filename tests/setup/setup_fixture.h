@@ -69,7 +69,7 @@ class SetupTest : public ::testing::Test {
   SetupTest() {
     host_ = *world_.AddHost("PC1", "10.0.0.1");
     host2_ = *world_.AddHost("PC2", "10.0.0.2");
-    world_.MakeFolder(host_, "C:\\Launch");
+    world_.Files().MakeFolder(host_, "C:\\Launch");
     world_.RegisterProgram("setup", [this](platform::Platform& p, const sim::ProgramStart&) {
       SetupParts parts(p);
       parts_ = &parts;
@@ -90,9 +90,11 @@ class SetupTest : public ::testing::Test {
   }
 
   sim::World& World() { return world_; }
-  std::optional<Bytes> ReadFile(const std::string& sPath) { return world_.ReadFile(host_, sPath); }
+  std::optional<Bytes> ReadFile(const std::string& sPath) {
+    return world_.Files().ReadFile(host_, sPath);
+  }
   bool WriteFile(const std::string& sPath, const Bytes& content) {
-    return world_.WriteFile(host_, sPath, content);
+    return world_.Files().WriteFile(host_, sPath, content);
   }
   // Bytes of a file as text, "" when the file is missing or too short.
   std::string FileBytes(const std::string& sPath, std::size_t nOffset, std::size_t nLen = 64) {

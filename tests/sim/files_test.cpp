@@ -68,9 +68,9 @@ struct Files : Desk {
 // in the agent folder, and the system folder can be missing.
 TEST(SimFiles, ListingsAndReads) {
   Files f;
-  f.w.WriteFile(f.h1, "C:\\App\\zeta.dll", "z");
-  f.w.WriteFile(f.h1, "C:\\App\\alpha.dll", "a", true);
-  f.w.WriteFile(f.h1, "C:\\App\\Varno2.exe", "2");
+  f.w.Files().WriteFile(f.h1, "C:\\App\\zeta.dll", "z");
+  f.w.Files().WriteFile(f.h1, "C:\\App\\alpha.dll", "a", true);
+  f.w.Files().WriteFile(f.h1, "C:\\App\\Varno2.exe", "2");
   f.In([&] {
     EXPECT_TRUE(f.fs->ReplaceFile("C:\\App\\zeta.dll", B("zz")));
     Strings names;
@@ -82,7 +82,7 @@ TEST(SimFiles, ListingsAndReads) {
     EXPECT_NE(f.fs->CopyFile("C:\\App", "C:\\b"), 0) << "a folder";
     EXPECT_EQ(f.fs->SystemFolder(), "C:\\Windows\\System32");
   });
-  f.w.SetSystemFolder(f.h1, std::nullopt);
+  f.w.Files().SetSystemFolder(f.h1, std::nullopt);
   f.In([&] { EXPECT_FALSE(f.fs->SystemFolder().has_value()); });
 }
 
@@ -92,14 +92,14 @@ TEST(SimFiles, ReplaceFileRecordsChangesAndFailsWholeOnAFullDisk) {
   Bytes rec(12812, 0xFF);
   f.In([&] { EXPECT_TRUE(f.fs->ReplaceFile("C:\\App\\agent.dat", rec)); });
   rec[12808] = rec[12809] = 0;
-  f.w.SetDiskCapacity(f.h1, 'c', 2 * 12812);
+  f.w.Files().SetDiskCapacity(f.h1, 'c', 2 * 12812);
   f.In([&] { EXPECT_TRUE(f.fs->ReplaceFile("C:\\App\\agent.dat", rec)); });
-  f.w.SetDiskCapacity(f.h1, 'c', 2 * 12812 - 1);
+  f.w.Files().SetDiskCapacity(f.h1, 'c', 2 * 12812 - 1);
   f.In([&] {
     EXPECT_FALSE(f.fs->ReplaceFile("C:\\App\\agent.dat", Bytes(12812, 7)));
     EXPECT_FALSE(f.fs->ReplaceFile("C:\\Missing\\agent.dat", rec));
   });
-  EXPECT_EQ(f.w.ReadFile(f.h1, "C:\\App\\agent.dat"), rec);
+  EXPECT_EQ(f.w.Files().ReadFile(f.h1, "C:\\App\\agent.dat"), rec);
   Strings files;
   for (auto& line : f.w.Transcript())
     if (line.find(" file ") != std::string::npos) files.push_back(line.substr(13));
@@ -112,12 +112,12 @@ TEST(SimFiles, ReplaceFileRecordsChangesAndFailsWholeOnAFullDisk) {
 
 TEST(SimFiles, NetworkPathsGoThroughShares) {
   Files f;
-  f.w.WriteFile(f.h2, "C:\\Varno\\Varno2.exe", "exe");
-  f.w.WriteFile(f.h2, "C:\\Varno\\vb.dll", "dll");
-  f.w.WriteFile(f.h2, "D:\\Secret\\x.txt", "x");
-  ASSERT_TRUE(f.w.AddShare(f.h2, "c", "C:\\"));
-  ASSERT_TRUE(f.w.AddShare(f.h2, "secret", "D:\\Secret", false));
-  EXPECT_FALSE(f.w.AddShare(f.h2, "C", "C:\\Varno"));  // names are unique per host
+  f.w.Files().WriteFile(f.h2, "C:\\Varno\\Varno2.exe", "exe");
+  f.w.Files().WriteFile(f.h2, "C:\\Varno\\vb.dll", "dll");
+  f.w.Files().WriteFile(f.h2, "D:\\Secret\\x.txt", "x");
+  ASSERT_TRUE(f.w.Files().AddShare(f.h2, "c", "C:\\"));
+  ASSERT_TRUE(f.w.Files().AddShare(f.h2, "secret", "D:\\Secret", false));
+  EXPECT_FALSE(f.w.Files().AddShare(f.h2, "C", "C:\\Varno"));  // names are unique per host
   const std::string sDll = "\\\\PC2\\c\\Varno\\vb.dll";
   f.In([&] {
     EXPECT_EQ(f.fs->ReadFile("\\\\pc2\\C\\varno\\varno2.exe"), B("exe"));
@@ -130,7 +130,7 @@ TEST(SimFiles, NetworkPathsGoThroughShares) {
     EXPECT_FALSE(f.fs->CanOpenForReading("\\\\PC9\\c\\Varno\\vb.dll"));
     EXPECT_EQ(f.fs->CopyFile("\\\\PC2\\c\\Varno\\Varno2.exe", "C:\\App\\Varno2.exe"), 0);
   });
-  EXPECT_EQ(f.w.ReadFile(f.h1, "C:\\App\\Varno2.exe"), B("exe"));
+  EXPECT_EQ(f.w.Files().ReadFile(f.h1, "C:\\App\\Varno2.exe"), B("exe"));
   // Out of reach while the host is down, while partitioned, and when made unreadable.
   f.w.CrashHost(f.h2);
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
@@ -139,7 +139,7 @@ TEST(SimFiles, NetworkPathsGoThroughShares) {
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
   f.w.RunFor(Seconds(11));
   f.In([&] { EXPECT_TRUE(f.fs->CanOpenForReading(sDll)); });
-  f.w.SetShareReadable(f.h2, "c", false);
+  f.w.Files().SetShareReadable(f.h2, "c", false);
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
 }
 
@@ -157,18 +157,19 @@ TEST(SimShareSearch, ListsAfterItsSearchTime) {
   };
   const std::vector<Case> cases = {
       {"default", nullptr, all},
-      {"own search time", [](World& w) { w.SetShareSearchTime(0, Seconds(5)); }, all, Seconds(5)},
+      {"own search time", [](World& w) { w.Files().SetShareSearchTime(0, Seconds(5)); }, all,
+       Seconds(5)},
       {"a down host's shares are not listed", [](World& w) { w.CrashHost(1); }, {"\\\\PC1\\c"}},
       {"long names are cut to 255",
-       [&](World& w) { w.SetVisibleShares(0, {sLong}); },
+       [&](World& w) { w.Files().SetVisibleShares(0, {sLong}); },
        {sLong.substr(0, 255)}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sName);
     Files f;
-    f.w.AddShare(f.h1, "c", "C:\\");
-    f.w.AddShare(f.h2, "data", "C:\\Data");
-    f.w.AddShare(f.h2, "apps", "C:\\Apps");
+    f.w.Files().AddShare(f.h1, "c", "C:\\");
+    f.w.Files().AddShare(f.h2, "data", "C:\\Data");
+    f.w.Files().AddShare(f.h2, "apps", "C:\\Apps");
     if (c.arrange) c.arrange(f.w);
     platform::ShareSearch& rs = f.w.PlatformOf(f.pid)->shares;
     Strings got;

@@ -57,10 +57,10 @@ TEST(SimShell, ExecuteResults) {
     d.w.WriteProgramFile(d.h, "C:\\Apps\\Varno2.exe", "varno");
     d.w.WriteProgramFile(d.h, "C:\\App\\Local.exe", "varno");
     d.w.WriteProgramFile(d.h, "C:\\Apps\\Other.exe", "nonesuch");
-    d.w.WriteFile(d.h, "C:\\Apps\\readme.txt", "SIMPROGRAMS are not programs");
+    d.w.Files().WriteFile(d.h, "C:\\Apps\\readme.txt", "SIMPROGRAMS are not programs");
     d.w.WriteProgramFile(h2, "C:\\Varno\\Varno3.exe", "varno");
-    d.w.AddShare(h2, "c", "C:\\");
-    d.w.AddShare(h2, "locked", "C:\\Varno", false);
+    d.w.Files().AddShare(h2, "c", "C:\\");
+    d.w.Files().AddShare(h2, "locked", "C:\\Varno", false);
     Long r = 0;
     d.In([&] { r = d.p->shell.Execute(c.sVerb, c.sFile, "-default", "", 1); });
     EXPECT_EQ(r, c.want);

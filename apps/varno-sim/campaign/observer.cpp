@@ -141,7 +141,7 @@ void Observer::OnFileWritten(sim::HostId host, const std::string& sText) {
 
 void Observer::CheckOptionFile(sim::HostId host, const std::string& sPath) {
   ++lngChecks_;
-  const auto bytes = world_.ReadFile(host, sPath);
+  const auto bytes = world_.Files().ReadFile(host, sPath);
   if (!bytes) return;  // never written whole: nothing to load, which loading tolerates
   const std::string sWhere = world_.HostName(host) + " " + sPath;
   if (sPath.ends_with("agent.dat")) {

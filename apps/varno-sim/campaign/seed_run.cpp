@@ -91,7 +91,8 @@ class SeedRun {
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const HostPlan& h = plan_.hosts[i];
       w.WriteProgramFile(hosts_[i], AgentPath(h), kAgentKind);
-      for (const SharePlan& share : h.shares) w.AddShare(hosts_[i], share.sName, share.sFolder);
+      for (const SharePlan& share : h.shares)
+        w.Files().AddShare(hosts_[i], share.sName, share.sFolder);
       if (h.bHoldsVarno) {
         std::string sOptions = "window-delay=" + std::to_string(h.nWindowDelay);
         if (h.nRefuseClose > 0) {
@@ -112,7 +113,7 @@ class SeedRun {
     for (sim::HostId h : hosts_) up.push_back(world_->HostUp(h));
     const std::vector<std::string> listed = ListedShares(plan_.hosts, up);
     for (std::size_t i = 0; i < hosts_.size(); ++i)
-      world_->SetVisibleShares(hosts_[i], overrides_[i] ? *overrides_[i] : listed);
+      world_->Files().SetVisibleShares(hosts_[i], overrides_[i] ? *overrides_[i] : listed);
   }
 
   void RestartHost(sim::HostId host) {
@@ -183,16 +184,16 @@ class SeedRun {
         break;
       case FaultKind::DiskFull: {
         const char cDrive = plan_.hosts[f.host].sAgentFolder[0];
-        w.SetDiskCapacity(a, cDrive, kFullDiskBytes);
-        Later(f, [this, a, cDrive] { world_->SetDiskCapacity(a, cDrive, std::nullopt); });
+        w.Files().SetDiskCapacity(a, cDrive, kFullDiskBytes);
+        Later(f, [this, a, cDrive] { world_->Files().SetDiskCapacity(a, cDrive, std::nullopt); });
         break;
       }
       case FaultKind::UnreadableShare: {
         if (f.lngAmount < 0) return;  // the host shares nothing
         const std::string sShare =
             plan_.hosts[f.host].shares[static_cast<std::size_t>(f.lngAmount)].sName;
-        w.SetShareReadable(a, sShare, false);
-        Later(f, [this, a, sShare] { world_->SetShareReadable(a, sShare, true); });
+        w.Files().SetShareReadable(a, sShare, false);
+        Later(f, [this, a, sShare] { world_->Files().SetShareReadable(a, sShare, true); });
         break;
       }
       case FaultKind::MergedSends:
@@ -221,8 +222,8 @@ class SeedRun {
         break;
       }
       case FaultKind::ShareSearchError:
-        w.SetShareSearchError(a, true);
-        Later(f, [this, a] { world_->SetShareSearchError(a, false); });
+        w.Files().SetShareSearchError(a, true);
+        Later(f, [this, a] { world_->Files().SetShareSearchError(a, false); });
         break;
       case FaultKind::VisibleSharesChange:
         overrides_[f.host] = VisibleShares(f);
@@ -338,11 +339,12 @@ class SeedRun {
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const sim::HostId a = hosts_[i];
       for (sim::HostId b : hosts_) w.Net().FailLookup(a, w.HostName(b), false);
-      w.SetDiskCapacity(a, 'C', std::nullopt);
-      w.SetDiskCapacity(a, plan_.hosts[i].sAgentFolder[0], std::nullopt);
-      for (const SharePlan& share : plan_.hosts[i].shares) w.SetShareReadable(a, share.sName, true);
+      w.Files().SetDiskCapacity(a, 'C', std::nullopt);
+      w.Files().SetDiskCapacity(a, plan_.hosts[i].sAgentFolder[0], std::nullopt);
+      for (const SharePlan& share : plan_.hosts[i].shares)
+        w.Files().SetShareReadable(a, share.sName, true);
       w.SetClockSkew(a, 0);
-      w.SetShareSearchError(a, false);
+      w.Files().SetShareSearchError(a, false);
       overrides_[i].reset();
       w.DenyLocalMachine(a, false);
       w.SetComputerNameFails(a, false);
@@ -379,7 +381,7 @@ class SeedRun {
     if (i == hosts_.size() || EqualsIgnoringCase(sPath, VarnoPath(plan_.hosts[i]))) return;
     for (std::size_t j = 0; j < hosts_.size() && Found(plan_.hosts[i]); ++j)
       if (EqualsIgnoringCase(sPath, LaunchSite(plan_.hosts[j])) &&
-          world_->ReadFile(hosts_[j], VarnoPath(plan_.hosts[j])))
+          world_->Files().ReadFile(hosts_[j], VarnoPath(plan_.hosts[j])))
         return;
     observer_.Fail("Varno on " + plan_.hosts[i].sName + " started from " + sPath +
                    ", which is neither its own copy nor a launch site it can have heard of");
@@ -406,7 +408,7 @@ class SeedRun {
   void CheckVarno(const std::vector<bool>& varnoSeen) {
     std::vector<bool> holds;
     for (std::size_t i = 0; i < hosts_.size(); ++i)
-      holds.push_back(world_->ReadFile(hosts_[i], VarnoPath(plan_.hosts[i])).has_value());
+      holds.push_back(world_->Files().ReadFile(hosts_[i], VarnoPath(plan_.hosts[i])).has_value());
     const std::vector<bool> must = MustRunVarno(plan_.hosts, holds);
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       if (must[i] && !varnoSeen[i])

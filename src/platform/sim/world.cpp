@@ -290,7 +290,7 @@ bool World::WriteProgramFile(HostId host, const std::string& sPath, const std::s
                              const std::string& sOptions) {
   std::string s = "SIMPROGRAM " + sKind;
   if (!sOptions.empty()) s += " " + sOptions;
-  return WriteFile(host, sPath, s + "\r\n");
+  return files_.WriteFile(host, sPath, s + "\r\n");
 }
 
 StartResult World::StartProgram(HostId host, const std::string& sPath,

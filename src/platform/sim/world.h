@@ -201,6 +201,46 @@ class WorldNet {
   World& world_;
 };
 
+// ---- The disks facet ------------------------------------------------------------------
+// Files, folders, disk capacities, shares and the share search of the world's hosts; the
+// world owns it and hands it out as World::Files().
+class WorldFiles {
+ public:
+  explicit WorldFiles(World& world) : world_(world) {}
+  WorldFiles(const WorldFiles&) = delete;
+  WorldFiles& operator=(const WorldFiles&) = delete;
+
+  // Scenario-side file access (no transcript lines). Folders on the way are created,
+  // and a drive letter not yet seen becomes a new drive.
+  bool WriteFile(HostId host, const std::string& sPath, const Bytes& content, bool bHidden = false);
+  bool WriteFile(HostId host, const std::string& sPath, const std::string& sText,
+                 bool bHidden = false);
+  bool MakeFolder(HostId host, const std::string& sPath, bool bHidden = false);
+  bool RemovePath(HostId host, const std::string& sPath);
+  bool SetHidden(HostId host, const std::string& sPath, bool bHidden);
+  std::optional<Bytes> ReadFile(HostId host, const std::string& sPath) const;
+  bool FolderExists(HostId host, const std::string& sPath) const;
+  // Bytes a drive may hold (files' sizes summed); nullopt = unlimited.
+  void SetDiskCapacity(HostId host, char cDrive, std::optional<std::uint64_t> bytes);
+  // The system folder ("C:\Windows\System32" by default); nullopt makes it missing.
+  void SetSystemFolder(HostId host, std::optional<std::string> sPath);
+  // \\host\sShare reaches sFolder of this host; an unreadable share refuses everything.
+  bool AddShare(HostId host, const std::string& sShare, const std::string& sFolder,
+                bool bReadable = true);
+  bool SetShareReadable(HostId host, const std::string& sShare, bool bReadable);
+  bool RemoveShare(HostId host, const std::string& sShare);
+  // The share search's result list on this host; by default every share of every host
+  // that is up, in host order. Any text may be listed, also names without "\\".
+  void SetVisibleShares(HostId host, std::vector<std::string> names);
+  void ClearVisibleShares(HostId host);  // back to the default
+  // How long a search runs on this host; nullopt = drawn per search, 1 to 3 seconds.
+  void SetShareSearchTime(HostId host, std::optional<Nanos> time);
+  void SetShareSearchError(HostId host, bool bError);
+
+ private:
+  World& world_;
+};
+
 // ---- The world ----------------------------------------------------------------------
 class World {
  public:
@@ -321,32 +361,8 @@ class World {
   const WorldNet& Net() const { return net_; }
 
   // ---- Disks, shares, share search ----
-  // Scenario-side file access (no transcript lines). Folders on the way are created,
-  // and a drive letter not yet seen becomes a new drive.
-  bool WriteFile(HostId host, const std::string& sPath, const Bytes& content, bool bHidden = false);
-  bool WriteFile(HostId host, const std::string& sPath, const std::string& sText,
-                 bool bHidden = false);
-  bool MakeFolder(HostId host, const std::string& sPath, bool bHidden = false);
-  bool RemovePath(HostId host, const std::string& sPath);
-  bool SetHidden(HostId host, const std::string& sPath, bool bHidden);
-  std::optional<Bytes> ReadFile(HostId host, const std::string& sPath) const;
-  bool FolderExists(HostId host, const std::string& sPath) const;
-  // Bytes a drive may hold (files' sizes summed); nullopt = unlimited.
-  void SetDiskCapacity(HostId host, char cDrive, std::optional<std::uint64_t> bytes);
-  // The system folder ("C:\Windows\System32" by default); nullopt makes it missing.
-  void SetSystemFolder(HostId host, std::optional<std::string> sPath);
-  // \\host\sShare reaches sFolder of this host; an unreadable share refuses everything.
-  bool AddShare(HostId host, const std::string& sShare, const std::string& sFolder,
-                bool bReadable = true);
-  bool SetShareReadable(HostId host, const std::string& sShare, bool bReadable);
-  bool RemoveShare(HostId host, const std::string& sShare);
-  // The share search's result list on this host; by default every share of every host
-  // that is up, in host order. Any text may be listed, also names without "\\".
-  void SetVisibleShares(HostId host, std::vector<std::string> names);
-  void ClearVisibleShares(HostId host);  // back to the default
-  // How long a search runs on this host; nullopt = drawn per search, 1 to 3 seconds.
-  void SetShareSearchTime(HostId host, std::optional<Nanos> time);
-  void SetShareSearchError(HostId host, bool bError);
+  WorldFiles& Files() { return files_; }
+  const WorldFiles& Files() const { return files_; }
 
   // ---- Transcript ----
   // Lines "HH:MM:SS.mmm <host> <kind> <text>"; world-level lines name host "-".
@@ -366,8 +382,10 @@ class World {
 
  private:
   friend class WorldNet;
+  friend class WorldFiles;
   std::unique_ptr<Impl> impl_;
   WorldNet net_{*this};
+  WorldFiles files_{*this};
 };
 
 }  // namespace launchagent::sim

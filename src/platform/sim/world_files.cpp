@@ -20,80 +20,82 @@ bool LocalParts(const std::string& sPath, char& cDrive, std::vector<std::string>
 
 }  // namespace
 
-bool World::WriteFile(HostId host, const std::string& sPath, const Bytes& content, bool bHidden) {
-  if (host >= impl_->hosts.size()) return false;
+bool WorldFiles::WriteFile(HostId host, const std::string& sPath, const Bytes& content,
+                           bool bHidden) {
+  if (host >= world_.impl_->hosts.size()) return false;
   char d;
   std::vector<std::string> parts;
   if (!LocalParts(sPath, d, parts)) return false;
-  return impl_->hosts[host]->disk.Write(d, parts, content, true, bHidden) == Disk::WriteResult::Ok;
+  return world_.impl_->hosts[host]->disk.Write(d, parts, content, true, bHidden) ==
+         Disk::WriteResult::Ok;
 }
 
-bool World::WriteFile(HostId host, const std::string& sPath, const std::string& sText,
-                      bool bHidden) {
+bool WorldFiles::WriteFile(HostId host, const std::string& sPath, const std::string& sText,
+                           bool bHidden) {
   return WriteFile(host, sPath, Bytes(sText.begin(), sText.end()), bHidden);
 }
 
-bool World::MakeFolder(HostId host, const std::string& sPath, bool bHidden) {
-  if (host >= impl_->hosts.size()) return false;
+bool WorldFiles::MakeFolder(HostId host, const std::string& sPath, bool bHidden) {
+  if (host >= world_.impl_->hosts.size()) return false;
   char d;
   std::vector<std::string> parts;
   if (!LocalParts(sPath, d, parts)) return false;
-  return impl_->hosts[host]->disk.MakeFolders(d, parts, bHidden) != nullptr;
+  return world_.impl_->hosts[host]->disk.MakeFolders(d, parts, bHidden) != nullptr;
 }
 
-bool World::RemovePath(HostId host, const std::string& sPath) {
-  if (host >= impl_->hosts.size()) return false;
+bool WorldFiles::RemovePath(HostId host, const std::string& sPath) {
+  if (host >= world_.impl_->hosts.size()) return false;
   char d;
   std::vector<std::string> parts;
   if (!LocalParts(sPath, d, parts)) return false;
-  return impl_->hosts[host]->disk.Remove(d, parts);
+  return world_.impl_->hosts[host]->disk.Remove(d, parts);
 }
 
-bool World::SetHidden(HostId host, const std::string& sPath, bool bHidden) {
-  if (host >= impl_->hosts.size()) return false;
+bool WorldFiles::SetHidden(HostId host, const std::string& sPath, bool bHidden) {
+  if (host >= world_.impl_->hosts.size()) return false;
   char d;
   std::vector<std::string> parts;
   if (!LocalParts(sPath, d, parts) || parts.empty()) return false;
-  Disk::Node* n = impl_->hosts[host]->disk.Find(d, parts);
+  Disk::Node* n = world_.impl_->hosts[host]->disk.Find(d, parts);
   if (!n) return false;
   n->bHidden = bHidden;
   return true;
 }
 
-std::optional<Bytes> World::ReadFile(HostId host, const std::string& sPath) const {
-  if (host >= impl_->hosts.size()) return std::nullopt;
+std::optional<Bytes> WorldFiles::ReadFile(HostId host, const std::string& sPath) const {
+  if (host >= world_.impl_->hosts.size()) return std::nullopt;
   char d;
   std::vector<std::string> parts;
   if (!LocalParts(sPath, d, parts)) return std::nullopt;
-  const Disk::Node* n = impl_->hosts[host]->disk.Find(d, parts);
+  const Disk::Node* n = world_.impl_->hosts[host]->disk.Find(d, parts);
   if (!n || n->bFolder) return std::nullopt;
   return n->content;
 }
 
-bool World::FolderExists(HostId host, const std::string& sPath) const {
-  if (host >= impl_->hosts.size()) return false;
+bool WorldFiles::FolderExists(HostId host, const std::string& sPath) const {
+  if (host >= world_.impl_->hosts.size()) return false;
   char d;
   std::vector<std::string> parts;
   if (!LocalParts(sPath, d, parts)) return false;
-  const Disk::Node* n = impl_->hosts[host]->disk.Find(d, parts);
+  const Disk::Node* n = world_.impl_->hosts[host]->disk.Find(d, parts);
   return n && n->bFolder;
 }
 
-void World::SetDiskCapacity(HostId host, char cDrive, std::optional<std::uint64_t> bytes) {
-  if (host >= impl_->hosts.size()) return;
-  impl_->hosts[host]->disk.SetCapacity(AsciiUpper(cDrive), bytes);
+void WorldFiles::SetDiskCapacity(HostId host, char cDrive, std::optional<std::uint64_t> bytes) {
+  if (host >= world_.impl_->hosts.size()) return;
+  world_.impl_->hosts[host]->disk.SetCapacity(AsciiUpper(cDrive), bytes);
 }
 
-void World::SetSystemFolder(HostId host, std::optional<std::string> sPath) {
-  if (host >= impl_->hosts.size()) return;
+void WorldFiles::SetSystemFolder(HostId host, std::optional<std::string> sPath) {
+  if (host >= world_.impl_->hosts.size()) return;
   if (sPath) MakeFolder(host, *sPath);
-  impl_->hosts[host]->systemFolder = std::move(sPath);
+  world_.impl_->hosts[host]->systemFolder = std::move(sPath);
 }
 
-bool World::AddShare(HostId host, const std::string& sShare, const std::string& sFolder,
-                     bool bReadable) {
-  if (host >= impl_->hosts.size() || sShare.empty()) return false;
-  HostState& h = *impl_->hosts[host];
+bool WorldFiles::AddShare(HostId host, const std::string& sShare, const std::string& sFolder,
+                          bool bReadable) {
+  if (host >= world_.impl_->hosts.size() || sShare.empty()) return false;
+  HostState& h = *world_.impl_->hosts[host];
   for (auto& s : h.shares)
     if (EqualNoCase(s.sName, sShare)) return false;
   Share s;
@@ -102,13 +104,13 @@ bool World::AddShare(HostId host, const std::string& sShare, const std::string& 
   if (!h.disk.MakeFolders(s.cDrive, s.folder)) return false;
   s.bReadable = bReadable;
   h.shares.push_back(std::move(s));
-  impl_->shareList.Changed();
+  world_.impl_->shareList.Changed();
   return true;
 }
 
-bool World::SetShareReadable(HostId host, const std::string& sShare, bool bReadable) {
-  if (host >= impl_->hosts.size()) return false;
-  for (auto& s : impl_->hosts[host]->shares) {
+bool WorldFiles::SetShareReadable(HostId host, const std::string& sShare, bool bReadable) {
+  if (host >= world_.impl_->hosts.size()) return false;
+  for (auto& s : world_.impl_->hosts[host]->shares) {
     if (EqualNoCase(s.sName, sShare)) {
       s.bReadable = bReadable;
       return true;
@@ -117,33 +119,34 @@ bool World::SetShareReadable(HostId host, const std::string& sShare, bool bReada
   return false;
 }
 
-bool World::RemoveShare(HostId host, const std::string& sShare) {
-  if (host >= impl_->hosts.size()) return false;
-  auto& shares = impl_->hosts[host]->shares;
+bool WorldFiles::RemoveShare(HostId host, const std::string& sShare) {
+  if (host >= world_.impl_->hosts.size()) return false;
+  auto& shares = world_.impl_->hosts[host]->shares;
   for (auto it = shares.begin(); it != shares.end(); ++it) {
     if (EqualNoCase(it->sName, sShare)) {
       shares.erase(it);
-      impl_->shareList.Changed();
+      world_.impl_->shareList.Changed();
       return true;
     }
   }
   return false;
 }
 
-void World::SetVisibleShares(HostId host, std::vector<std::string> names) {
-  if (host < impl_->hosts.size()) impl_->hosts[host]->visibleShares = std::move(names);
+void WorldFiles::SetVisibleShares(HostId host, std::vector<std::string> names) {
+  if (host < world_.impl_->hosts.size())
+    world_.impl_->hosts[host]->visibleShares = std::move(names);
 }
 
-void World::ClearVisibleShares(HostId host) {
-  if (host < impl_->hosts.size()) impl_->hosts[host]->visibleShares.reset();
+void WorldFiles::ClearVisibleShares(HostId host) {
+  if (host < world_.impl_->hosts.size()) world_.impl_->hosts[host]->visibleShares.reset();
 }
 
-void World::SetShareSearchTime(HostId host, std::optional<Nanos> time) {
-  if (host < impl_->hosts.size()) impl_->hosts[host]->searchTime = time;
+void WorldFiles::SetShareSearchTime(HostId host, std::optional<Nanos> time) {
+  if (host < world_.impl_->hosts.size()) world_.impl_->hosts[host]->searchTime = time;
 }
 
-void World::SetShareSearchError(HostId host, bool bError) {
-  if (host < impl_->hosts.size()) impl_->hosts[host]->bSearchError = bError;
+void WorldFiles::SetShareSearchError(HostId host, bool bError) {
+  if (host < world_.impl_->hosts.size()) world_.impl_->hosts[host]->bSearchError = bError;
 }
 
 const std::vector<std::string>& VisibleShareList::Default(const HostTable& hosts) {
