@@ -13,7 +13,7 @@ void BM_OneAgentOneVirtualDay(benchmark::State& state) {
   std::size_t nLines = 0;
   for (auto _ : state) {
     sim::World world(42);
-    world.RegisterProgram("launch", [](platform::Platform& p, const sim::ProgramStart&) {
+    world.Programs().RegisterProgram("launch", [](platform::Platform& p, const sim::ProgramStart&) {
       Agent agent(p);
       agent.Main();
       p.loop.Run();
@@ -21,15 +21,14 @@ void BM_OneAgentOneVirtualDay(benchmark::State& state) {
     sim::HostSetup setup;
     setup.sWinsockName = "PC1";
     const auto host = world.AddHost(setup);
-    world.StartProcess(*host, "launch", "C:\\Launch\\Launch.exe");
+    world.Programs().StartProcess(*host, "launch", "C:\\Launch\\Launch.exe");
     world.RunUntil(sim::kHour * 24);
     nLines = world.Transcript().size();
     benchmark::DoNotOptimize(nLines);
   }
   state.counters["transcript_lines"] = static_cast<double>(nLines);
-  state.counters["virtual_s_per_wall_s"] =
-      benchmark::Counter(86400.0 * static_cast<double>(state.iterations()),
-                         benchmark::Counter::kIsRate);
+  state.counters["virtual_s_per_wall_s"] = benchmark::Counter(
+      86400.0 * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_OneAgentOneVirtualDay)->Unit(benchmark::kMillisecond);
 

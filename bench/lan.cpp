@@ -33,7 +33,7 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
   std::size_t nLines = 0;
   for (auto _ : state) {
     sim::World world(2026);
-    world.RegisterProgram("launch", [](platform::Platform& p, const sim::ProgramStart&) {
+    world.Programs().RegisterProgram("launch", [](platform::Platform& p, const sim::ProgramStart&) {
       Agent agent(p);
       agent.Main();
       p.loop.Run();
@@ -55,7 +55,8 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
       world.Files().MakeFolder(hosts.back(), "C:\\Launch");
       world.Files().AddShare(hosts.back(), "c", "C:\\");
       if (i % kMainAppEvery == 0)
-        world.WriteProgramFile(hosts.back(), "C:\\Launch\\Varno2.exe", "varno", "window-delay=3");
+        world.Programs().WriteProgramFile(hosts.back(), "C:\\Launch\\Varno2.exe", "varno",
+                                          "window-delay=3");
     }
     for (int i = 0; i < kHosts; ++i) {
       std::vector<std::string> visible = {"\\\\" + HostName(i) + "\\c"};
@@ -66,7 +67,7 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
       world.Files().SetVisibleShares(hosts[static_cast<std::size_t>(i)], visible);
     }
     for (const sim::HostId host : hosts)
-      world.StartProcess(host, "launch", "C:\\Launch\\Launch.exe");
+      world.Programs().StartProcess(host, "launch", "C:\\Launch\\Launch.exe");
 
     world.RunUntil(sim::kHour);
     lngHandled = lngArrivals;

@@ -59,13 +59,13 @@ class Run {
                                                  scenario.nHour, scenario.nMinute,
                                                  scenario.nSecond));
     // A "Launch.exe" program file runs the agent on its own process.
-    world_->RegisterProgram(kAgentKind,
-                            [this](platform::Platform& platform, const sim::ProgramStart& start) {
-                              launchagent::Agent agent(platform);
-                              const AgentEntry entry(agents_, start.pid, agent);
-                              agent.Main();
-                              platform.loop.Run();
-                            });
+    world_->Programs().RegisterProgram(
+        kAgentKind, [this](platform::Platform& platform, const sim::ProgramStart& start) {
+          launchagent::Agent agent(platform);
+          const AgentEntry entry(agents_, start.pid, agent);
+          agent.Main();
+          platform.loop.Run();
+        });
   }
 
   RunResult Go() {
@@ -135,7 +135,7 @@ class Run {
       if (!w.Files().AddShare(id, ShareName(s.sUNC), s.sFolder, s.bReadable))
         fail(s.nLine, "cannot add share '" + s.sUNC + "' (does '" + s.sFolder + "' exist?)");
     for (const WindowSetup& win : h.windows)
-      w.AddWindow(id, win.sClass, win.sTitle, win.nRefuseClose);
+      w.Programs().AddWindow(id, win.sClass, win.sTitle, win.nRefuseClose);
     for (const NameEntry& n : h.names) w.Net().AddNameEntry(id, n.sName, n.sAddress);
     if (h.visibleShares) w.Files().SetVisibleShares(id, *h.visibleShares);
     if (h.shareSearchTime) w.Files().SetShareSearchTime(id, *h.shareSearchTime);
@@ -169,7 +169,7 @@ class Run {
   // Live processes of a kind on a host, oldest first.
   std::vector<sim::ProcessId> ProcessesOf(sim::HostId id, const std::string& sKind) const {
     std::vector<sim::ProcessId> pids;
-    for (const sim::ProcessInfo& p : world_->Processes(id))
+    for (const sim::ProcessInfo& p : world_->Programs().Processes(id))
       if (p.sKind == sKind && p.bAlive) pids.push_back(p.pid);
     return pids;
   }
@@ -196,22 +196,22 @@ class Run {
     sim::World& w = *world_;
     const HostSetup& h = *scenario_.FindHost(a.sHost);
     const std::string sPath = (x.sFolder.empty() ? h.sAgentFolder : x.sFolder) + "\\Launch.exe";
-    if (!w.Files().ReadFile(id, sPath) && !w.WriteProgramFile(id, sPath, kAgentKind))
+    if (!w.Files().ReadFile(id, sPath) && !w.Programs().WriteProgramFile(id, sPath, kAgentKind))
       return ActionFailed(a, "cannot place " + sPath);
-    const sim::StartResult r = w.StartProgram(id, sPath);
+    const sim::StartResult r = w.Programs().StartProgram(id, sPath);
     if (r.pid == 0)
       ActionFailed(a, "cannot start " + sPath + " (" + std::to_string(r.lngResult) + ")");
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::Start& x) {
-    const sim::StartResult r = world_->StartProgram(id, x.sPath, x.sParameters);
+    const sim::StartResult r = world_->Programs().StartProgram(id, x.sPath, x.sParameters);
     if (r.pid == 0)
       ActionFailed(a, "cannot start " + x.sPath + " (" + std::to_string(r.lngResult) + ")");
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::CloseApp&) {
     bool bAny = false;
-    for (const sim::WindowInfo& win : world_->Windows(id))
+    for (const sim::WindowInfo& win : world_->Programs().Windows(id))
       if (win.sClass == kFormWindowClass && win.sTitle == kMainAppTitle && win.owner != 0) {
-        world_->CloseWindow(id, win.hWnd);
+        world_->Programs().CloseWindow(id, win.hWnd);
         bAny = true;
       }
     if (!bAny) ActionFailed(a, "no main application window to close");
@@ -306,13 +306,13 @@ class Run {
         });
   }
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::CloseWindow& x) {
-    const auto form = world_->FindForm(id, x.sForm);
+    const auto form = world_->Programs().FindForm(id, x.sForm);
     if (!form) return ActionFailed(a, "no window " + x.sForm);
-    world_->CloseWindow(id, form->hWnd);
+    world_->Programs().CloseWindow(id, form->hWnd);
   }
 
   void Do(const Action& a, sim::HostId id, sim::HostId, const act::ShowForm& x) {
-    const auto form = world_->FindForm(id, x.sForm);
+    const auto form = world_->Programs().FindForm(id, x.sForm);
     if (!form || !form->form) return ActionFailed(a, "no window " + x.sForm);
     for (const std::string& s : FormLines(*form->form)) world_->Note(id, "show " + s);
   }
@@ -350,14 +350,14 @@ class Run {
     sim::World& w = *world_;
     return f.sProgram.empty()
                ? w.Files().WriteFile(id, f.sPath, f.sText, f.bHidden)
-               : w.WriteProgramFile(id, f.sPath, f.sProgram, JoinOptions(f.options)) &&
+               : w.Programs().WriteProgramFile(id, f.sPath, f.sProgram, JoinOptions(f.options)) &&
                      (!f.bHidden || w.Files().SetHidden(id, f.sPath, true));
   }
 
   void KillAll(const Action& a, sim::HostId id, const char* sKind) {
     const auto pids = ProcessesOf(id, sKind);
     if (pids.empty()) return ActionFailed(a, "nothing to kill");
-    for (sim::ProcessId pid : pids) world_->Kill(pid);
+    for (sim::ProcessId pid : pids) world_->Programs().Kill(pid);
   }
 
   // Clicks, selections and typing run inside the owning agent's process, where their
@@ -367,7 +367,7 @@ class Run {
   void UseControl(const Action& a, sim::HostId id, const std::string& sForm,
                   const std::string& sControl, Problem problem, Use use) {
     sim::World& w = *world_;
-    const auto form = w.FindForm(id, sForm);
+    const auto form = w.Programs().FindForm(id, sForm);
     if (!form || !form->form || form->owner == 0) return ActionFailed(a, "no window " + sForm);
     ui::Control* control = form->form->Find(sControl);
     if (!control) return ActionFailed(a, "no control " + sForm + "." + sControl);
@@ -376,12 +376,13 @@ class Run {
 
     const bool bDone = w.Call(form->owner, [&w, &sForm, &sControl, &use, id] {
       // Found again inside the process: the form may have changed since.
-      const auto again = w.FindForm(id, sForm);
+      const auto again = w.Programs().FindForm(id, sForm);
       if (!again || !again->form) return;
       if (ui::Control* c = again->form->Find(sControl)) use(*c);
     });
     // A handler that ends the process (a failing clean-up) is a result, not a failure.
-    if (!bDone && w.Alive(form->owner)) ActionFailed(a, "the control's process did not answer");
+    if (!bDone && w.Programs().Alive(form->owner))
+      ActionFailed(a, "the control's process did not answer");
   }
 
   const Scenario& scenario_;

@@ -70,7 +70,7 @@ TEST(StartUp, LaterVersionsOfTheSocketsLibraryAreAccepted) {
     lan.World().Net().SocketsLibrary(host).wVersion = wVersion;
     const sim::ProcessId pid = lan.StartAgent("PC1", AgentStart::Full);
     lan.RunFor(sim::Seconds(5));
-    EXPECT_TRUE(lan.World().Alive(pid)) << wVersion;
+    EXPECT_TRUE(lan.World().Programs().Alive(pid)) << wVersion;
   }
 }
 

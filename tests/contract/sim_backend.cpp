@@ -12,15 +12,15 @@ class SimBackend : public Backend {
  public:
   SimBackend() : w_(7) {
     h_ = *w_.AddHost("PC1", "10.0.0.1");
-    w_.RegisterProgram("idle",
-                       [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
+    w_.Programs().RegisterProgram(
+        "idle", [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
     w_.Files().MakeFolder(h_, kScratch);
-    w_.WriteProgramFile(h_, "C:\\Apps\\Varno2.exe", "varno", "window-delay=1");
-    pid_ = w_.StartProcess(h_, "idle", "C:\\App\\Launch.exe");
+    w_.Programs().WriteProgramFile(h_, "C:\\Apps\\Varno2.exe", "varno", "window-delay=1");
+    pid_ = w_.Programs().StartProcess(h_, "idle", "C:\\App\\Launch.exe");
     w_.RunFor(0);
   }
 
-  platform::Platform& Get() override { return *w_.PlatformOf(pid_); }
+  platform::Platform& Get() override { return *w_.Programs().PlatformOf(pid_); }
   Traits Differences() const override {
     Traits t;
     t.bCreationOrder = true;

@@ -18,10 +18,10 @@ namespace {
 // The desktop pc07 with one idle process, in which the form lives and the calls run.
 struct Pc07 {
   Pc07() {
-    world_.RegisterProgram("idle",
-                           [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
+    world_.Programs().RegisterProgram(
+        "idle", [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
     host = *world_.AddHost("pc07");
-    pid_ = world_.StartProcess(host, "idle", "C:\\Launch\\Launch.exe");
+    pid_ = world_.Programs().StartProcess(host, "idle", "C:\\Launch\\Launch.exe");
     world_.RunFor(0);
   }
   sim::World& World() { return world_; }
@@ -29,7 +29,7 @@ struct Pc07 {
   void Call(const std::function<void(FrmLANResources&)>& fn) {
     ASSERT_TRUE(world_.Call(pid_, [&] {
       if (!form_)
-        form_ = std::make_unique<FrmLANResources>(*world_.PlatformOf(pid_),
+        form_ = std::make_unique<FrmLANResources>(*world_.Programs().PlatformOf(pid_),
                                                   [] { return std::string("pc07"); });
       fn(*form_);
     }));

@@ -31,7 +31,8 @@ inline sim::HostId AddDesktop(AgentOnSim& lan, const std::string& sName,
   const sim::HostId host = lan.AddHost(sName);
   sim::World& world = lan.World();
   world.Files().MakeFolder(host, kAgentFolder);
-  if (desktop.bMainApp) world.WriteProgramFile(host, kMainAppPath, kMainAppKind, "window-delay=2");
+  if (desktop.bMainApp)
+    world.Programs().WriteProgramFile(host, kMainAppPath, kMainAppKind, "window-delay=2");
   if (desktop.bShare) world.Files().AddShare(host, "c", "C:\\");
   return host;
 }
@@ -79,7 +80,7 @@ inline bool Contains(const std::vector<std::string>& lines, const std::string& s
 // Live stand-in main applications of a host, oldest first.
 inline std::vector<sim::ProcessInfo> MainApps(sim::World& world, sim::HostId host) {
   std::vector<sim::ProcessInfo> found;
-  for (const sim::ProcessInfo& info : world.Processes(host))
+  for (const sim::ProcessInfo& info : world.Programs().Processes(host))
     if (info.sKind == kMainAppKind) found.push_back(info);
   return found;
 }
@@ -87,7 +88,7 @@ inline std::vector<sim::ProcessInfo> MainApps(sim::World& world, sim::HostId hos
 // The topmost window of a host with exactly this title, 0 when none.
 inline platform::WindowHandle WindowTitled(sim::World& world, sim::HostId host,
                                            const std::string& sTitle) {
-  for (const sim::WindowInfo& w : world.Windows(host))
+  for (const sim::WindowInfo& w : world.Programs().Windows(host))
     if (w.sTitle == sTitle) return w.hWnd;
   return 0;
 }

@@ -45,13 +45,13 @@ TEST(HostIdentity, NamesThisComputerAndOthersAndLogsWhatFails) {
     const sim::HostId h = *w.AddHost("PC1", "10.0.0.1");
     w.AddHost("PC2", "10.0.0.12");
     if (c.fault) c.fault(w.Net().SocketsLibrary(h));
-    w.RegisterProgram("idle",
-                      [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
-    const sim::ProcessId pid = w.StartProcess(h, "idle", "C:\\Launch\\Launch.exe");
+    w.Programs().RegisterProgram(
+        "idle", [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
+    const sim::ProcessId pid = w.Programs().StartProcess(h, "idle", "C:\\Launch\\Launch.exe");
     w.RunFor(0);
     Lines log;
     ASSERT_TRUE(w.Call(pid, [&] {
-      platform::Platform& p = *w.PlatformOf(pid);
+      platform::Platform& p = *w.Programs().PlatformOf(pid);
       HostIdentity identity(p.sockets, p.loop,
                             [&](const std::string& s, Integer) { log.push_back(s); });
       identity.GetHostInfo();

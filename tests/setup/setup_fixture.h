@@ -70,12 +70,13 @@ class SetupTest : public ::testing::Test {
     host_ = *world_.AddHost("PC1", "10.0.0.1");
     host2_ = *world_.AddHost("PC2", "10.0.0.2");
     world_.Files().MakeFolder(host_, "C:\\Launch");
-    world_.RegisterProgram("setup", [this](platform::Platform& p, const sim::ProgramStart&) {
-      SetupParts parts(p);
-      parts_ = &parts;
-      p.loop.Run();
-    });
-    pid_ = world_.StartProcess(host_, "setup", "C:\\Launch\\Launch.exe");
+    world_.Programs().RegisterProgram("setup",
+                                      [this](platform::Platform& p, const sim::ProgramStart&) {
+                                        SetupParts parts(p);
+                                        parts_ = &parts;
+                                        p.loop.Run();
+                                      });
+    pid_ = world_.Programs().StartProcess(host_, "setup", "C:\\Launch\\Launch.exe");
     world_.RunFor(0);
   }
 

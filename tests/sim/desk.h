@@ -15,12 +15,13 @@ namespace launchagent::sim {
 struct Desk {
   explicit Desk(std::uint64_t seed = 1) : w(seed) {
     h = *w.AddHost("PC1");
-    w.RegisterProgram("idle", [](platform::Platform& q, const ProgramStart&) { q.loop.Run(); });
+    w.Programs().RegisterProgram("idle",
+                                 [](platform::Platform& q, const ProgramStart&) { q.loop.Run(); });
     pid = Idle("C:\\App\\Launch.exe");
-    p = w.PlatformOf(pid);
+    p = w.Programs().PlatformOf(pid);
   }
   ProcessId Idle(const std::string& sPath = "") {
-    const ProcessId id = w.StartProcess(h, "idle", sPath);
+    const ProcessId id = w.Programs().StartProcess(h, "idle", sPath);
     w.RunFor(0);
     return id;
   }
@@ -28,7 +29,7 @@ struct Desk {
   // Drives the timer from the process's loop and enables it.
   void Arm(ProcessId id, ui::Timer& t) {
     ASSERT_TRUE(w.Call(id, [&] {
-      t.AttachDriver(&w.PlatformOf(id)->loop.Timers());
+      t.AttachDriver(&w.Programs().PlatformOf(id)->loop.Timers());
       t.SetTimerEnabled(true);
     }));
   }

@@ -171,11 +171,11 @@ TEST(SimShareSearch, ListsAfterItsSearchTime) {
     f.w.Files().AddShare(f.h2, "data", "C:\\Data");
     f.w.Files().AddShare(f.h2, "apps", "C:\\Apps");
     if (c.arrange) c.arrange(f.w);
-    platform::ShareSearch& rs = f.w.PlatformOf(f.pid)->shares;
+    platform::ShareSearch& rs = f.w.Programs().PlatformOf(f.pid)->shares;
     Strings got;
     f.In([&] {
       rs.FindResources();
-      while (rs.StillProcessing()) f.w.PlatformOf(f.pid)->loop.WaitForEvents(1);
+      while (rs.StillProcessing()) f.w.Programs().PlatformOf(f.pid)->loop.WaitForEvents(1);
       EXPECT_EQ(rs.ErrorOccurred(), 0);
       Long n = 0;
       rs.GetNResources(n);

@@ -36,7 +36,7 @@ struct Peer {
 // processes at the end.
 struct Lan {
   explicit Lan(std::uint64_t seed = 11) : w(seed) {
-    w.RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
+    w.Programs().RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
     h1 = *w.AddHost("PC1");
     h2 = *w.AddHost("PC2");
     a = &Start(h1);
@@ -44,14 +44,15 @@ struct Lan {
   }
   ~Lan() {
     for (auto& peer : peers)
-      if (w.Alive(peer->pid)) In(*peer, [&] { peer->server.reset(), peer->client.reset(); });
+      if (w.Programs().Alive(peer->pid))
+        In(*peer, [&] { peer->server.reset(), peer->client.reset(); });
   }
   // bListens: whether port 1230 is still free for the new peer to listen on.
   Peer& Start(HostId h, bool bListens = true) {
     Peer& peer = *peers.emplace_back(std::make_unique<Peer>());
-    peer.pid = w.StartProcess(h, "idle");
+    peer.pid = w.Programs().StartProcess(h, "idle");
     w.RunFor(0);
-    peer.p = w.PlatformOf(peer.pid);
+    peer.p = w.Programs().PlatformOf(peer.pid);
     In(peer, [&] {
       peer.server = peer.p->network.CreateSocketArray("tcpServer");
       peer.client = peer.p->network.CreateSocketArray("tcpClient");
@@ -199,7 +200,7 @@ TEST(SimNetwork, AProcessEndClosesItsConnections) {
   lan.Connect(a, "PC2");
   lan.w.RunFor(Seconds(1));
   EXPECT_EQ(lan.State(*b.server, 1), kSckConnected);
-  lan.w.Kill(a.pid);
+  lan.w.Programs().Kill(a.pid);
   lan.w.RunFor(Seconds(1));
   EXPECT_EQ(lan.State(*b.server, 1), kSckClosing);
   EXPECT_FALSE(a.client->Connect(1));
@@ -273,7 +274,7 @@ TEST(SimNetwork, PartitionLosesSendsAndBreaksTheConnection) {
   EXPECT_EQ(b.arrivals, Strings{"2:5:after"});
   // A host crash kills its processes, and their peers see an error.
   w.CrashHost(lan.h2);
-  EXPECT_FALSE(w.Alive(b.pid));
+  EXPECT_FALSE(w.Programs().Alive(b.pid));
   w.RunFor(Seconds(1));
   EXPECT_EQ(lan.State(*a.client), kSckError);
 }

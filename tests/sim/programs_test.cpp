@@ -54,11 +54,11 @@ TEST(SimShell, ExecuteResults) {
     SCOPED_TRACE(c.sName);
     Desk d(31);
     const HostId h2 = *d.w.AddHost("PC2");
-    d.w.WriteProgramFile(d.h, "C:\\Apps\\Varno2.exe", "varno");
-    d.w.WriteProgramFile(d.h, "C:\\App\\Local.exe", "varno");
-    d.w.WriteProgramFile(d.h, "C:\\Apps\\Other.exe", "nonesuch");
+    d.w.Programs().WriteProgramFile(d.h, "C:\\Apps\\Varno2.exe", "varno");
+    d.w.Programs().WriteProgramFile(d.h, "C:\\App\\Local.exe", "varno");
+    d.w.Programs().WriteProgramFile(d.h, "C:\\Apps\\Other.exe", "nonesuch");
     d.w.Files().WriteFile(d.h, "C:\\Apps\\readme.txt", "SIMPROGRAMS are not programs");
-    d.w.WriteProgramFile(h2, "C:\\Varno\\Varno3.exe", "varno");
+    d.w.Programs().WriteProgramFile(h2, "C:\\Varno\\Varno3.exe", "varno");
     d.w.Files().AddShare(h2, "c", "C:\\");
     d.w.Files().AddShare(h2, "locked", "C:\\Varno", false);
     Long r = 0;
@@ -66,7 +66,7 @@ TEST(SimShell, ExecuteResults) {
     EXPECT_EQ(r, c.want);
     EXPECT_EQ(Lines(d.w, "launch"), Strings{"PC1 \"" + c.sFile + "\" params \"-default\" result " +
                                             std::to_string(c.want)});
-    EXPECT_EQ(d.w.Processes(d.h).size(), c.want == 42 ? 2u : 1u);
+    EXPECT_EQ(d.w.Programs().Processes(d.h).size(), c.want == 42 ? 2u : 1u);
   }
 }
 
@@ -74,11 +74,11 @@ TEST(SimShell, StartedProgramSeesItsPathParametersAndOptions) {
   Desk d(31);
   ProgramStart seen;
   std::string folder;
-  d.w.RegisterProgram("probe", [&](Platform& p, const ProgramStart& s) {
+  d.w.Programs().RegisterProgram("probe", [&](Platform& p, const ProgramStart& s) {
     seen = s;
     folder = p.files.AgentFolder();
   });
-  d.w.WriteProgramFile(d.h, "C:\\Tools\\probe.exe", "probe", "alpha=1 beta gamma=x=y");
+  d.w.Programs().WriteProgramFile(d.h, "C:\\Tools\\probe.exe", "probe", "alpha=1 beta gamma=x=y");
   d.In([&] {
     EXPECT_EQ(d.p->shell.Execute("open", "c:\\tools\\PROBE.exe", "-ReindexVarno ", "", 1), 42);
   });
@@ -94,8 +94,8 @@ TEST(SimShell, StartedProgramSeesItsPathParametersAndOptions) {
 
 TEST(SimWindows, ZOrderClassesTitlesFormsAndMessageBoxes) {
   Desk d(31);
-  const auto folder = d.w.AddWindow(d.h, "CabinetWClass", "Varno");
-  const auto other = d.w.AddWindow(d.h, "ThunderRT6FormDC", "Varno Setup");
+  const auto folder = d.w.Programs().AddWindow(d.h, "CabinetWClass", "Varno");
+  const auto other = d.w.Programs().AddWindow(d.h, "ThunderRT6FormDC", "Varno Setup");
   ui::Form form("frmLaunch", "");
   d.In([&] {
     auto& ws = d.p->windows;
@@ -114,9 +114,9 @@ TEST(SimWindows, ZOrderClassesTitlesFormsAndMessageBoxes) {
     EXPECT_EQ(ws.FindWindowByTitle("Launch Service for Varno"), top);  // hidden still found
     ws.MessageBox("Agent Setup", "Could not save.\r\nDisk full");
   });
-  EXPECT_EQ(d.w.FindForm(d.h, "frmLaunch")->form, &form);
+  EXPECT_EQ(d.w.Programs().FindForm(d.h, "frmLaunch")->form, &form);
   d.In([&] { d.p->windows.DetachForm(form); });
-  EXPECT_FALSE(d.w.FindForm(d.h, "frmLaunch").has_value());
+  EXPECT_FALSE(d.w.Programs().FindForm(d.h, "frmLaunch").has_value());
   const Strings want = {"PC1 #1 opened CabinetWClass \"Varno\"",
                         "PC1 #2 opened ThunderRT6FormDC \"Varno Setup\"",
                         "PC1 #3 opened ThunderRT6FormDC \"\" form frmLaunch process #1 hidden",
@@ -138,24 +138,24 @@ TEST(SimWindows, CloseRequests) {
   ui::Form form("frmLaunch", "Launch Service for Varno");
   form.OnUserClose = [&] { ++nAsked; };
   d.In([&] { d.p->windows.AttachForm(form); });
-  const auto hForm = d.w.FindForm(d.h, "frmLaunch")->hWnd;
-  ASSERT_TRUE(d.w.CloseWindow(d.h, hForm));
+  const auto hForm = d.w.Programs().FindForm(d.h, "frmLaunch")->hWnd;
+  ASSERT_TRUE(d.w.Programs().CloseWindow(d.h, hForm));
   EXPECT_EQ(nAsked, 0);
   d.w.RunFor(0);
   EXPECT_EQ(nAsked, 1);
-  const ProcessId other = d.w.StartProcess(d.h, "idle");
+  const ProcessId other = d.w.Programs().StartProcess(d.h, "idle");
   d.w.RunFor(0);
-  Platform* q = d.w.PlatformOf(other);
+  Platform* q = d.w.Programs().PlatformOf(other);
   ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_TRUE(q->windows.SendClose(hForm)); }));
   EXPECT_EQ(nAsked, 2);
   d.In([&] { d.p->windows.DetachForm(form); });
   ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_FALSE(q->windows.SendClose(hForm)); }));
-  EXPECT_FALSE(d.w.CloseWindow(d.h, hForm));
-  const auto hWnd = d.w.AddWindow(d.h, "ThunderRT6FormDC", "Varno", 1);
-  EXPECT_TRUE(d.w.CloseWindow(d.h, hWnd));
-  EXPECT_EQ(d.w.Windows(d.h).size(), 1u);
-  EXPECT_TRUE(d.w.CloseWindow(d.h, hWnd));
-  EXPECT_TRUE(d.w.Windows(d.h).empty());
+  EXPECT_FALSE(d.w.Programs().CloseWindow(d.h, hForm));
+  const auto hWnd = d.w.Programs().AddWindow(d.h, "ThunderRT6FormDC", "Varno", 1);
+  EXPECT_TRUE(d.w.Programs().CloseWindow(d.h, hWnd));
+  EXPECT_EQ(d.w.Programs().Windows(d.h).size(), 1u);
+  EXPECT_TRUE(d.w.Programs().CloseWindow(d.h, hWnd));
+  EXPECT_TRUE(d.w.Programs().Windows(d.h).empty());
 }
 
 // CloseMainApplication's loop (close, pump, look again) against a stand-in that refuses
@@ -163,8 +163,8 @@ TEST(SimWindows, CloseRequests) {
 // them all cannot stop the clock.
 TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
   Desk d(31);
-  const ProcessId varno =
-      d.w.StartProcess(d.h, "varno", "", "", {{"window-delay", "0"}, {"refuse-close", "2"}});
+  const ProcessId varno = d.w.Programs().StartProcess(
+      d.h, "varno", "", "", {{"window-delay", "0"}, {"refuse-close", "2"}});
   d.w.RunFor(0);
   int nSends = 0;
   d.In([&] {
@@ -178,7 +178,7 @@ TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
   EXPECT_EQ(nSends, 3);
   EXPECT_GE(d.w.Now(), nSends * Milliseconds(10));
   d.w.RunFor(Seconds(1));
-  EXPECT_FALSE(d.w.Alive(varno));
+  EXPECT_FALSE(d.w.Programs().Alive(varno));
 }
 
 // Writing the Run value, denied or not, and the computer name as the agent sees them:

@@ -48,11 +48,11 @@ TEST(SimScheduler, WaitsAdvanceVirtualTimeAndCallReturnsWhenTheFunctionHasFinish
   Platform& p = d.P();
   // Nothing to handle: the wait lasts its whole length.
   ASSERT_TRUE(d.w.Call(d.pid, [&] {
-    EXPECT_EQ(d.w.CurrentProcess(), d.pid);
+    EXPECT_EQ(d.w.Programs().CurrentProcess(), d.pid);
     p.loop.WaitForEvents(5);
   }));
   EXPECT_EQ(d.w.Now(), Seconds(5));
-  EXPECT_EQ(d.w.CurrentProcess(), 0);
+  EXPECT_EQ(d.w.Programs().CurrentProcess(), 0);
   ui::Timer timer("tmr", 2000, false);
   int ticks = 0;
   timer.OnTick = [&] { ++ticks; };
@@ -189,7 +189,7 @@ TEST(SimScheduler, EndingAProcessUnwindsOnlyThatProcess) {
       ~Witness() { *bUnwound = true; }
     };
     bool bUnwound = false;
-    d.w.RegisterProgram("ender", [&](Platform& p, const ProgramStart&) {
+    d.w.Programs().RegisterProgram("ender", [&](Platform& p, const ProgramStart&) {
       Witness witness{&bUnwound};
       p.trace.ActivityLine("hello");
       ui::Form form("frmEnder", "Ender");
@@ -201,34 +201,34 @@ TEST(SimScheduler, EndingAProcessUnwindsOnlyThatProcess) {
     int ticks = 0;
     ticker.OnTick = [&] { ++ticks; };
     d.Arm(d.pid, ticker);
-    const ProcessId pid = d.w.StartProcess(d.h, "ender", "C:\\Ender\\ender.exe", "-x");
-    EXPECT_EQ(d.w.StartProcess(d.h, "nope"), 0);  // an unknown kind starts nothing
+    const ProcessId pid = d.w.Programs().StartProcess(d.h, "ender", "C:\\Ender\\ender.exe", "-x");
+    EXPECT_EQ(d.w.Programs().StartProcess(d.h, "nope"), 0);  // an unknown kind starts nothing
     d.w.RunFor(Seconds(2));
-    ASSERT_EQ(d.w.Windows(d.h).size(), 1u);
+    ASSERT_EQ(d.w.Programs().Windows(d.h).size(), 1u);
     d.w.RunFor(Seconds(1));
-    Platform* p = d.w.PlatformOf(pid);
+    Platform* p = d.w.Programs().PlatformOf(pid);
     if (how == kEndsInCall) {
       EXPECT_FALSE(d.w.Call(pid, [&] { p->loop.EndProcess(); }));
     } else if (how == kKilled) {
-      EXPECT_TRUE(d.w.Kill(pid));
+      EXPECT_TRUE(d.w.Programs().Kill(pid));
     }
     EXPECT_TRUE(bUnwound);
-    EXPECT_FALSE(d.w.Alive(pid));
-    EXPECT_EQ(d.w.PlatformOf(pid), nullptr);
-    EXPECT_TRUE(d.w.Windows(d.h).empty());
-    EXPECT_EQ(d.w.Process(pid)->bKilled, how == kKilled);
+    EXPECT_FALSE(d.w.Programs().Alive(pid));
+    EXPECT_EQ(d.w.Programs().PlatformOf(pid), nullptr);
+    EXPECT_TRUE(d.w.Programs().Windows(d.h).empty());
+    EXPECT_EQ(d.w.Programs().Process(pid)->bKilled, how == kKilled);
     const auto& lines = d.w.Transcript();
     EXPECT_EQ(lines.at(1),
               "00:00:00.000 PC1 process #2 started ender \"C:\\Ender\\ender.exe\" \"-x\"");
     EXPECT_EQ(lines.at(2), "00:00:00.000 PC1 log hello");
     EXPECT_EQ(lines.back(), std::string("00:00:03.000 PC1 process #2 ") +
                                 (how == kKilled ? "killed" : "ended") + " ender");
-    EXPECT_FALSE(d.w.Kill(pid));
+    EXPECT_FALSE(d.w.Programs().Kill(pid));
     EXPECT_FALSE(d.w.Call(pid, [] {}));
     d.w.RunFor(Seconds(2));
     EXPECT_EQ(ticks, 5);
     d.w.CrashHost(d.h);
-    EXPECT_EQ(d.w.StartProcess(d.h, "ender"), 0);  // nor does a down host
+    EXPECT_EQ(d.w.Programs().StartProcess(d.h, "ender"), 0);  // nor does a down host
   }
 }
 

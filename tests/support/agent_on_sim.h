@@ -44,7 +44,7 @@ class AgentOnSim {
   static constexpr const char* kAgentPath = "C:\\Launch\\Launch.exe";
 
   explicit AgentOnSim(std::uint64_t seed = 1) : world_(seed) {
-    world_.RegisterProgram(
+    world_.Programs().RegisterProgram(
         kProgramKind,
         [this](platform::Platform& p, const sim::ProgramStart& start) { RunAgent(p, start); });
   }
@@ -74,7 +74,8 @@ class AgentOnSim {
   sim::ProcessId StartAgent(const std::string& sHost, AgentStart mode = AgentStart::Transport) {
     const sim::HostId host = Host(sHost);
     if (host == kNoHost) return 0;
-    const sim::ProcessId pid = world_.StartProcess(host, kProgramKind, kAgentPath, ModeName(mode));
+    const sim::ProcessId pid =
+        world_.Programs().StartProcess(host, kProgramKind, kAgentPath, ModeName(mode));
     if (pid == 0) return 0;
     processes_[sHost] = pid;
     // The body runs on the process's fiber at the next turn of the scheduler.
@@ -99,7 +100,7 @@ class AgentOnSim {
   }
 
   // Kills the host's agent process from outside (its stack unwinds, its sockets close).
-  bool Kill(const std::string& sHost) { return world_.Kill(ProcessOf(sHost)); }
+  bool Kill(const std::string& sHost) { return world_.Programs().Kill(ProcessOf(sHost)); }
 
   void RunFor(sim::Nanos d) { world_.RunFor(d); }
   void RunUntil(sim::Nanos t) { world_.RunUntil(t); }

@@ -104,16 +104,17 @@ inline Bytes HostInfoImage(Node& node, const std::string& sHostName) {
 class TransportLan {
  public:
   TransportLan() {
-    world_.RegisterProgram("transport", [this](platform::Platform& p, const sim::ProgramStart& s) {
-      Node node(p, s.sParameters, logs_[s.sParameters]);
-      nodes_[s.pid] = &node;
-      struct Leave {
-        std::map<sim::ProcessId, Node*>& nodes;
-        sim::ProcessId pid;
-        ~Leave() { nodes.erase(pid); }
-      } leave{nodes_, s.pid};
-      p.loop.Run();
-    });
+    world_.Programs().RegisterProgram("transport",
+                                      [this](platform::Platform& p, const sim::ProgramStart& s) {
+                                        Node node(p, s.sParameters, logs_[s.sParameters]);
+                                        nodes_[s.pid] = &node;
+                                        struct Leave {
+                                          std::map<sim::ProcessId, Node*>& nodes;
+                                          sim::ProcessId pid;
+                                          ~Leave() { nodes.erase(pid); }
+                                        } leave{nodes_, s.pid};
+                                        p.loop.Run();
+                                      });
   }
   void AddHost(const std::string& sName, const std::string& sAddress = "") {
     sim::HostSetup host;
@@ -122,13 +123,13 @@ class TransportLan {
     hosts_[sName] = *world_.AddHost(host);
   }
   sim::ProcessId StartAgent(const std::string& sName) {
-    const sim::ProcessId pid =
-        world_.StartProcess(hosts_.at(sName), "transport", "C:\\Launch\\Launch.exe", sName);
+    const sim::ProcessId pid = world_.Programs().StartProcess(hosts_.at(sName), "transport",
+                                                              "C:\\Launch\\Launch.exe", sName);
     processes_[sName] = pid;
     world_.RunFor(0);
     return pid;
   }
-  bool Kill(const std::string& sName) { return world_.Kill(processes_[sName]); }
+  bool Kill(const std::string& sName) { return world_.Programs().Kill(processes_[sName]); }
   bool Call(const std::string& sName, const std::function<void(Node&)>& fn) {
     const sim::ProcessId pid = processes_[sName];
     return pid != 0 && world_.Call(pid, [&] {

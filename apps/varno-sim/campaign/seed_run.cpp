@@ -35,18 +35,18 @@ class SeedRun {
       observer_.OnLine(s);
       if (s.find(" started varno \"") != std::string::npos) CheckVarnoStart(s);
     });
-    world_->RegisterProgram(kAgentKind,
-                            [this](platform::Platform& p, const sim::ProgramStart& start) {
-                              Agent agent(p);
-                              agents_[start.pid] = &agent;
-                              struct Leave {
-                                std::map<sim::ProcessId, Agent*>& agents;
-                                sim::ProcessId pid;
-                                ~Leave() { agents.erase(pid); }
-                              } leave{agents_, start.pid};
-                              agent.Main();
-                              p.loop.Run();
-                            });
+    world_->Programs().RegisterProgram(
+        kAgentKind, [this](platform::Platform& p, const sim::ProgramStart& start) {
+          Agent agent(p);
+          agents_[start.pid] = &agent;
+          struct Leave {
+            std::map<sim::ProcessId, Agent*>& agents;
+            sim::ProcessId pid;
+            ~Leave() { agents.erase(pid); }
+          } leave{agents_, start.pid};
+          agent.Main();
+          p.loop.Run();
+        });
   }
 
   ~SeedRun() { world_->SetTranscriptSink(nullptr); }  // the observer goes first
@@ -65,7 +65,8 @@ class SeedRun {
       world_->RunUntil(t);
       if (t >= nextRegistry) {
         for (const auto& [pid, agent] : agents_)
-          if (const auto info = world_->Process(pid)) observer_.CheckRegistry(info->host, *agent);
+          if (const auto info = world_->Programs().Process(pid))
+            observer_.CheckRegistry(info->host, *agent);
         nextRegistry = t + kRegistryEvery;
       }
       if (t == plan_.faultPhase + kHeardBound) CheckHeard();
@@ -90,7 +91,7 @@ class SeedRun {
     overrides_.resize(hosts_.size());
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const HostPlan& h = plan_.hosts[i];
-      w.WriteProgramFile(hosts_[i], AgentPath(h), kAgentKind);
+      w.Programs().WriteProgramFile(hosts_[i], AgentPath(h), kAgentKind);
       for (const SharePlan& share : h.shares)
         w.Files().AddShare(hosts_[i], share.sName, share.sFolder);
       if (h.bHoldsVarno) {
@@ -99,7 +100,7 @@ class SeedRun {
           sOptions += " refuse-close=" + std::to_string(h.nRefuseClose);
           ++faults_["refusing Varno window"];
         }
-        w.WriteProgramFile(hosts_[i], VarnoPath(h), "varno", sOptions);
+        w.Programs().WriteProgramFile(hosts_[i], VarnoPath(h), "varno", sOptions);
       }
       w.At(h.agentStart, [this, i] { StartAgent(i); });
     }
@@ -123,20 +124,20 @@ class SeedRun {
 
   // The live agent of a host, 0 when none runs.
   sim::ProcessId AgentOf(sim::HostId id) const {
-    for (const sim::ProcessInfo& p : world_->Processes(id))
+    for (const sim::ProcessInfo& p : world_->Programs().Processes(id))
       if (p.sKind == kAgentKind && p.bAlive) return p.pid;
     return 0;
   }
 
   bool Running(sim::HostId id, const std::string& sKind) const {
-    for (const sim::ProcessInfo& p : world_->Processes(id))
+    for (const sim::ProcessInfo& p : world_->Programs().Processes(id))
       if (p.sKind == sKind && p.bAlive) return true;
     return false;
   }
 
   void StartAgent(std::size_t i) {
     if (world_->HostUp(hosts_[i]) && !Running(hosts_[i], kAgentKind))
-      world_->StartProgram(hosts_[i], AgentPath(plan_.hosts[i]));
+      world_->Programs().StartProgram(hosts_[i], AgentPath(plan_.hosts[i]));
   }
 
   // Ends a lasting fault, unless everything has healed meanwhile.
@@ -168,8 +169,8 @@ class SeedRun {
         break;
       case FaultKind::AgentKill:
         if (!Running(a, kAgentKind)) return;
-        for (const sim::ProcessInfo& p : w.Processes(a))
-          if (p.sKind == kAgentKind) w.Kill(p.pid);
+        for (const sim::ProcessInfo& p : w.Programs().Processes(a))
+          if (p.sKind == kAgentKind) w.Programs().Kill(p.pid);
         Later(f, [this, i = f.host] { StartAgent(i); });
         break;
       case FaultKind::ClockStep:
@@ -215,8 +216,8 @@ class SeedRun {
         break;
       case FaultKind::StrayWindow: {
         if (!w.HostUp(a)) return;
-        const platform::WindowHandle hWnd =
-            w.AddWindow(a, kFormWindowClass, kMainAppTitle, static_cast<int>(f.lngAmount));
+        const platform::WindowHandle hWnd = w.Programs().AddWindow(
+            a, kFormWindowClass, kMainAppTitle, static_cast<int>(f.lngAmount));
         strays_.emplace_back(a, hWnd);
         Later(f, [this, a, hWnd] { CloseStray(a, hWnd); });
         break;
@@ -272,14 +273,14 @@ class SeedRun {
   // The host's agent ends and a new one starts a second later, as after a logon.
   void RestartAgent(std::size_t i) {
     sim::World& w = *world_;
-    for (const sim::ProcessInfo& p : w.Processes(hosts_[i]))
-      if (p.sKind == kAgentKind) w.Kill(p.pid);
+    for (const sim::ProcessInfo& p : w.Programs().Processes(hosts_[i]))
+      if (p.sKind == kAgentKind) w.Programs().Kill(p.pid);
     w.At(w.Now() + sim::kSecond, [this, i] { StartAgent(i); });
   }
 
   // Close requests until the window has gone (it refuses at most a few).
   void CloseStray(sim::HostId host, platform::WindowHandle hWnd) {
-    for (int n = 0; n < 8 && world_->CloseWindow(host, hWnd); ++n) {
+    for (int n = 0; n < 8 && world_->Programs().CloseWindow(host, hWnd); ++n) {
     }
   }
 
@@ -305,22 +306,23 @@ class SeedRun {
     const sim::ProcessId first = AgentOf(hosts_[i]);
     if (first == 0) return false;
     bool bTitled = false;
-    for (const sim::WindowInfo& win : w.Windows(hosts_[i]))
+    for (const sim::WindowInfo& win : w.Programs().Windows(hosts_[i]))
       if (win.sTitle == FrmLaunch::kServiceTitle) bTitled = true;
     if (!bTitled) return false;
-    const sim::ProcessId second = w.StartProgram(hosts_[i], AgentPath(plan_.hosts[i])).pid;
+    const sim::ProcessId second =
+        w.Programs().StartProgram(hosts_[i], AgentPath(plan_.hosts[i])).pid;
     const sim::Nanos at = w.Now();
     const std::string& sName = plan_.hosts[i].sName;
     w.At(at + kSecondAgentGone, [this, first, second, sName] {
-      if (world_->Alive(second))
+      if (world_->Programs().Alive(second))
         return observer_.Fail("a second agent on " + sName +
                               " still runs a second after its start");
-      const auto info = world_->Process(first);
-      if (!world_->Alive(first) && !(info && info->bKilled))
+      const auto info = world_->Programs().Process(first);
+      if (!world_->Programs().Alive(first) && !(info && info->bKilled))
         observer_.Fail("the agent on " + sName + " ended as a second agent started");
     });
     w.At(at + kFirstAgentWorks, [this, i, first, at, sName] {
-      if (world_->Alive(first) && !observer_.CheckedInSince(hosts_[i], at))
+      if (world_->Programs().Alive(first) && !observer_.CheckedInSince(hosts_[i], at))
         observer_.Fail("the agent on " + sName +
                        " has verified no check-in since a second agent started");
     });

@@ -226,7 +226,7 @@ void World::RestartHost(HostId host, bool bAutostart) {
       sPath = c.substr(1, q == std::string::npos ? std::string::npos : q - 1);
       if (q != std::string::npos) sParams = Trim(c.substr(q + 1));
     }
-    StartProgram(host, sPath, sParams);
+    programs_.StartProgram(host, sPath, sParams);
   }
 }
 
@@ -276,133 +276,6 @@ void World::SetClock(HostId host, Nanos at, DateTime local) {
     h.offset += want - w.LocalNanos(h);
     w.Record(host, TranscriptKind::Note, "clock set to " + local.ToText());
   });
-}
-
-// ---- Programs -------------------------------------------------------------------------
-
-void World::RegisterProgram(const std::string& sKind, ProgramBody body) {
-  impl_->programs[sKind] = std::move(body);
-}
-
-bool World::HasProgram(const std::string& sKind) const { return impl_->programs.count(sKind) != 0; }
-
-bool World::WriteProgramFile(HostId host, const std::string& sPath, const std::string& sKind,
-                             const std::string& sOptions) {
-  std::string s = "SIMPROGRAM " + sKind;
-  if (!sOptions.empty()) s += " " + sOptions;
-  return files_.WriteFile(host, sPath, s + "\r\n");
-}
-
-StartResult World::StartProgram(HostId host, const std::string& sPath,
-                                const std::string& sParameters) {
-  if (host >= impl_->hosts.size() || !impl_->hosts[host]->bUp) return StartResult{};
-  return impl_->Execute(host, sPath, sParameters, "", 1, "C:\\");
-}
-
-ProcessId World::StartProcess(HostId host, const std::string& sKind, const std::string& sPath,
-                              const std::string& sParameters,
-                              std::vector<std::pair<std::string, std::string>> options) {
-  ProgramStart start;
-  start.sKind = sKind;
-  start.sPath = sPath.empty() ? "C:\\" + sKind + ".exe" : sPath;
-  start.sParameters = sParameters;
-  start.options = std::move(options);
-  // The program is installed: its folder exists.
-  ParsedPath pp = ParsePath(start.sPath, "C:\\");
-  if (host < impl_->hosts.size() && pp.kind == ParsedPath::Kind::Local && !pp.parts.empty()) {
-    pp.parts.pop_back();
-    impl_->hosts[host]->disk.MakeFolders(pp.cDrive, pp.parts);
-  }
-  return impl_->Spawn(host, std::move(start));
-}
-
-bool World::Kill(ProcessId pid) { return impl_->Kill(pid); }
-
-bool World::Alive(ProcessId pid) const {
-  const ProcessState* p = impl_->Proc(pid);
-  return p && p->Alive();
-}
-
-std::optional<ProcessInfo> World::Process(ProcessId pid) const {
-  const ProcessState* p = impl_->Proc(pid);
-  if (!p) return std::nullopt;
-  return impl_->Info(*p);
-}
-
-std::vector<ProcessInfo> World::Processes(HostId host) const {
-  std::vector<ProcessInfo> out;
-  if (host >= impl_->hosts.size()) return out;
-  for (auto pid : impl_->hosts[host]->processes)
-    if (const ProcessState* p = impl_->Proc(pid)) out.push_back(impl_->Info(*p));
-  return out;
-}
-
-platform::Platform* World::PlatformOf(ProcessId pid) {
-  ProcessState* p = impl_->Proc(pid);
-  if (!p || !p->Alive()) return nullptr;
-  return &p->services->platform;
-}
-
-ProcessId World::CurrentProcess() const {
-  return impl_->sched.current ? impl_->sched.current->pid : 0;
-}
-
-// ---- Windows --------------------------------------------------------------------------
-
-namespace {
-WindowInfo ToInfo(const WindowRec& r) {
-  WindowInfo i;
-  i.hWnd = r.hWnd;
-  i.sClass = r.sClass;
-  i.sTitle = r.sTitle;
-  i.bVisible = r.bVisible;
-  i.owner = r.owner;
-  i.form = r.form;
-  i.sFormName = r.sFormName;
-  return i;
-}
-}  // namespace
-
-std::vector<WindowInfo> World::Windows(HostId host) const {
-  std::vector<WindowInfo> out;
-  if (host >= impl_->hosts.size()) return out;
-  for (auto& r : impl_->hosts[host]->windows) out.push_back(ToInfo(*r));
-  return out;
-}
-
-std::optional<WindowInfo> World::FindForm(HostId host, const std::string& sFormName) const {
-  if (host >= impl_->hosts.size()) return std::nullopt;
-  for (auto& r : impl_->hosts[host]->windows)
-    if (r->form && r->sFormName == sFormName) return ToInfo(*r);
-  return std::nullopt;
-}
-
-platform::WindowHandle World::AddWindow(HostId host, const std::string& sClass,
-                                        const std::string& sTitle, int nRefuseClose) {
-  Impl& w = *impl_;
-  if (host >= w.hosts.size() || !w.hosts[host]->bUp) return 0;
-  auto rec = std::make_shared<WindowRec>();
-  rec->host = host;
-  rec->sClass = sClass;
-  rec->sTitle = sTitle;
-  rec->bVisible = true;
-  rec->nRefuseClose = nRefuseClose;
-  w.desktop.OpenWindow(*w.hosts[host], rec);
-  return rec->hWnd;
-}
-
-bool World::CloseWindow(HostId host, platform::WindowHandle hWnd) {
-  Impl& w = *impl_;
-  auto rec = w.desktop.FindWindow(host, hWnd);
-  if (!rec) return false;
-  if (rec->owner == 0) {
-    w.desktop.DeliverClose(host, hWnd);
-    return true;
-  }
-  ProcessState* p = w.Proc(rec->owner);
-  if (!p || !p->Alive()) return false;
-  w.sched.PostProcess(*p, w.now, [&w, host, hWnd] { w.desktop.DeliverClose(host, hWnd); });
-  return true;
 }
 
 // ---- Registry and kernel --------------------------------------------------------------

@@ -241,6 +241,63 @@ class WorldFiles {
   World& world_;
 };
 
+// ---- The programs facet -----------------------------------------------------------------
+// Program kinds, program files, processes and the hosts' top-level windows; the world
+// owns it and hands it out as World::Programs().
+class WorldPrograms {
+ public:
+  explicit WorldPrograms(World& world) : world_(world) {}
+  WorldPrograms(const WorldPrograms&) = delete;
+  WorldPrograms& operator=(const WorldPrograms&) = delete;
+
+  // ---- Programs and processes ----
+  // Registers (or replaces) a program kind. The built-in kind "varno" is the stand-in
+  // main application.
+  void RegisterProgram(const std::string& sKind, ProgramBody body);
+  bool HasProgram(const std::string& sKind) const;
+  // Writes a program file: its content "SIMPROGRAM <kind> <options>" marks it as a
+  // program for the shell, e.g. WriteProgramFile(h, "C:\Apps\Varno2.exe", "varno",
+  // "window-delay=5 refuse-close=2").
+  bool WriteProgramFile(HostId host, const std::string& sPath, const std::string& sKind,
+                        const std::string& sOptions = "");
+  // Starts the program file at sPath the way the shell does (local or \\host\share path).
+  StartResult StartProgram(HostId host, const std::string& sPath,
+                           const std::string& sParameters = "");
+  // Starts a registered kind directly, without a program file. sPath becomes the
+  // process's executable path (its folder is the agent folder); "" = "C:\<kind>.exe".
+  // 0 when the kind is unknown or the host is down.
+  ProcessId StartProcess(HostId host, const std::string& sKind, const std::string& sPath = "",
+                         const std::string& sParameters = "",
+                         std::vector<std::pair<std::string, std::string>> options = {});
+  // Ends a process from outside: its current wait throws platform::ProcessEnded, so its
+  // stack unwinds (its forms detach, its sockets close). False when not alive.
+  bool Kill(ProcessId pid);
+  bool Alive(ProcessId pid) const;
+  std::optional<ProcessInfo> Process(ProcessId pid) const;
+  // Processes of a host that are alive, oldest first.
+  std::vector<ProcessInfo> Processes(HostId host) const;
+  // The platform bundle of a live process (use it inside Call); nullptr otherwise.
+  platform::Platform* PlatformOf(ProcessId pid);
+  // The process whose fiber is running, 0 on the scheduler's stack.
+  ProcessId CurrentProcess() const;
+
+  // ---- Windows ----
+  // Top-level windows of a host, topmost first.
+  std::vector<WindowInfo> Windows(HostId host) const;
+  // The topmost attached form named sFormName ("frmAgentSetup"); nullopt when none.
+  std::optional<WindowInfo> FindForm(HostId host, const std::string& sFormName) const;
+  // A window owned by no process (a folder window, another program's window). It
+  // refuses nRefuseClose close requests (-1: all) and closes on the next.
+  platform::WindowHandle AddWindow(HostId host, const std::string& sClass,
+                                   const std::string& sTitle, int nRefuseClose = 0);
+  // The user closes a window: a close request to its owner, not waited for. False when
+  // the window does not exist.
+  bool CloseWindow(HostId host, platform::WindowHandle hWnd);
+
+ private:
+  World& world_;
+};
+
 // ---- The world ----------------------------------------------------------------------
 class World {
  public:
@@ -301,49 +358,9 @@ class World {
   // At virtual time `at`, the host's clock is set to `local`.
   void SetClock(HostId host, Nanos at, DateTime local);
 
-  // ---- Programs and processes ----
-  // Registers (or replaces) a program kind. The built-in kind "varno" is the stand-in
-  // main application.
-  void RegisterProgram(const std::string& sKind, ProgramBody body);
-  bool HasProgram(const std::string& sKind) const;
-  // Writes a program file: its content "SIMPROGRAM <kind> <options>" marks it as a
-  // program for the shell, e.g. WriteProgramFile(h, "C:\Apps\Varno2.exe", "varno",
-  // "window-delay=5 refuse-close=2").
-  bool WriteProgramFile(HostId host, const std::string& sPath, const std::string& sKind,
-                        const std::string& sOptions = "");
-  // Starts the program file at sPath the way the shell does (local or \\host\share path).
-  StartResult StartProgram(HostId host, const std::string& sPath,
-                           const std::string& sParameters = "");
-  // Starts a registered kind directly, without a program file. sPath becomes the
-  // process's executable path (its folder is the agent folder); "" = "C:\<kind>.exe".
-  // 0 when the kind is unknown or the host is down.
-  ProcessId StartProcess(HostId host, const std::string& sKind, const std::string& sPath = "",
-                         const std::string& sParameters = "",
-                         std::vector<std::pair<std::string, std::string>> options = {});
-  // Ends a process from outside: its current wait throws platform::ProcessEnded, so its
-  // stack unwinds (its forms detach, its sockets close). False when not alive.
-  bool Kill(ProcessId pid);
-  bool Alive(ProcessId pid) const;
-  std::optional<ProcessInfo> Process(ProcessId pid) const;
-  // Processes of a host that are alive, oldest first.
-  std::vector<ProcessInfo> Processes(HostId host) const;
-  // The platform bundle of a live process (use it inside Call); nullptr otherwise.
-  platform::Platform* PlatformOf(ProcessId pid);
-  // The process whose fiber is running, 0 on the scheduler's stack.
-  ProcessId CurrentProcess() const;
-
-  // ---- Windows ----
-  // Top-level windows of a host, topmost first.
-  std::vector<WindowInfo> Windows(HostId host) const;
-  // The topmost attached form named sFormName ("frmAgentSetup"); nullopt when none.
-  std::optional<WindowInfo> FindForm(HostId host, const std::string& sFormName) const;
-  // A window owned by no process (a folder window, another program's window). It
-  // refuses nRefuseClose close requests (-1: all) and closes on the next.
-  platform::WindowHandle AddWindow(HostId host, const std::string& sClass,
-                                   const std::string& sTitle, int nRefuseClose = 0);
-  // The user closes a window: a close request to its owner, not waited for. False when
-  // the window does not exist.
-  bool CloseWindow(HostId host, platform::WindowHandle hWnd);
+  // ---- Programs, processes and windows ----
+  WorldPrograms& Programs() { return programs_; }
+  const WorldPrograms& Programs() const { return programs_; }
 
   // ---- Registry and kernel ----
   // CreateKey under HKEY_LOCAL_MACHINE fails while denied.
@@ -383,9 +400,11 @@ class World {
  private:
   friend class WorldNet;
   friend class WorldFiles;
+  friend class WorldPrograms;
   std::unique_ptr<Impl> impl_;
   WorldNet net_{*this};
   WorldFiles files_{*this};
+  WorldPrograms programs_{*this};
 };
 
 }  // namespace launchagent::sim
