@@ -11,14 +11,6 @@
 namespace launchagent::hostile {
 namespace {
 
-std::string StoredSite(const Agent& agent, const std::string& sHost) {
-  const std::string s = agent.Log(), sKey = "Host=" + sHost + " LaunchSite=";
-  const auto n = s.rfind(sKey);
-  if (n == std::string::npos) return "(none)";
-  const auto nStart = n + sKey.size();
-  return s.substr(nStart, s.find('\n', nStart) - nStart);
-}
-
 TEST(Hardened, OnlyTheHostThatOwnsALaunchSiteMayAnnounceIt) {
   // pc9 is at .91, its neighbour pc8 at .92; "evil" resolves nowhere.
   Agent agent("127.0.0.81", "127.0.0.91 pc9\n127.0.0.92 pc8\n", 0, 0, {"--hardened"});

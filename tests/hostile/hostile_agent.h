@@ -248,4 +248,13 @@ class Agent {
   pid_t pid_ = -1;
 };
 
+// The last launch site the agent's registry shows for sHost after its message came in.
+inline std::string StoredSite(const Agent& agent, const std::string& sHost) {
+  const std::string s = agent.Log(), sKey = "Host=" + sHost + " LaunchSite=";
+  const auto n = s.rfind(sKey);
+  if (n == std::string::npos) return "(none)";
+  const auto nStart = n + sKey.size();
+  return s.substr(nStart, s.find('\n', nStart) - nStart);
+}
+
 }  // namespace launchagent::hostile

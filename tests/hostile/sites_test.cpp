@@ -7,15 +7,6 @@
 namespace launchagent::hostile {
 namespace {
 
-// The last launch site the agent's registry shows for sHost after its message came in.
-std::string StoredSite(const Agent& agent, const std::string& sHost) {
-  const std::string s = agent.Log(), sKey = "Host=" + sHost + " LaunchSite=";
-  const auto n = s.rfind(sKey);
-  if (n == std::string::npos) return "(none)";
-  const auto nStart = n + sKey.size();
-  return s.substr(nStart, s.find('\n', nStart) - nStart);
-}
-
 TEST(HostileSites, APathThatClimbsOutOfItsShareIsNoPath) {
   Agent agent("127.0.0.76", "127.0.0.250 pc9\n");
   const std::string sMarker = agent.Root() + "/payload-ran";

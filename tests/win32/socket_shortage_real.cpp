@@ -48,13 +48,8 @@ TEST_F(RealSocketShortage, TheListenerRestsWhileSocketsAreShortAndServesTheWaiti
   ASSERT_EQ(nError, WSAEMFILE) << "descriptors never ran short: run under a low limit";
   closesocket(taken.back());
   taken.pop_back();
-  const SOCKET peer = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  const SOCKET peer = CallLoopback(server.BoundPort(0));
   ASSERT_NE(peer, INVALID_SOCKET);
-  sockaddr_in sin{};
-  sin.sin_family = AF_INET;
-  sin.sin_port = htons(static_cast<u_short>(server.BoundPort(0)));
-  sin.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ASSERT_EQ(connect(peer, reinterpret_cast<const sockaddr*>(&sin), sizeof sin), 0);
 
   // The accept fails for want of a descriptor, again after each rest.
   ASSERT_TRUE(PumpUntil([&] { return nAccepts >= 3; }));

@@ -38,6 +38,21 @@ class Win32LoopTest : public ::testing::Test {
   Win32EventLoop loop{time};
 };
 
+// A peer's socket that called port nPort on loopback; INVALID_SOCKET when it could not.
+inline SOCKET CallLoopback(int nPort) {
+  const SOCKET peer = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+  if (peer == INVALID_SOCKET) return peer;
+  sockaddr_in sin{};
+  sin.sin_family = AF_INET;
+  sin.sin_port = htons(static_cast<u_short>(nPort));
+  sin.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (connect(peer, reinterpret_cast<const sockaddr*>(&sin), sizeof sin) != 0) {
+    closesocket(peer);
+    return INVALID_SOCKET;
+  }
+  return peer;
+}
+
 // Catches this process's debug output while it lives: OutputDebugStringA raises
 // DBG_PRINTEXCEPTION_C, which a vectored handler sees before anyone handles it.
 class DebugLines {
