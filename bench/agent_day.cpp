@@ -20,7 +20,7 @@ void BM_OneAgentOneVirtualDay(benchmark::State& state) {
     });
     sim::HostSetup setup;
     setup.sWinsockName = "PC1";
-    const auto host = world.AddHost(setup);
+    const auto host = world.Hosts().AddHost(setup);
     world.Programs().StartProcess(*host, "launch", "C:\\Launch\\Launch.exe");
     world.RunUntil(sim::kHour * 24);
     nLines = world.Transcript().size();

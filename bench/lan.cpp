@@ -51,7 +51,7 @@ void BM_LanOneVirtualHour(benchmark::State& state) {
     for (int i = 0; i < kHosts; ++i) {
       sim::HostSetup desktop;
       desktop.sWinsockName = HostName(i);
-      hosts.push_back(*world.AddHost(desktop));
+      hosts.push_back(*world.Hosts().AddHost(desktop));
       world.Files().MakeFolder(hosts.back(), "C:\\Launch");
       world.Files().AddShare(hosts.back(), "c", "C:\\");
       if (i % kMainAppEvery == 0)

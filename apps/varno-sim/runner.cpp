@@ -110,7 +110,7 @@ class Run {
       host.sAddress = h.sAddress;
       host.dClockOffsetSeconds = ToSeconds(h.clockOffset);
       host.dClockSkewPpm = h.dClockSkewPpm;
-      const auto id = world_->AddHost(host);
+      const auto id = world_->Hosts().AddHost(host);
       if (!id) {
         fail(h.nLine, "the world refused host '" + h.sName + "' (name or address taken?)");
         continue;
@@ -124,7 +124,7 @@ class Run {
   template <class Fail>
   void BuildHost(const HostSetup& h, sim::HostId id, Fail&& fail) {
     sim::World& w = *world_;
-    if (h.bComputerNameFails) w.SetComputerNameFails(id, true);
+    if (h.bComputerNameFails) w.Hosts().SetComputerNameFails(id, true);
     for (const std::string& sFolder : h.folders)
       if (!w.Files().MakeFolder(id, sFolder)) fail(h.nLine, "cannot make folder '" + sFolder + "'");
     for (const DiskSetup& d : h.disks)
@@ -140,7 +140,7 @@ class Run {
     if (h.visibleShares) w.Files().SetVisibleShares(id, *h.visibleShares);
     if (h.shareSearchTime) w.Files().SetShareSearchTime(id, *h.shareSearchTime);
     if (h.bShareSearchError) w.Files().SetShareSearchError(id, true);
-    if (h.bRegistryDenied) w.DenyLocalMachine(id, true);
+    if (h.bRegistryDenied) w.Hosts().DenyLocalMachine(id, true);
     if (h.bSystemFolderMissing)
       w.Files().SetSystemFolder(id, std::nullopt);
     else if (!h.sSystemFolder.empty())
@@ -223,7 +223,7 @@ class Run {
     KillAll(a, id, kAgentKind);
   }
   void Do(const Action&, sim::HostId id, sim::HostId, const act::ClockJump& x) {
-    world_->JumpClock(id, world_->Now(), ToSeconds(x.delta));
+    world_->Hosts().JumpClock(id, world_->Now(), ToSeconds(x.delta));
   }
   void Do(const Action& a, sim::HostId id, sim::HostId peer, const act::Partition& x) {
     sim::World& w = *world_;
@@ -235,12 +235,14 @@ class Run {
     world_->Net().Heal(id, peer);
     if (a.bBothWays) world_->Net().Heal(peer, id);
   }
-  void Do(const Action&, sim::HostId id, sim::HostId, const act::Crash&) { world_->CrashHost(id); }
+  void Do(const Action&, sim::HostId id, sim::HostId, const act::Crash&) {
+    world_->Hosts().CrashHost(id);
+  }
   void Do(const Action&, sim::HostId id, sim::HostId, const act::Restart&) {
-    world_->RestartHost(id, true);
+    world_->Hosts().RestartHost(id, true);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::SendBytes& x) {
-    world_->Net().RawSend(id, world_->HostName(peer), x.nPort, x.bytes, !x.bKeep);
+    world_->Net().RawSend(id, world_->Hosts().HostName(peer), x.nPort, x.bytes, !x.bKeep);
   }
   void Do(const Action&, sim::HostId id, sim::HostId peer, const act::MergeNextSends&) {
     world_->Net().MergeNextSends(id, peer);

@@ -122,12 +122,12 @@ TEST(CampaignObserver, ChecksCheckInClosesProcessEndsSecondAgentsAndOptionFiles)
   };
   for (const Case& c : cases) {
     sim::World world(7);
-    const sim::HostId pc10 = *world.AddHost("pc10");
-    world.AddHost("pc11");
+    const sim::HostId pc10 = *world.Hosts().AddHost("pc10");
+    world.Hosts().AddHost("pc11");
     Observer observer(world);
     for (const Step& s : c.steps) {
       world.RunUntil(s.t);
-      if (s.dClockStep != 0) world.JumpClock(pc10, s.t, s.dClockStep);
+      if (s.dClockStep != 0) world.Hosts().JumpClock(pc10, s.t, s.dClockStep);
       if (!s.sFile.empty()) world.Files().WriteFile(pc10, s.sFile, Bytes(s.nBytes, 0x20));
       for (std::size_t at = 0; at < s.sLine.size();) {
         const std::size_t end = std::min(s.sLine.find('\n', at), s.sLine.size());

@@ -11,7 +11,7 @@ namespace {
 class SimBackend : public Backend {
  public:
   SimBackend() : w_(7) {
-    h_ = *w_.AddHost("PC1", "10.0.0.1");
+    h_ = *w_.Hosts().AddHost("PC1", "10.0.0.1");
     w_.Programs().RegisterProgram(
         "idle", [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
     w_.Files().MakeFolder(h_, kScratch);
@@ -51,7 +51,7 @@ class SimBackend : public Backend {
   std::string LoopbackHost() override { return "PC1"; }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
-    return w_.RegistryValue(h_, root, sSubKey, sName);
+    return w_.Hosts().RegistryValue(h_, root, sSubKey, sName);
   }
 
  private:

@@ -20,7 +20,7 @@ struct Pc07 {
   Pc07() {
     world_.Programs().RegisterProgram(
         "idle", [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });
-    host = *world_.AddHost("pc07");
+    host = *world_.Hosts().AddHost("pc07");
     pid_ = world_.Programs().StartProcess(host, "idle", "C:\\Launch\\Launch.exe");
     world_.RunFor(0);
   }

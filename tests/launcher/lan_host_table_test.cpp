@@ -64,8 +64,8 @@ TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) 
   AddDesktop(pc.lan, "pc12");
   // An unknown name still gets its entry, with no address.
   const std::pair<std::string, std::string> entries[] = {
-      {"PC12", pc.World().HostAddress(*pc.World().FindHost("pc12"))},
-      {"pc07", pc.World().HostAddress(pc.host)},
+      {"PC12", pc.World().Hosts().HostAddress(*pc.World().Hosts().FindHost("pc12"))},
+      {"pc07", pc.World().Hosts().HostAddress(pc.host)},
       {"nowhere", ""}};
   pc.Call([&](Agent& agent) {
     for (const auto& entry : entries) agent.launcher().lanHosts().AddLANHost(entry.first);

@@ -42,8 +42,8 @@ TEST(HostIdentity, NamesThisComputerAndOthersAndLogsWhatFails) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sWhat);
     sim::World w(1);
-    const sim::HostId h = *w.AddHost("PC1", "10.0.0.1");
-    w.AddHost("PC2", "10.0.0.12");
+    const sim::HostId h = *w.Hosts().AddHost("PC1", "10.0.0.1");
+    w.Hosts().AddHost("PC2", "10.0.0.12");
     if (c.fault) c.fault(w.Net().SocketsLibrary(h));
     w.Programs().RegisterProgram(
         "idle", [](platform::Platform& p, const sim::ProgramStart&) { p.loop.Run(); });

@@ -67,8 +67,8 @@ class SetupTest : public ::testing::Test {
   static constexpr const char* kAgentInfo1 = "C:\\Launch\\AgentInfo_1";
 
   SetupTest() {
-    host_ = *world_.AddHost("PC1", "10.0.0.1");
-    host2_ = *world_.AddHost("PC2", "10.0.0.2");
+    host_ = *world_.Hosts().AddHost("PC1", "10.0.0.1");
+    host2_ = *world_.Hosts().AddHost("PC2", "10.0.0.2");
     world_.Files().MakeFolder(host_, "C:\\Launch");
     world_.Programs().RegisterProgram("setup",
                                       [this](platform::Platform& p, const sim::ProgramStart&) {

@@ -14,7 +14,7 @@ namespace launchagent::sim {
 
 struct Desk {
   explicit Desk(std::uint64_t seed = 1) : w(seed) {
-    h = *w.AddHost("PC1");
+    h = *w.Hosts().AddHost("PC1");
     w.Programs().RegisterProgram("idle",
                                  [](platform::Platform& q, const ProgramStart&) { q.loop.Run(); });
     pid = Idle("C:\\App\\Launch.exe");

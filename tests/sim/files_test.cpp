@@ -58,7 +58,7 @@ TEST(SimDisk, ParsesPaths) {
 
 // The desk and PC2.
 struct Files : Desk {
-  Files() : Desk(21), h1(h), h2(*w.AddHost("PC2")), fs(&p->files) {}
+  Files() : Desk(21), h1(h), h2(*w.Hosts().AddHost("PC2")), fs(&p->files) {}
   HostId h1, h2;
   platform::FileSystem* fs;
 };
@@ -121,7 +121,8 @@ TEST(SimFiles, NetworkPathsGoThroughShares) {
   const std::string sDll = "\\\\PC2\\c\\Varno\\vb.dll";
   f.In([&] {
     EXPECT_EQ(f.fs->ReadFile("\\\\pc2\\C\\varno\\varno2.exe"), B("exe"));
-    EXPECT_EQ(f.fs->ReadFile("\\\\" + f.w.HostAddress(f.h2) + "\\c\\Varno\\Varno2.exe"), B("exe"));
+    EXPECT_EQ(f.fs->ReadFile("\\\\" + f.w.Hosts().HostAddress(f.h2) + "\\c\\Varno\\Varno2.exe"),
+              B("exe"));
     EXPECT_TRUE(f.fs->CanOpenForReading(sDll));
     EXPECT_TRUE(f.fs->FolderExists("\\\\PC2\\c"));
     EXPECT_EQ(f.fs->List("\\\\PC2\\c\\Varno\\*.dll", true, false)->size(), 1u);
@@ -132,9 +133,9 @@ TEST(SimFiles, NetworkPathsGoThroughShares) {
   });
   EXPECT_EQ(f.w.Files().ReadFile(f.h1, "C:\\App\\Varno2.exe"), B("exe"));
   // Out of reach while the host is down, while partitioned, and when made unreadable.
-  f.w.CrashHost(f.h2);
+  f.w.Hosts().CrashHost(f.h2);
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
-  f.w.RestartHost(f.h2);
+  f.w.Hosts().RestartHost(f.h2);
   f.w.Net().Partition(f.h1, f.h2, f.w.Now(), f.w.Now() + Seconds(10));
   f.In([&] { EXPECT_FALSE(f.fs->CanOpenForReading(sDll)); });
   f.w.RunFor(Seconds(11));
@@ -159,7 +160,9 @@ TEST(SimShareSearch, ListsAfterItsSearchTime) {
       {"default", nullptr, all},
       {"own search time", [](World& w) { w.Files().SetShareSearchTime(0, Seconds(5)); }, all,
        Seconds(5)},
-      {"a down host's shares are not listed", [](World& w) { w.CrashHost(1); }, {"\\\\PC1\\c"}},
+      {"a down host's shares are not listed",
+       [](World& w) { w.Hosts().CrashHost(1); },
+       {"\\\\PC1\\c"}},
       {"long names are cut to 255",
        [&](World& w) { w.Files().SetVisibleShares(0, {sLong}); },
        {sLong.substr(0, 255)}},

@@ -37,8 +37,8 @@ struct Peer {
 struct Lan {
   explicit Lan(std::uint64_t seed = 11) : w(seed) {
     w.Programs().RegisterProgram("idle", [](Platform& p, const ProgramStart&) { p.loop.Run(); });
-    h1 = *w.AddHost("PC1");
-    h2 = *w.AddHost("PC2");
+    h1 = *w.Hosts().AddHost("PC1");
+    h2 = *w.Hosts().AddHost("PC2");
     a = &Start(h1);
     b = &Start(h2);
   }
@@ -115,7 +115,7 @@ TEST(SimNetwork, ConnectAcceptAndSendBothWays) {
     EXPECT_EQ(a.client->State(1), platform::kSckResolvingHost);
   });
   lan.w.RunFor(Seconds(1));
-  ASSERT_TRUE(lan.Connect(a, lan.w.HostAddress(lan.h2), 1230, 2));
+  ASSERT_TRUE(lan.Connect(a, lan.w.Hosts().HostAddress(lan.h2), 1230, 2));
   EXPECT_EQ(lan.State(*a.client, 2), kSckConnecting);
   lan.w.RunFor(Seconds(1));
   EXPECT_EQ(b.server->UBound(), 2);  // each accepted into the next position
@@ -147,8 +147,8 @@ TEST(SimNetwork, ConnectOutcomes) {
       {"lookup fails", "PC2", 1230, [](Lan& l) { l.w.Net().FailLookup(l.h1, "pc2", true); },
        kSckError, kSckError},
       {"extra name entry", "files", 1230,
-       [](Lan& l) { l.w.Net().AddNameEntry(l.h1, "FILES", l.w.HostAddress(l.h2)); }, kSckConnected,
-       kSckConnected},
+       [](Lan& l) { l.w.Net().AddNameEntry(l.h1, "FILES", l.w.Hosts().HostAddress(l.h2)); },
+       kSckConnected, kSckConnected},
       {"listener gone with its table", "PC2", 1230,
        [](Lan& l) { l.In(*l.b, [&] { l.b->server.reset(); }); }, kSckError, kSckError},
       {"partition: times out", "PC2", 1230, [](Lan& l) { l.w.Net().Partition(l.h1, l.h2, 0); },
@@ -157,8 +157,8 @@ TEST(SimNetwork, ConnectOutcomes) {
        [](Lan& l) { l.w.Net().Partition(l.h2, l.h1, 0); }, kSckConnecting, kSckError},
       {"partition healed before", "PC2", 1230,
        [](Lan& l) { l.w.Net().Partition(l.h1, l.h2, 0, 0); }, kSckConnected, kSckConnected},
-      {"host down: times out, not refused", "PC2", 1230, [](Lan& l) { l.w.CrashHost(l.h2); },
-       kSckConnecting, kSckError},
+      {"host down: times out, not refused", "PC2", 1230,
+       [](Lan& l) { l.w.Hosts().CrashHost(l.h2); }, kSckConnecting, kSckError},
       {"own host by name", "PC1", 1230, nullptr, kSckConnected, kSckConnected},
       {"own host by localhost", "localhost", 1230, nullptr, kSckConnected, kSckConnected},
   };
@@ -273,7 +273,7 @@ TEST(SimNetwork, PartitionLosesSendsAndBreaksTheConnection) {
   w.RunFor(Seconds(1));
   EXPECT_EQ(b.arrivals, Strings{"2:5:after"});
   // A host crash kills its processes, and their peers see an error.
-  w.CrashHost(lan.h2);
+  w.Hosts().CrashHost(lan.h2);
   EXPECT_FALSE(w.Programs().Alive(b.pid));
   w.RunFor(Seconds(1));
   EXPECT_EQ(lan.State(*a.client), kSckError);
@@ -284,13 +284,14 @@ TEST(SimNetwork, PartitionLosesSendsAndBreaksTheConnection) {
 Strings Chatter(std::uint64_t seed) {
   Lan lan(seed);
   lan.w.Net().SetTrace(true);
-  lan.Start(*lan.w.AddHost("PC3"));
+  lan.Start(*lan.w.Hosts().AddHost("PC3"));
   for (auto& from : lan.peers)
     for (Long i = 1; i <= 3; ++i) lan.Connect(*from, "PC" + std::to_string(i), 1230, i);
   for (int n = 0; n < 4; ++n) {
     lan.w.RunFor(Milliseconds(100));
     for (auto& from : lan.peers)
-      for (Long i = 1; i <= 3; ++i) lan.Send(*from, lan.w.HostName(i - 1) + std::to_string(n), i);
+      for (Long i = 1; i <= 3; ++i)
+        lan.Send(*from, lan.w.Hosts().HostName(i - 1) + std::to_string(n), i);
   }
   lan.w.RunFor(Seconds(1));
   return lan.w.Transcript();
@@ -321,13 +322,14 @@ TEST(SimNetwork, SocketsLibrary) {
 
 TEST(SimNetworkScale, TenThousandHostsAreCheap) {
   World w(9);
-  for (int i = 0; i < 10000; ++i) ASSERT_TRUE(w.AddHost("H" + std::to_string(i)).has_value());
-  EXPECT_EQ(w.FindHost("h9999"), 9999u);
-  EXPECT_EQ(w.FindHost("10.0.30.98"), 7777u);
-  EXPECT_FALSE(w.AddHost("h17").has_value());                  // names are unique
-  EXPECT_FALSE(w.AddHost("X", w.HostAddress(5)).has_value());  // so are addresses
-  EXPECT_FALSE(w.AddHost("bad name").has_value());
-  EXPECT_FALSE(w.AddHost("Y", "300.1.1.1").has_value());
+  for (int i = 0; i < 10000; ++i)
+    ASSERT_TRUE(w.Hosts().AddHost("H" + std::to_string(i)).has_value());
+  EXPECT_EQ(w.Hosts().FindHost("h9999"), 9999u);
+  EXPECT_EQ(w.Hosts().FindHost("10.0.30.98"), 7777u);
+  EXPECT_FALSE(w.Hosts().AddHost("h17").has_value());                          // names are unique
+  EXPECT_FALSE(w.Hosts().AddHost("X", w.Hosts().HostAddress(5)).has_value());  // so are addresses
+  EXPECT_FALSE(w.Hosts().AddHost("bad name").has_value());
+  EXPECT_FALSE(w.Hosts().AddHost("Y", "300.1.1.1").has_value());
 }
 
 }  // namespace

@@ -155,7 +155,7 @@ TEST(SimHostTable, FindsHostsByNameWithoutCaseAndByAddress) {
 TEST(SimWorldTranscript, StreamsWithoutKeepingWhenAsked) {
   for (const bool bKeep : {true, false}) {
     World w(3);
-    const HostId h = *w.AddHost("pc1");
+    const HostId h = *w.Hosts().AddHost("pc1");
     Strings streamed;
     w.SetTranscriptSink([&](const std::string& s) { streamed.push_back(s); });
     w.KeepTranscript(bKeep);

@@ -53,7 +53,7 @@ TEST(SimShell, ExecuteResults) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sName);
     Desk d(31);
-    const HostId h2 = *d.w.AddHost("PC2");
+    const HostId h2 = *d.w.Hosts().AddHost("PC2");
     d.w.Programs().WriteProgramFile(d.h, "C:\\Apps\\Varno2.exe", "varno");
     d.w.Programs().WriteProgramFile(d.h, "C:\\App\\Local.exe", "varno");
     d.w.Programs().WriteProgramFile(d.h, "C:\\Apps\\Other.exe", "nonesuch");
@@ -186,8 +186,8 @@ TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
 TEST(SimRegistry, KeysCloseOnceAndTheKernelNameCanFail) {
   Desk d(31);
   const std::string sRun = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
-  d.w.DenyLocalMachine(d.h, true);
-  d.w.SetComputerNameFails(d.h, true);
+  d.w.Hosts().DenyLocalMachine(d.h, true);
+  d.w.Hosts().SetComputerNameFails(d.h, true);
   d.In([&] {
     auto& reg = d.p->registry;
     EXPECT_FALSE(reg.CreateKey(platform::RegistryRoot::LocalMachine, sRun).has_value());
@@ -199,17 +199,17 @@ TEST(SimRegistry, KeysCloseOnceAndTheKernelNameCanFail) {
     EXPECT_FALSE(reg.SetStringValue(*key, "1", "x"));
     EXPECT_FALSE(d.p->kernel.ComputerName().has_value());
   });
-  EXPECT_EQ(d.w.RegistryValue(d.h, platform::RegistryRoot::CurrentUser, sRun, "1"),
+  EXPECT_EQ(d.w.Hosts().RegistryValue(d.h, platform::RegistryRoot::CurrentUser, sRun, "1"),
             "C:\\App\\Launch.exe");
 }
 
 TEST(SimClock, ProcessesReadTheirHostsClock) {
   Desk d(31);
-  d.w.SetClock(d.h, Seconds(10), DateTime::FromCivil(2026, 1, 6, 23, 59, 59));
+  d.w.Hosts().SetClock(d.h, Seconds(10), DateTime::FromCivil(2026, 1, 6, 23, 59, 59));
   d.w.RunFor(Seconds(11));
-  EXPECT_EQ(d.w.HostTime(d.h).ToText(), "2026-01-07 00:00:00");
+  EXPECT_EQ(d.w.Hosts().HostTime(d.h).ToText(), "2026-01-07 00:00:00");
   d.In([&] {
-    EXPECT_EQ(d.p->clock.Now(), d.w.HostTime(d.h));
+    EXPECT_EQ(d.p->clock.Now(), d.w.Hosts().HostTime(d.h));
     EXPECT_DOUBLE_EQ(d.p->clock.SecondsSinceMidnight(), 0);
   });
 }

@@ -80,9 +80,9 @@ TEST(SimScheduler, ThePauseWaitsItsSecondsAndEndsAtMidnight) {
                         {86398, 10, Seconds(2), Seconds(4)}};
   for (const auto& c : cases) {
     Desk d;
-    d.w.SetClock(d.h, d.w.Now(),
-                 DateTime::FromCivil(2026, 1, 5, c.nStartSecond / 3600, c.nStartSecond / 60 % 60,
-                                     c.nStartSecond % 60));
+    d.w.Hosts().SetClock(d.h, d.w.Now(),
+                         DateTime::FromCivil(2026, 1, 5, c.nStartSecond / 3600,
+                                             c.nStartSecond / 60 % 60, c.nStartSecond % 60));
     const Nanos start = d.w.Now();
     ASSERT_TRUE(d.w.Call(d.pid, [&] { Pause(d.P().clock, d.P().loop, c.lngSeconds); }));
     EXPECT_GE(d.w.Now() - start, c.atLeast) << c.lngSeconds;
@@ -227,7 +227,7 @@ TEST(SimScheduler, EndingAProcessUnwindsOnlyThatProcess) {
     EXPECT_FALSE(d.w.Call(pid, [] {}));
     d.w.RunFor(Seconds(2));
     EXPECT_EQ(ticks, 5);
-    d.w.CrashHost(d.h);
+    d.w.Hosts().CrashHost(d.h);
     EXPECT_EQ(d.w.Programs().StartProcess(d.h, "ender"), 0);  // nor does a down host
   }
 }

@@ -59,7 +59,7 @@ class AgentOnSim {
     sim::HostSetup desktop;
     desktop.sWinsockName = sName;
     desktop.sAddress = sAddress;
-    const std::optional<sim::HostId> host = world_.AddHost(desktop);
+    const std::optional<sim::HostId> host = world_.Hosts().AddHost(desktop);
     if (!host) return kNoHost;
     hosts_[sName] = *host;
     return *host;

@@ -120,7 +120,7 @@ class TransportLan {
     sim::HostSetup host;
     host.sWinsockName = sName;
     host.sAddress = sAddress;
-    hosts_[sName] = *world_.AddHost(host);
+    hosts_[sName] = *world_.Hosts().AddHost(host);
   }
   sim::ProcessId StartAgent(const std::string& sName) {
     const sim::ProcessId pid = world_.Programs().StartProcess(hosts_.at(sName), "transport",

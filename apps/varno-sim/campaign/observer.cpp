@@ -34,7 +34,7 @@ void Observer::OnLine(const std::string& sLine) {
   if (tail_.size() > kTailLines) tail_.pop_front();
   const auto line = sim::ParseTranscriptLine(sLine);
   if (!line || line->sHost == "-") return;
-  const auto host = world_.FindHost(line->sHost);
+  const auto host = world_.Hosts().FindHost(line->sHost);
   if (!host) return;
   if (line->sKind == "log")
     OnLog(*host, line->sText);
@@ -46,19 +46,19 @@ void Observer::OnLine(const std::string& sLine) {
 
 void Observer::OnLog(sim::HostId host, const std::string& sText) {
   HostWatch& w = watch_[host];
-  const std::string sOwn = AsciiLower(world_.HostName(host));
+  const std::string sOwn = AsciiLower(world_.Hosts().HostName(host));
   if (StartsWith(sText, "HostInfoFrom=")) {
     const std::string sPeer = AsciiLower(sText.substr(13));
     w.heard[sPeer] = world_.Now();
     // The agent stamps the sender's entry with its clock as the information arrives.
-    w.stamped[sPeer] = world_.HostTime(host);
+    w.stamped[sPeer] = world_.Hosts().HostTime(host);
   } else if (StartsWith(sText, "Verifying Agent  ")) {
     // The check-in looks at each entry in turn; it closes Varno for the one whose name
     // is this computer's own (as the agent reads it).
     w.sChecking = AsciiLower(sText.substr(17));
   } else if (sText == "Shutting Down Varno.") {
     ++lngChecks_;
-    const DateTime now = world_.HostTime(host);
+    const DateTime now = world_.Hosts().HostTime(host);
     const auto it = w.stamped.find(w.sChecking);
     if (it == w.stamped.end()) {
       Fail("Varno closed on " + sOwn + " for entry '" + w.sChecking +
@@ -88,7 +88,7 @@ void Observer::OnProcess(sim::HostId host, const std::string& sText) {
   if (nSpace == std::string::npos) return;
   const std::string sPid = sText.substr(0, nSpace);
   const std::string sRest = sText.substr(nSpace + 1);
-  const std::string sOwn = AsciiLower(world_.HostName(host));
+  const std::string sOwn = AsciiLower(world_.Hosts().HostName(host));
   const auto second = seconds_.find(sPid);
   if (second != seconds_.end()) {
     // A second agent sees the first one's window and ends as it starts.
@@ -143,7 +143,7 @@ void Observer::CheckOptionFile(sim::HostId host, const std::string& sPath) {
   ++lngChecks_;
   const auto bytes = world_.Files().ReadFile(host, sPath);
   if (!bytes) return;  // never written whole: nothing to load, which loading tolerates
-  const std::string sWhere = world_.HostName(host) + " " + sPath;
+  const std::string sWhere = world_.Hosts().HostName(host) + " " + sPath;
   if (sPath.ends_with("agent.dat")) {
     AgentOptions rec;
     if (bytes->size() != AgentOptions::kRecordLength || !DecodeAgentOptions(*bytes, rec))
@@ -167,13 +167,13 @@ void Observer::CheckRegistry(sim::HostId host, Agent& agent) {
   for (Long i = 1; i <= registry.GetAgentCount(); ++i) {
     std::shared_ptr<clsMsgHostInfo> info;
     if (const auto record = registry.GetAgentRecord(i)) record->GetMessage(info);
-    if (!info) return Fail("registry of " + world_.HostName(host) + " has an empty entry");
+    if (!info) return Fail("registry of " + world_.Hosts().HostName(host) + " has an empty entry");
     const std::string sName = AsciiLower(info->GetHostName());
     // An entry no arrival made: the agent registered it itself, stamped as it did so.
     watch_[host].stamped.emplace(sName, info->GetDateReceived());
     if (i > 1 && !(sPrevious < sName))
-      return Fail("registry of " + world_.HostName(host) + " not sorted and unique: '" + sPrevious +
-                  "' then '" + sName + "'");
+      return Fail("registry of " + world_.Hosts().HostName(host) + " not sorted and unique: '" +
+                  sPrevious + "' then '" + sName + "'");
     sPrevious = sName;
   }
 }

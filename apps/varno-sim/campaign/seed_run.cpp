@@ -87,7 +87,7 @@ class SeedRun {
  private:
   void Build() {
     sim::World& w = *world_;
-    for (const HostPlan& h : plan_.hosts) hosts_.push_back(*w.AddHost(h.sName));
+    for (const HostPlan& h : plan_.hosts) hosts_.push_back(*w.Hosts().AddHost(h.sName));
     overrides_.resize(hosts_.size());
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const HostPlan& h = plan_.hosts[i];
@@ -111,14 +111,14 @@ class SeedRun {
   // shares of the hosts that are up, hidden ones left out as the search leaves them out.
   void ListShares() {
     std::vector<bool> up;
-    for (sim::HostId h : hosts_) up.push_back(world_->HostUp(h));
+    for (sim::HostId h : hosts_) up.push_back(world_->Hosts().HostUp(h));
     const std::vector<std::string> listed = ListedShares(plan_.hosts, up);
     for (std::size_t i = 0; i < hosts_.size(); ++i)
       world_->Files().SetVisibleShares(hosts_[i], overrides_[i] ? *overrides_[i] : listed);
   }
 
   void RestartHost(sim::HostId host) {
-    world_->RestartHost(host, true);
+    world_->Hosts().RestartHost(host, true);
     ListShares();
   }
 
@@ -136,7 +136,7 @@ class SeedRun {
   }
 
   void StartAgent(std::size_t i) {
-    if (world_->HostUp(hosts_[i]) && !Running(hosts_[i], kAgentKind))
+    if (world_->Hosts().HostUp(hosts_[i]) && !Running(hosts_[i], kAgentKind))
       world_->Programs().StartProgram(hosts_[i], AgentPath(plan_.hosts[i]));
   }
 
@@ -162,8 +162,8 @@ class SeedRun {
         w.Net().Partition(b, a, f.at, until);
         break;
       case FaultKind::HostCrash:
-        if (!w.HostUp(a)) return;
-        w.CrashHost(a);
+        if (!w.Hosts().HostUp(a)) return;
+        w.Hosts().CrashHost(a);
         ListShares();
         Later(f, [this, a] { RestartHost(a); });
         break;
@@ -174,14 +174,14 @@ class SeedRun {
         Later(f, [this, i = f.host] { StartAgent(i); });
         break;
       case FaultKind::ClockStep:
-        w.JumpClock(a, f.at, static_cast<double>(f.lngAmount));
+        w.Hosts().JumpClock(a, f.at, static_cast<double>(f.lngAmount));
         break;
       case FaultKind::ClockSkew:
-        w.SetClockSkew(a, static_cast<double>(f.lngAmount));
+        w.Hosts().SetClockSkew(a, static_cast<double>(f.lngAmount));
         break;
       case FaultKind::LookupFailure:
-        w.Net().FailLookup(a, w.HostName(b), true);
-        Later(f, [this, a, b] { world_->Net().FailLookup(a, world_->HostName(b), false); });
+        w.Net().FailLookup(a, w.Hosts().HostName(b), true);
+        Later(f, [this, a, b] { world_->Net().FailLookup(a, world_->Hosts().HostName(b), false); });
         break;
       case FaultKind::DiskFull: {
         const char cDrive = plan_.hosts[f.host].sAgentFolder[0];
@@ -206,7 +206,7 @@ class SeedRun {
       case FaultKind::SocketsFailure:
       case FaultKind::ComputerNameFailure:
       case FaultKind::RegistryDenied:
-        if (!w.HostUp(a)) return;
+        if (!w.Hosts().HostUp(a)) return;
         SetStartFault(f, true);
         RestartAgent(f.host);
         Later(f, [this, f] {
@@ -215,7 +215,7 @@ class SeedRun {
         });
         break;
       case FaultKind::StrayWindow: {
-        if (!w.HostUp(a)) return;
+        if (!w.Hosts().HostUp(a)) return;
         const platform::WindowHandle hWnd = w.Programs().AddWindow(
             a, kFormWindowClass, kMainAppTitle, static_cast<int>(f.lngAmount));
         strays_.emplace_back(a, hWnd);
@@ -244,7 +244,7 @@ class SeedRun {
                        f.kind == FaultKind::LookupFailure || f.kind == FaultKind::MergedSends ||
                        f.kind == FaultKind::SplitSend;
     w.Note(a, std::string("campaign fault: ") + FaultName(f.kind) +
-                  (bPair ? " with " + w.HostName(b) : std::string()));
+                  (bPair ? " with " + w.Hosts().HostName(b) : std::string()));
   }
 
   // A fault the agent meets at its start, on or off.
@@ -252,13 +252,13 @@ class SeedRun {
     sim::World& w = *world_;
     const sim::HostId a = hosts_[f.host];
     if (f.kind == FaultKind::ComputerNameFailure) {
-      w.SetComputerNameFails(a, bOn);
+      w.Hosts().SetComputerNameFails(a, bOn);
       if (bOn)
         nameFailed_.insert(f.host);
       else
         nameFailed_.erase(f.host);
     } else if (f.kind == FaultKind::RegistryDenied) {
-      w.DenyLocalMachine(a, bOn);
+      w.Hosts().DenyLocalMachine(a, bOn);
     } else {
       sim::SocketsLibrarySettings& lib = w.Net().SocketsLibrary(a);
       lib = sim::SocketsLibrarySettings{};
@@ -340,16 +340,16 @@ class SeedRun {
       for (sim::HostId to : all) w.Net().Heal(from, to);
     for (std::size_t i = 0; i < hosts_.size(); ++i) {
       const sim::HostId a = hosts_[i];
-      for (sim::HostId b : hosts_) w.Net().FailLookup(a, w.HostName(b), false);
+      for (sim::HostId b : hosts_) w.Net().FailLookup(a, w.Hosts().HostName(b), false);
       w.Files().SetDiskCapacity(a, 'C', std::nullopt);
       w.Files().SetDiskCapacity(a, plan_.hosts[i].sAgentFolder[0], std::nullopt);
       for (const SharePlan& share : plan_.hosts[i].shares)
         w.Files().SetShareReadable(a, share.sName, true);
-      w.SetClockSkew(a, 0);
+      w.Hosts().SetClockSkew(a, 0);
       w.Files().SetShareSearchError(a, false);
       overrides_[i].reset();
-      w.DenyLocalMachine(a, false);
-      w.SetComputerNameFails(a, false);
+      w.Hosts().DenyLocalMachine(a, false);
+      w.Hosts().SetComputerNameFails(a, false);
       // An agent that started with a failing library or name keeps what it learnt
       // then: it starts anew, as the fault's own end would have done.
       const bool bStartFault = w.Net().SocketsLibrary(a).lngStartupResult != 0 ||
@@ -357,7 +357,7 @@ class SeedRun {
                                w.Net().SocketsLibrary(a).bHostNameFails ||
                                w.Net().SocketsLibrary(a).bAllLookupsFail || nameFailed_.count(i);
       w.Net().SocketsLibrary(a) = sim::SocketsLibrarySettings{};
-      if (!w.HostUp(a)) w.RestartHost(a, true);
+      if (!w.Hosts().HostUp(a)) w.Hosts().RestartHost(a, true);
       if (bStartFault) {
         RestartAgent(i);
         continue;
@@ -373,7 +373,7 @@ class SeedRun {
   void CheckVarnoStart(const std::string& sLine) {
     const auto line = sim::ParseTranscriptLine(sLine);
     if (!line) return;
-    const auto host = world_->FindHost(line->sHost);
+    const auto host = world_->Hosts().FindHost(line->sHost);
     const auto nFrom = line->sText.find('"');
     if (!host || nFrom == std::string::npos) return;
     const std::string sPath =

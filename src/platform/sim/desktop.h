@@ -12,7 +12,7 @@ namespace launchagent::sim {
 
 class Desktop {
  public:
-  Desktop(World::Impl& w, HostTable& hosts) : w_(w), hosts(hosts) {}
+  Desktop(WorldImpl& w, HostTable& hosts) : w_(w), hosts(hosts) {}
 
   std::shared_ptr<WindowRec> FindWindow(HostId host, platform::WindowHandle hWnd) const;
   void OpenWindow(HostState& h, std::shared_ptr<WindowRec> rec);
@@ -24,7 +24,7 @@ class Desktop {
  private:
   void Record(HostId host, TranscriptKind kind, const std::string& sText);
 
-  World::Impl& w_;
+  WorldImpl& w_;
   HostTable& hosts;
   platform::WindowHandle nextWindow = 0;
 };

@@ -10,8 +10,8 @@ namespace launchagent::sim {
 
 // ---- Files ------------------------------------------------------------------------------
 
-World::Impl::Resolved World::Impl::Resolve(HostId from, const std::string& sPath,
-                                           const std::string& sBase) {
+WorldImpl::Resolved WorldImpl::Resolve(HostId from, const std::string& sPath,
+                                       const std::string& sBase) {
   Resolved r;
   ParsedPath pp = ParsePath(sPath, sBase);
   if (pp.kind == ParsedPath::Kind::Invalid) {

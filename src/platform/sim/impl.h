@@ -32,10 +32,10 @@ namespace launchagent::sim {
 // ---- The world's inside -------------------------------------------------------------
 // The world's state and the parts it is made of: the scheduler, the network, the
 // desktops. Processes, programs, paths and the transcript are its own.
-class World::Impl {
+class WorldImpl {
  public:
-  explicit Impl(std::uint64_t seed);
-  ~Impl();
+  explicit WorldImpl(std::uint64_t seed);
+  ~WorldImpl();
 
   // Processes.
   ProcessState* Proc(ProcessId pid);
@@ -81,6 +81,6 @@ class World::Impl {
 };
 
 // The stand-in main application (program kind "varno").
-void VarnoProgram(World::Impl& w, platform::Platform& p, const ProgramStart& start);
+void VarnoProgram(WorldImpl& w, platform::Platform& p, const ProgramStart& start);
 
 }  // namespace launchagent::sim

@@ -23,7 +23,7 @@ namespace launchagent::sim {
 
 class NetModel {
  public:
-  NetModel(World::Impl& w, HostTable& hosts, const Nanos& now, Scheduler& sched,
+  NetModel(WorldImpl& w, HostTable& hosts, const Nanos& now, Scheduler& sched,
            ProcessTable& processes, const TranscriptWriter& transcript)
       : raw(w),
         w_(w),
@@ -70,7 +70,7 @@ class NetModel {
   void PostWorld(Nanos t, std::function<void()> fn) { sched.PostWorld(t, std::move(fn)); }
   ProcessState* Proc(ProcessId pid) { return processes.Find(pid); }
 
-  World::Impl& w_;
+  WorldImpl& w_;
   HostTable& hosts;
   const Nanos& now;
   Scheduler& sched;

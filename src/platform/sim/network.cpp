@@ -22,7 +22,7 @@ constexpr Long kMaxPort = 65535;
 
 class SimSocketArray : public platform::SocketArray {
  public:
-  SimSocketArray(World::Impl& w, std::weak_ptr<ProcessState> proc, HostId host, ProcessId pid,
+  SimSocketArray(WorldImpl& w, std::weak_ptr<ProcessState> proc, HostId host, ProcessId pid,
                  std::string sName)
       : w_(w), proc_(std::move(proc)), host_(host), pid_(pid), sName_(std::move(sName)) {
     slots_.emplace_back(0, Slot{});
@@ -235,7 +235,7 @@ class SimSocketArray : public platform::SocketArray {
     }
   }
 
-  World::Impl& w_;
+  WorldImpl& w_;
   std::weak_ptr<ProcessState> proc_;
   HostId host_;
   ProcessId pid_;

@@ -19,18 +19,18 @@ class ProcessState;
 // ---- Per-process services ----------------------------------------------------------
 class SimClock : public platform::Clock {
  public:
-  SimClock(World::Impl& w, HostId host) : w_(w), host_(host) {}
+  SimClock(WorldImpl& w, HostId host) : w_(w), host_(host) {}
   DateTime Now() const override;
   double SecondsSinceMidnight() const override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   HostId host_;
 };
 
 class SimEventLoop : public platform::EventLoop, public ui::TimerDriver {
  public:
-  SimEventLoop(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimEventLoop(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   void ProcessPendingEvents() override;
   void WaitForEvents(double dSeconds) override;
   void Run() override;
@@ -42,13 +42,13 @@ class SimEventLoop : public platform::EventLoop, public ui::TimerDriver {
  private:
   void Tick(ui::Timer* timer, std::uint64_t gen, Nanos due);
   void Arm(ui::Timer* timer, std::uint64_t gen, Nanos due);
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
 };
 
 class SimWindows : public platform::WindowSystem {
  public:
-  SimWindows(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimWindows(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   platform::WindowHandle FindWindowByTitle(const std::string& sTitle) override;
   platform::WindowHandle NextWindow(platform::WindowHandle hWnd) override;
   std::optional<std::string> ClassName(platform::WindowHandle hWnd, int nBufferLen) override;
@@ -59,24 +59,24 @@ class SimWindows : public platform::WindowSystem {
   void MessageBox(const std::string& sTitle, const std::string& sText) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
 };
 
 class SimShell : public platform::Shell {
  public:
-  SimShell(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimShell(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   Long Execute(const std::string& sVerb, const std::string& sFile, const std::string& sParameters,
                const std::string& sFolder, Long lngShowCmd) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
 };
 
 class SimRegistry : public platform::Registry {
  public:
-  SimRegistry(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimRegistry(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   std::optional<platform::RegistryKey> CreateKey(platform::RegistryRoot root,
                                                  const std::string& sSubKey) override;
   bool SetStringValue(platform::RegistryKey key, const std::string& sName,
@@ -84,7 +84,7 @@ class SimRegistry : public platform::Registry {
   bool CloseKey(platform::RegistryKey key) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
   std::map<platform::RegistryKey, std::pair<platform::RegistryRoot, std::string>> open_;
   platform::RegistryKey nextKey_ = 0x100;
@@ -92,17 +92,17 @@ class SimRegistry : public platform::Registry {
 
 class SimKernel : public platform::Kernel {
  public:
-  SimKernel(World::Impl& w, HostId host) : w_(w), host_(host) {}
+  SimKernel(WorldImpl& w, HostId host) : w_(w), host_(host) {}
   std::optional<std::string> ComputerName() override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   HostId host_;
 };
 
 class SimSocketsLibrary : public platform::SocketsLibrary {
  public:
-  SimSocketsLibrary(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimSocketsLibrary(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   Long Startup(std::uint16_t wVersionRequested, platform::SocketsStartupData& data) override;
   Long Cleanup() override;
   Long LastError() override;
@@ -110,7 +110,7 @@ class SimSocketsLibrary : public platform::SocketsLibrary {
   std::optional<platform::HostEntry> HostByName(const std::string& sName) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
   int nStarts_ = 0;
   Long lngLastError_ = 0;
@@ -118,17 +118,17 @@ class SimSocketsLibrary : public platform::SocketsLibrary {
 
 class SimNetwork : public platform::Network {
  public:
-  SimNetwork(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimNetwork(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   std::unique_ptr<platform::SocketArray> CreateSocketArray(const std::string& sName) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
 };
 
 class SimFileSystem : public platform::FileSystem {
  public:
-  SimFileSystem(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimFileSystem(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   std::string AgentFolder() override;
   std::optional<std::vector<platform::DirEntry>> List(const std::string& sPattern, bool bHidden,
                                                       bool bFolders) override;
@@ -140,13 +140,13 @@ class SimFileSystem : public platform::FileSystem {
   Integer CopyFile(const std::string& sSource, const std::string& sDestination) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
 };
 
 class SimShareSearch : public platform::ShareSearch {
  public:
-  SimShareSearch(World::Impl& w, ProcessState& p) : w_(w), p_(p) {}
+  SimShareSearch(WorldImpl& w, ProcessState& p) : w_(w), p_(p) {}
   void FindResources() override;
   Long StillProcessing() override;
   Long ErrorOccurred() override;
@@ -155,7 +155,7 @@ class SimShareSearch : public platform::ShareSearch {
   void FreeResources() override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   ProcessState& p_;
   bool bHave_ = false;
   bool bError_ = false;
@@ -166,16 +166,16 @@ class SimShareSearch : public platform::ShareSearch {
 
 class SimTrace : public platform::Trace {
  public:
-  SimTrace(World::Impl& w, HostId host) : w_(w), host_(host) {}
+  SimTrace(WorldImpl& w, HostId host) : w_(w), host_(host) {}
   void ActivityLine(const std::string& sText) override;
 
  private:
-  World::Impl& w_;
+  WorldImpl& w_;
   HostId host_;
 };
 
 struct ProcessServices {
-  ProcessServices(World::Impl& w, ProcessState& p);
+  ProcessServices(WorldImpl& w, ProcessState& p);
   SimClock clock;
   SimEventLoop loop;
   SimWindows windows;

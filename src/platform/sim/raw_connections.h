@@ -15,7 +15,7 @@ namespace launchagent::sim {
 
 class RawConnections {
  public:
-  explicit RawConnections(World::Impl& w) : w_(w) {}
+  explicit RawConnections(WorldImpl& w) : w_(w) {}
 
   // Sends data from `from` to sTarget:lngPort on the kept connection there, or on a new
   // one (queued until it connects). bClose closes the connection after the send;
@@ -36,7 +36,7 @@ class RawConnections {
   std::shared_ptr<Conn> Kept(const Key& key);
   void Flush(Conn& c);
 
-  World::Impl& w_;
+  WorldImpl& w_;
   std::vector<std::shared_ptr<Endpoint>> endpoints_;  // alive as long as the world
   std::map<Key, std::shared_ptr<Conn>> kept_;
 };

@@ -265,11 +265,11 @@ void Scheduler::Wake(ProcessId pid, std::uint64_t gen, Nanos t) {
 
 // ---- Processes ----------------------------------------------------------------------
 
-ProcessState* World::Impl::Proc(ProcessId pid) { return processes.Find(pid); }
+ProcessState* WorldImpl::Proc(ProcessId pid) { return processes.Find(pid); }
 
-const ProcessState* World::Impl::Proc(ProcessId pid) const { return processes.Find(pid); }
+const ProcessState* WorldImpl::Proc(ProcessId pid) const { return processes.Find(pid); }
 
-ProcessServices::ProcessServices(World::Impl& w, ProcessState& p)
+ProcessServices::ProcessServices(WorldImpl& w, ProcessState& p)
     : clock(w, p.host),
       loop(w, p),
       windows(w, p),
@@ -284,7 +284,7 @@ ProcessServices::ProcessServices(World::Impl& w, ProcessState& p)
       platform{clock,   loop,    windows, shell,  registry, kernel,
                sockets, network, files,   shares, trace} {}
 
-ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
+ProcessId WorldImpl::Spawn(HostId host, ProgramStart start) {
   if (host >= hosts.size() || !hosts[host]->bUp || bTearingDown) return 0;
   auto prog = programs.find(start.sKind);
   if (prog == programs.end()) return 0;
@@ -311,7 +311,7 @@ ProcessId World::Impl::Spawn(HostId host, ProgramStart start) {
   return p->pid;
 }
 
-bool World::Impl::Kill(ProcessId pid, bool bQuiet) {
+bool WorldImpl::Kill(ProcessId pid, bool bQuiet) {
   ProcessState* p = Proc(pid);
   if (!p || !p->Alive()) return false;
   if (!p->bKillRequested) p->bKilled = !bQuiet;
@@ -333,7 +333,7 @@ bool World::Impl::Kill(ProcessId pid, bool bQuiet) {
   return true;
 }
 
-void World::Impl::Finalize(ProcessState& p) {
+void WorldImpl::Finalize(ProcessState& p) {
   if (!p.Alive()) return;
   p.state = ProcessState::State::Finished;
   p.bEnding = true;
@@ -368,14 +368,14 @@ void World::Impl::Finalize(ProcessState& p) {
   Record(p.host, TranscriptKind::Process, sText);
 }
 
-void World::Impl::KillAll() {
+void WorldImpl::KillAll() {
   std::vector<ProcessId> alive;
   for (const auto& p : processes)
     if (p->Alive()) alive.push_back(p->pid);
   for (auto pid : alive) Kill(pid, true);
 }
 
-ProcessInfo World::Impl::Info(const ProcessState& p) const {
+ProcessInfo WorldImpl::Info(const ProcessState& p) const {
   ProcessInfo i;
   i.pid = p.pid;
   i.host = p.host;
@@ -449,8 +449,7 @@ void SimEventLoop::Tick(ui::Timer* timer, std::uint64_t gen, Nanos due) {
 
 // ---- Transcript ---------------------------------------------------------------------
 
-void World::Impl::Record(std::optional<HostId> host, TranscriptKind kind,
-                         const std::string& sText) {
+void WorldImpl::Record(std::optional<HostId> host, TranscriptKind kind, const std::string& sText) {
   if (bTearingDown) return;
   transcript.Write(now, host && *host < hosts.size() ? std::string_view(hosts[*host]->sName) : "-",
                    kind, sText);

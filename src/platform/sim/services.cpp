@@ -183,7 +183,7 @@ bool SimWindows::SendClose(platform::WindowHandle hWnd) {
   }
   const std::uint64_t gen = ++p_.waitGen;
   owner->waiters.push_back(ProcessState::Waiter{p_.pid, gen, sent});
-  World::Impl& w = w_;
+  WorldImpl& w = w_;
   const HostId host = p_.host;
   const ProcessId sender = p_.pid;
   const ProcessId ownerPid = owner->pid;
@@ -221,17 +221,17 @@ void SimWindows::AttachForm(ui::Form& form) {
   // The guard lives in the form's observer list, so it dies with the form: a form
   // destroyed without DetachForm takes its window with it.
   struct Guard {
-    Guard(World::Impl* pw, std::weak_ptr<WindowRec> r) : w(pw), rec(std::move(r)) {}
+    Guard(WorldImpl* pw, std::weak_ptr<WindowRec> r) : w(pw), rec(std::move(r)) {}
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
-    World::Impl* w;
+    WorldImpl* w;
     std::weak_ptr<WindowRec> rec;
     ~Guard() {
       if (auto r = rec.lock(); r && r->form) w->desktop.RemoveWindow(*w->hosts[r->host], r->hWnd);
     }
   };
   auto guard = std::make_shared<Guard>(&w_, weak);
-  World::Impl* w = &w_;
+  WorldImpl* w = &w_;
   form.AddObserver([w, weak, guard] {
     if (auto r = weak.lock()) w->desktop.FormChanged(*r);
   });
@@ -254,8 +254,8 @@ void SimWindows::MessageBox(const std::string& sTitle, const std::string& sText)
 
 // ---- Shell ------------------------------------------------------------------------------
 
-bool World::Impl::ParseProgramFile(const Bytes& content, std::string& sKind,
-                                   std::vector<std::pair<std::string, std::string>>& options) {
+bool WorldImpl::ParseProgramFile(const Bytes& content, std::string& sKind,
+                                 std::vector<std::pair<std::string, std::string>>& options) {
   std::string s(content.begin(), content.end());
   const auto eol = s.find_first_of("\r\n");
   if (eol != std::string::npos) s.resize(eol);
@@ -285,9 +285,9 @@ bool World::Impl::ParseProgramFile(const Bytes& content, std::string& sKind,
   return true;
 }
 
-StartResult World::Impl::Execute(HostId host, const std::string& sFile,
-                                 const std::string& sParameters, const std::string& sFolder,
-                                 Long lngShowCmd, const std::string& sBase) {
+StartResult WorldImpl::Execute(HostId host, const std::string& sFile,
+                               const std::string& sParameters, const std::string& sFolder,
+                               Long lngShowCmd, const std::string& sBase) {
   StartResult r;
   Resolved res = Resolve(host, sFile, sBase);
   const Disk::Node* node = nullptr;

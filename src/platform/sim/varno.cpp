@@ -29,7 +29,7 @@ Long Millis(double dSeconds) {
 
 }  // namespace
 
-void VarnoProgram(World::Impl& w, platform::Platform& p, const ProgramStart& start) {
+void VarnoProgram(WorldImpl& w, platform::Platform& p, const ProgramStart& start) {
   const Long lngDelay = Millis(NumberOption(start, "window-delay", 2));
   int nRefuse = static_cast<int>(NumberOption(start, "refuse-close", 0));
   const Long lngExit = Millis(NumberOption(start, "exit-after", 0));

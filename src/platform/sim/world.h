@@ -154,8 +154,59 @@ enum class TranscriptKind { Log, Window, Registry, Process, Launch, File, MsgBox
 // "log", "window", "registry", "process", "launch", "file", "msgbox", "net", "note"
 const char* TranscriptKindName(TranscriptKind kind);
 
-// ---- The network facet ----------------------------------------------------------------
+// ---- The hosts facet -------------------------------------------------------------------
 class World;
+class WorldImpl;  // the world's inside (impl.h), for the simulator's own sources only
+// The world's machines: adding and finding hosts, crashes and restarts, the hosts' clocks,
+// computer names and registries; the world owns it and hands it out as World::Hosts().
+class WorldHosts {
+ public:
+  explicit WorldHosts(World& world) : world_(world) {}
+  WorldHosts(const WorldHosts&) = delete;
+  WorldHosts& operator=(const WorldHosts&) = delete;
+
+  // ---- Hosts ----
+  // nullopt when the Winsock name or the address is empty, malformed or taken.
+  std::optional<HostId> AddHost(const HostSetup& setup);
+  // A host with this Winsock name (and computer name), the address given or drawn.
+  std::optional<HostId> AddHost(const std::string& sWinsockName, const std::string& sAddress = "");
+  std::size_t HostCount() const;
+  // By Winsock name (case does not count) or dotted address.
+  std::optional<HostId> FindHost(const std::string& sNameOrAddress) const;
+  const std::string& HostName(HostId host) const;  // Winsock name
+  std::string HostAddress(HostId host) const;
+  bool HostUp(HostId host) const;
+  // The host goes down at once: its processes die without clean-up messages, its
+  // listeners vanish, the peers of its connections see an error, its shares go away.
+  void CrashHost(HostId host);
+  // Brings a crashed host back. With bAutostart, the programs named by the Run values
+  // of its registry (machine first, then user; in value-name order) are started.
+  void RestartHost(HostId host, bool bAutostart = true);
+
+  // ---- Clocks ----
+  DateTime HostTime(HostId host) const;
+  void SetClockSkew(HostId host, double dPpm);
+  // At virtual time `at`, the host's clock jumps by dSeconds (back when negative).
+  void JumpClock(HostId host, Nanos at, double dSeconds);
+  // At virtual time `at`, the host's clock is set to `local`.
+  void SetClock(HostId host, Nanos at, DateTime local);
+
+  // ---- Registry and kernel ----
+  // CreateKey under HKEY_LOCAL_MACHINE fails while denied.
+  void DenyLocalMachine(HostId host, bool bDenied);
+  std::optional<std::string> RegistryValue(HostId host, platform::RegistryRoot root,
+                                           const std::string& sSubKey,
+                                           const std::string& sName) const;
+  void SetRegistryValue(HostId host, platform::RegistryRoot root, const std::string& sSubKey,
+                        const std::string& sName, const std::string& sData);
+  void SetComputerName(HostId host, const std::string& sName);
+  void SetComputerNameFails(HostId host, bool bFails);
+
+ private:
+  World& world_;
+};
+
+// ---- The network facet ----------------------------------------------------------------
 // Names, latencies, partitions and raw connections of the world's network; the world
 // owns it and hands it out as World::Net().
 class WorldNet {
@@ -322,8 +373,6 @@ class World {
   void RunFor(Nanos d);
   // Runs one event; false when there is none.
   bool Step();
-  // The time of the next event, or kForever.
-  Nanos NextEventTime() const;
   // Runs fn at virtual time t (now if t is past) on the scheduler's stack, as a
   // scenario action. fn may call any World method, Call included.
   void At(Nanos t, std::function<void()> fn);
@@ -332,46 +381,13 @@ class World {
   // the process is not alive or ends before fn has finished.
   bool Call(ProcessId pid, std::function<void()> fn);
 
-  // ---- Hosts ----
-  // nullopt when the Winsock name or the address is empty, malformed or taken.
-  std::optional<HostId> AddHost(const HostSetup& setup);
-  // A host with this Winsock name (and computer name), the address given or drawn.
-  std::optional<HostId> AddHost(const std::string& sWinsockName, const std::string& sAddress = "");
-  std::size_t HostCount() const;
-  // By Winsock name (case does not count) or dotted address.
-  std::optional<HostId> FindHost(const std::string& sNameOrAddress) const;
-  const std::string& HostName(HostId host) const;  // Winsock name
-  std::string HostAddress(HostId host) const;
-  bool HostUp(HostId host) const;
-  // The host goes down at once: its processes die without clean-up messages, its
-  // listeners vanish, the peers of its connections see an error, its shares go away.
-  void CrashHost(HostId host);
-  // Brings a crashed host back. With bAutostart, the programs named by the Run values
-  // of its registry (machine first, then user; in value-name order) are started.
-  void RestartHost(HostId host, bool bAutostart = true);
-
-  // ---- Clocks ----
-  DateTime HostTime(HostId host) const;
-  void SetClockSkew(HostId host, double dPpm);
-  // At virtual time `at`, the host's clock jumps by dSeconds (back when negative).
-  void JumpClock(HostId host, Nanos at, double dSeconds);
-  // At virtual time `at`, the host's clock is set to `local`.
-  void SetClock(HostId host, Nanos at, DateTime local);
+  // ---- Hosts, clocks and their registries ----
+  WorldHosts& Hosts() { return hosts_; }
+  const WorldHosts& Hosts() const { return hosts_; }
 
   // ---- Programs, processes and windows ----
   WorldPrograms& Programs() { return programs_; }
   const WorldPrograms& Programs() const { return programs_; }
-
-  // ---- Registry and kernel ----
-  // CreateKey under HKEY_LOCAL_MACHINE fails while denied.
-  void DenyLocalMachine(HostId host, bool bDenied);
-  std::optional<std::string> RegistryValue(HostId host, platform::RegistryRoot root,
-                                           const std::string& sSubKey,
-                                           const std::string& sName) const;
-  void SetRegistryValue(HostId host, platform::RegistryRoot root, const std::string& sSubKey,
-                        const std::string& sName, const std::string& sData);
-  void SetComputerName(HostId host, const std::string& sName);
-  void SetComputerNameFails(HostId host, bool bFails);
 
   // ---- Names and the network ----
   WorldNet& Net() { return net_; }
@@ -395,13 +411,13 @@ class World {
   void Record(std::optional<HostId> host, TranscriptKind kind, const std::string& sText);
   void Note(std::optional<HostId> host, const std::string& sText);
 
-  class Impl;
-
  private:
+  friend class WorldHosts;
   friend class WorldNet;
   friend class WorldFiles;
   friend class WorldPrograms;
-  std::unique_ptr<Impl> impl_;
+  std::unique_ptr<WorldImpl> impl_;
+  WorldHosts hosts_{*this};
   WorldNet net_{*this};
   WorldFiles files_{*this};
   WorldPrograms programs_{*this};

@@ -36,7 +36,7 @@ void WorldNet::SetLatency(HostId a, HostId b, Nanos min, Nanos max) {
 void WorldNet::Partition(HostId from, HostId to, Nanos start, Nanos end) {
   world_.impl_->net.links.Partition(from, to, start, end);
   const auto name = [this](HostId h) {
-    return h == kAnyHost ? std::string("*") : world_.HostName(h);
+    return h == kAnyHost ? std::string("*") : world_.Hosts().HostName(h);
   };
   std::string sText =
       "partition " + name(from) + " -> " + name(to) + " from " + FormatElapsed(start);

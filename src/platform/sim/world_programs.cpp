@@ -108,7 +108,7 @@ std::optional<WindowInfo> WorldPrograms::FindForm(HostId host, const std::string
 
 platform::WindowHandle WorldPrograms::AddWindow(HostId host, const std::string& sClass,
                                                 const std::string& sTitle, int nRefuseClose) {
-  World::Impl& w = *world_.impl_;
+  WorldImpl& w = *world_.impl_;
   if (host >= w.hosts.size() || !w.hosts[host]->bUp) return 0;
   auto rec = std::make_shared<WindowRec>();
   rec->host = host;
@@ -121,7 +121,7 @@ platform::WindowHandle WorldPrograms::AddWindow(HostId host, const std::string& 
 }
 
 bool WorldPrograms::CloseWindow(HostId host, platform::WindowHandle hWnd) {
-  World::Impl& w = *world_.impl_;
+  WorldImpl& w = *world_.impl_;
   auto rec = w.desktop.FindWindow(host, hWnd);
   if (!rec) return false;
   if (rec->owner == 0) {
