@@ -1,5 +1,6 @@
 // The world's pieces on their own: the transcript's text form and writer, the event
-// queue, the links between hosts and the host table.
+// queue, the links between hosts and the host table. The world's own transcript keeping is
+// in scheduler_test.cpp.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -149,24 +150,6 @@ TEST(SimHostTable, FindsHostsByNameWithoutCaseAndByAddress) {
   EXPECT_FALSE(hosts.Free("Pc1", {10, 0, 0, 9}));
   EXPECT_FALSE(hosts.Free("pc9", {10, 0, 0, 1}));
   EXPECT_TRUE(hosts.Free("pc9", {10, 0, 0, 9}));
-}
-
-// A world nobody reads keeps no line, yet its sink sees every one.
-TEST(SimWorldTranscript, StreamsWithoutKeepingWhenAsked) {
-  for (const bool bKeep : {true, false}) {
-    World w(3);
-    const HostId h = *w.Hosts().AddHost("pc1");
-    Strings streamed;
-    w.SetTranscriptSink([&](const std::string& s) { streamed.push_back(s); });
-    w.KeepTranscript(bKeep);
-    w.At(Seconds(1), [&] { w.Note(h, "one"); });
-    w.At(Seconds(2), [&] { w.Note(std::nullopt, "two"); });
-    w.RunUntil(Seconds(3));
-    EXPECT_EQ(streamed.size(), 2u);
-    EXPECT_EQ(w.Transcript(), bKeep ? streamed : Strings{});
-    EXPECT_EQ(w.TakeTranscript(), bKeep ? streamed : Strings{});
-    EXPECT_TRUE(w.Transcript().empty());
-  }
 }
 
 }  // namespace
