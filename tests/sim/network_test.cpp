@@ -279,6 +279,7 @@ TEST(SimNetwork, AddHostKeepsNamesAndAddressesUnique) {
     ASSERT_TRUE(w.Hosts().AddHost("H" + std::to_string(i)).has_value());
   EXPECT_EQ(w.Hosts().FindHost("h9999"), 9999u);
   EXPECT_EQ(w.Hosts().FindHost("10.0.30.98"), 7777u);
+  EXPECT_FALSE(w.Hosts().FindHost("h10000") || w.Hosts().FindHost("10.0.39.17"));
   EXPECT_FALSE(w.Hosts().AddHost("h17").has_value());                          // names are unique
   EXPECT_FALSE(w.Hosts().AddHost("X", w.Hosts().HostAddress(5)).has_value());  // so are addresses
   EXPECT_FALSE(w.Hosts().AddHost("bad name").has_value());

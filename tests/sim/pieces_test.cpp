@@ -1,16 +1,14 @@
 // The world's pieces on their own: the transcript's text form and writer, the event
-// queue, the links between hosts and the host table. The world's own transcript keeping is
-// in scheduler_test.cpp.
+// queue, the links between hosts. The world's own transcript keeping is in
+// scheduler_test.cpp, its host table's look-ups in network_test.cpp.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "platform/sim/event_queue.h"
-#include "platform/sim/host_table.h"
 #include "platform/sim/links.h"
 #include "platform/sim/random.h"
 #include "platform/sim/transcript_text.h"
@@ -129,27 +127,6 @@ TEST(SimLinks, PartitionsWildcardsHealingAndShapedSends) {
   EXPECT_EQ(links.TakeShape(0, 1), Shape::Split);
   EXPECT_EQ(links.TakeShape(0, 1), Shape::Whole);
   EXPECT_EQ(links.TakeShape(1, 0), Shape::Split);
-}
-
-TEST(SimHostTable, FindsHostsByNameWithoutCaseAndByAddress) {
-  HostTable hosts;
-  auto make = [](const std::string& sName, Address a) {
-    auto h = std::make_unique<HostState>();
-    h->sName = sName;
-    h->address = a;
-    return h;
-  };
-  EXPECT_EQ(hosts.Add(make("PC1", {10, 0, 0, 1})), 0u);
-  EXPECT_EQ(hosts.Add(make("pc2", {10, 0, 0, 2})), 1u);
-  EXPECT_EQ(hosts[1]->id, 1u);
-  EXPECT_EQ(hosts.ByName("pc1"), 0u);
-  EXPECT_EQ(hosts.ByName("PC2"), 1u);
-  EXPECT_FALSE(hosts.ByName("pc3"));
-  EXPECT_EQ(hosts.ByAddress({10, 0, 0, 2}), 1u);
-  EXPECT_FALSE(hosts.ByAddress({10, 0, 0, 3}));
-  EXPECT_FALSE(hosts.Free("Pc1", {10, 0, 0, 9}));
-  EXPECT_FALSE(hosts.Free("pc9", {10, 0, 0, 1}));
-  EXPECT_TRUE(hosts.Free("pc9", {10, 0, 0, 9}));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
-// The shell, the stand-in main application, windows, message boxes, the registry, the
-// kernel and the clocks. The stand-in's window delay, exit and kill, clock offsets and
-// steps, and the restart of Run programs are in tests/scenarios/sim-*.scn.
+// The shell, the stand-in main application, windows, message boxes, the registry and the
+// kernel. The stand-in's window delay, exit and kill, clock offsets and steps, and the
+// restart of Run programs are in tests/scenarios/sim-*.scn; processes reading their host's
+// clock in clock-step.scn.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -192,17 +193,6 @@ TEST(SimRegistry, KeysCloseOnceAndTheKernelNameCanFail) {
     EXPECT_FALSE(reg.CloseKey(*key));
     EXPECT_FALSE(reg.SetStringValue(*key, "1", "x"));
     EXPECT_FALSE(d.p->kernel.ComputerName().has_value());
-  });
-}
-
-TEST(SimClock, ProcessesReadTheirHostsClock) {
-  Desk d(31);
-  d.w.Hosts().SetClock(d.h, Seconds(10), DateTime::FromCivil(2026, 1, 6, 23, 59, 59));
-  d.w.RunFor(Seconds(11));
-  EXPECT_EQ(d.w.Hosts().HostTime(d.h).ToText(), "2026-01-07 00:00:00");
-  d.In([&] {
-    EXPECT_EQ(d.p->clock.Now(), d.w.Hosts().HostTime(d.h));
-    EXPECT_DOUBLE_EQ(d.p->clock.SecondsSinceMidnight(), 0);
   });
 }
 
