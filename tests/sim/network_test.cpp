@@ -193,7 +193,8 @@ TEST(SimNetwork, AProcessEndClosesItsConnections) {
 }
 
 // Three sends 100 ms apart, as the receiver sees them. Unread bytes counting again in the
-// next arrival are the seam's contract.
+// next arrival are the seam's contract; a merge only in its own direction is
+// tests/scenarios/merged-and-split-sends.scn.
 TEST(SimNetwork, ArrivalsMergeAndSplit) {
   struct Case {
     const char* sName;
@@ -205,9 +206,6 @@ TEST(SimNetwork, ArrivalsMergeAndSplit) {
       {"merge next two",
        [](Lan& l) { l.w.Net().MergeNextSends(l.h1, l.h2); },
        {"1:6:onetwo", "1:5:three"}},
-      {"merge only in its direction",
-       [](Lan& l) { l.w.Net().MergeNextSends(l.h2, l.h1); },
-       {"1:3:one", "1:3:two", "1:5:three"}},
       {"split next",
        [](Lan& l) { l.w.Net().SplitNextSend(l.h1, l.h2); },
        {"1:1:o", "1:2:ne", "1:3:two", "1:5:three"}},
