@@ -1,7 +1,7 @@
 // The shell, the stand-in main application, windows, message boxes, the registry and the
-// kernel. The stand-in's window delay, exit and kill, clock offsets and steps, and the
-// restart of Run programs are in tests/scenarios/sim-*.scn; processes reading their host's
-// clock in clock-step.scn.
+// kernel. The stand-in's window delay, refusals, exit and kill, the cost of a close
+// request, clock offsets and steps, and the restart of Run programs are in
+// tests/scenarios/sim-*.scn; processes reading their host's clock in clock-step.scn.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -152,29 +152,6 @@ TEST(SimWindows, CloseRequests) {
   d.In([&] { d.p->windows.DetachForm(form); });
   ASSERT_TRUE(d.w.Call(other, [&] { EXPECT_FALSE(q->windows.SendClose(hForm)); }));
   EXPECT_FALSE(d.w.Programs().CloseWindow(d.h, hForm));
-}
-
-// CloseMainApplication's loop (close, pump, look again) against a stand-in that refuses
-// two requests. Each request costs the sender virtual time, so a stand-in that refuses
-// them all cannot stop the clock.
-TEST(SimVarno, RefusesConfiguredCloseRequestsThenEnds) {
-  Desk d(31);
-  const ProcessId varno = d.w.Programs().StartProcess(
-      d.h, "varno", "", "", {{"window-delay", "0"}, {"refuse-close", "2"}});
-  d.w.RunFor(0);
-  int nSends = 0;
-  d.In([&] {
-    auto& ws = d.p->windows;
-    for (auto hWnd = ws.FindWindowByTitle("Varno"); hWnd; hWnd = ws.FindWindowByTitle("Varno")) {
-      EXPECT_TRUE(ws.SendClose(hWnd));
-      d.p->loop.ProcessPendingEvents();
-      ASSERT_LT(++nSends, 100);
-    }
-  });
-  EXPECT_EQ(nSends, 3);
-  EXPECT_GE(d.w.Now(), nSends * Milliseconds(10));
-  d.w.RunFor(Seconds(1));
-  EXPECT_FALSE(d.w.Programs().Alive(varno));
 }
 
 // A key closes once and is of no use after. Writing the Run value, denied or not, and the
