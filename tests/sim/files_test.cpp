@@ -65,7 +65,7 @@ struct Files : Desk {
 
 // Patterns, attributes, reads and copies are the seam's contract (tests/contract). Here
 // what the simulated disk adds: a replaced file keeps its place, relative patterns start
-// in the agent folder, and the system folder can be missing.
+// in the agent folder. The system folder, there or missing: launcher-launch-modes.scn.
 TEST(SimFiles, ListingsAndReads) {
   Files f;
   f.w.Files().WriteFile(f.h1, "C:\\App\\zeta.dll", "z");
@@ -80,10 +80,7 @@ TEST(SimFiles, ListingsAndReads) {
     EXPECT_EQ(names, (Strings{"zeta.dll", "alpha.dll", "Varno2.exe"}));
     EXPECT_FALSE(f.fs->List("Q:\\*", true, true).has_value());
     EXPECT_NE(f.fs->CopyFile("C:\\App", "C:\\b"), 0) << "a folder";
-    EXPECT_EQ(f.fs->SystemFolder(), "C:\\Windows\\System32");
   });
-  f.w.Files().SetSystemFolder(f.h1, std::nullopt);
-  f.In([&] { EXPECT_FALSE(f.fs->SystemFolder().has_value()); });
 }
 
 // A file is replaced whole or not at all: the old and the new one must fit side by side.
