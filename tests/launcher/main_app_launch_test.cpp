@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "desktop.h"
-#include "launcher/launcher.h"
 
 namespace launchagent::testing {
 namespace {
@@ -18,24 +17,24 @@ TEST(GetSystemFolder, IsTheAgentsOwnFolderWhenThereIsNone) {
   for (const std::optional<std::string>& sSystem :
        {std::optional<std::string>("D:\\Sys"), std::optional<std::string>()}) {
     Pc07 pc;
-    pc.World().Files().SetSystemFolder(pc.host, sSystem);
-    pc.Call([&](Agent& agent) {
-      EXPECT_EQ(agent.launcher().mainApp().GetSystemFolder(), sSystem.value_or(kAgentFolder));
+    pc.world.Files().SetSystemFolder(pc.host, sSystem);
+    pc.Call([&](LauncherParts& parts) {
+      EXPECT_EQ(parts.launcher.mainApp().GetSystemFolder(), sSystem.value_or(kAgentFolder));
     });
   }
 }
 
 TEST(LaunchFromLaunchSite, LaunchesFromTheFirstSiteThatOpensAndKeepsACopy) {
   Pc07 pc;
-  AddDesktop(pc.lan, "pc12", {.bMainApp = true});
+  AddDesktop(pc.world, "pc12", {.bMainApp = true});
   // Registry order is name order: pc05 (no site), pc09 (unreachable), pc12.
   std::string sFound;
-  const auto lines = pc.Call([&](Agent& agent) {
-    Register(agent, "pc12", LaunchSiteOf("pc12"));
-    Register(agent, "pc09", LaunchSiteOf("pc09"));
-    Register(agent, "pc05");
-    agent.launcher().mainApp().LaunchFromLaunchSite();
-    sFound = agent.launcher().mainApp().FindMainAppFile();
+  const auto lines = pc.Call([&](LauncherParts& parts) {
+    Register(parts, "pc12", LaunchSiteOf("pc12"));
+    Register(parts, "pc09", LaunchSiteOf("pc09"));
+    Register(parts, "pc05");
+    parts.launcher.mainApp().LaunchFromLaunchSite();
+    sFound = parts.launcher.mainApp().FindMainAppFile();
   });
   EXPECT_EQ(lines,
             (std::vector<std::string>{
@@ -44,9 +43,10 @@ TEST(LaunchFromLaunchSite, LaunchesFromTheFirstSiteThatOpensAndKeepsACopy) {
                 "*** Launching From: " + LaunchSiteOf("pc12"), "*** Launch Successful ***"}));
   // The executable now lies in the agent's own folder under its own name.
   EXPECT_EQ(sFound, "Varno2.exe");
-  const auto apps = MainApps(pc.World(), pc.host);
-  ASSERT_EQ(apps.size(), 1u);
-  EXPECT_EQ(apps[0].sPath, LaunchSiteOf("pc12"));
+  std::vector<std::string> running;
+  for (const sim::ProcessInfo& info : pc.world.Programs().Processes(pc.host))
+    if (info.sKind == kMainAppKind) running.push_back(info.sPath);
+  EXPECT_EQ(running, std::vector<std::string>{LaunchSiteOf("pc12")});
 }
 
 }  // namespace
