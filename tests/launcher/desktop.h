@@ -32,20 +32,25 @@ inline constexpr const char* kMainAppKind = "varno";
 class LauncherParts : public MessageContext, public LauncherForms {
  public:
   explicit LauncherParts(platform::Platform& p)
-      : platform_(p),
-        registry(p.clock, *this, Log(),
+      : registry(p.clock, *this, Log(),
                  [this](Long lngSocket, Long lngAgent) {
                    frmClient().SetAgentIndex(lngSocket, lngAgent);
                  }),
-        launcher(p, *this, registry, *this, bActiveAgentServices, launch_),
-        checkIn_(p, registry, Log(), launch_) {}
+        launcher(p, *this, registry, *this, bActiveAgentServices, launch),
+        checkIn(p, registry, Log(), launch),
+        platform_(p) {}
 
   double SecondsSinceMidnight() override { return platform_.clock.SecondsSinceMidnight(); }
   std::string LocalHostName() override { return frmAgentSetup().Identity().GetHostName(); }
 
   FrmLaunch& frmLaunch() override {
-    if (!launch_form_)
-      launch_form_ = std::make_unique<FrmLaunch>(platform_, *this, launcher, checkIn_);
+    if (!launch_form_) {
+      launch_form_ = std::make_unique<FrmLaunch>(platform_, *this, launcher, checkIn);
+      FrmLaunch& f = *launch_form_;
+      for (ui::Timer* t :
+           {&f.TimerCheckResources, &f.TimerSendMessages, &f.TimerMonitor, &f.TimerVerifyCheckIn})
+        t->SetTimerEnabled(false);
+    }
     return *launch_form_;
   }
   FrmClient& frmClient() override {
@@ -80,6 +85,10 @@ class LauncherParts : public MessageContext, public LauncherForms {
   void OpenAgentSetup() override { frmAgentSetup().Form().Show(); }
 
   bool bActiveAgentServices = true;
+  LaunchGlobals launch;
+  AgentHostInfo registry;
+  Launcher launcher;
+  CheckInVerification checkIn;
 
  private:
   LogActivityFn Log() {
@@ -93,14 +102,6 @@ class LauncherParts : public MessageContext, public LauncherForms {
   }
 
   platform::Platform& platform_;
-  LaunchGlobals launch_;
-
- public:
-  AgentHostInfo registry;
-  Launcher launcher;
-
- private:
-  CheckInVerification checkIn_;
   std::unique_ptr<FrmLaunch> launch_form_;
   std::unique_ptr<FrmClient> client_;
   std::unique_ptr<FrmServer> server_;
@@ -108,34 +109,29 @@ class LauncherParts : public MessageContext, public LauncherForms {
   std::unique_ptr<FrmLANResources> resources_;
 };
 
-struct Desktop {
-  bool bShare = true;     // \\<name>\c reaches C:\ and the share search lists it
-  bool bMainApp = false;  // C:\Launch\Varno2.exe is the stand-in main application
-};
-
-inline sim::HostId AddDesktop(sim::World& world, const std::string& sName,
-                              const Desktop& desktop = {}) {
+// A desktop whose share \\<name>\c reaches C:\; with bMainApp, C:\Launch\Varno2.exe is
+// the stand-in main application.
+inline sim::HostId AddDesktop(sim::World& world, const std::string& sName, bool bMainApp = false) {
   sim::HostSetup setup;
   setup.sWinsockName = sName;
   const sim::HostId host = *world.AddHost(setup);
   world.Files().MakeFolder(host, kAgentFolder);
-  if (desktop.bMainApp)
+  if (bMainApp)
     world.Programs().WriteProgramFile(host, "C:\\Launch\\Varno2.exe", kMainAppKind,
                                       "window-delay=2");
-  if (desktop.bShare) world.Files().AddShare(host, "c", "C:\\");
+  world.Files().AddShare(host, "c", "C:\\");
   return host;
 }
 
 // The desktop pc07 with its launcher in a process of its own.
 class Pc07 {
  public:
-  explicit Pc07(const Desktop& desktop = {}) : host(AddDesktop(world, "pc07", desktop)) {
+  Pc07() : host(AddDesktop(world, "pc07")) {
     world.Programs().RegisterProgram("launcher",
                                      [this](platform::Platform& p, const sim::ProgramStart&) {
                                        LauncherParts parts(p);
                                        parts_ = &parts;
                                        p.loop.Run();
-                                       parts_ = nullptr;
                                      });
     pid_ = world.Programs().StartProcess(host, "launcher", "C:\\Launch\\Launch.exe");
     world.RunFor(0);

@@ -26,7 +26,7 @@ TEST(GetSystemFolder, IsTheAgentsOwnFolderWhenThereIsNone) {
 
 TEST(LaunchFromLaunchSite, LaunchesFromTheFirstSiteThatOpensAndKeepsACopy) {
   Pc07 pc;
-  AddDesktop(pc.world, "pc12", {.bMainApp = true});
+  AddDesktop(pc.world, "pc12", /*bMainApp=*/true);
   // Registry order is name order: pc05 (no site), pc09 (unreachable), pc12.
   std::string sFound;
   const auto lines = pc.Call([&](LauncherParts& parts) {
