@@ -27,7 +27,6 @@
 namespace launchagent::testing {
 
 inline constexpr const char* kAgentFolder = "C:\\Launch";
-inline constexpr const char* kMainAppKind = "varno";
 
 class LauncherParts : public MessageContext, public LauncherForms {
  public:
@@ -109,16 +108,12 @@ class LauncherParts : public MessageContext, public LauncherForms {
   std::unique_ptr<FrmLANResources> resources_;
 };
 
-// A desktop whose share \\<name>\c reaches C:\; with bMainApp, C:\Launch\Varno2.exe is
-// the stand-in main application.
-inline sim::HostId AddDesktop(sim::World& world, const std::string& sName, bool bMainApp = false) {
+// A desktop whose share \\<name>\c reaches C:\ and whose agent folder is C:\Launch.
+inline sim::HostId AddDesktop(sim::World& world, const std::string& sName) {
   sim::HostSetup setup;
   setup.sWinsockName = sName;
   const sim::HostId host = *world.AddHost(setup);
   world.Files().MakeFolder(host, kAgentFolder);
-  if (bMainApp)
-    world.Programs().WriteProgramFile(host, "C:\\Launch\\Varno2.exe", kMainAppKind,
-                                      "window-delay=2");
   world.Files().AddShare(host, "c", "C:\\");
   return host;
 }
@@ -159,19 +154,5 @@ class Pc07 {
   sim::ProcessId pid_ = 0;
   LauncherParts* parts_ = nullptr;
 };
-
-// Puts a description of sHost into the registry, as if it had arrived.
-inline void Register(LauncherParts& parts, const std::string& sHost,
-                     const std::string& sAppPath = "") {
-  auto obj = std::make_shared<clsMsgHostInfo>(parts);
-  obj->SetHostName(sHost);
-  obj->SetAppPath(sAppPath);
-  parts.registry.UpdateAgent(obj);
-}
-
-// The network path under which a desktop offers its main application.
-inline std::string LaunchSiteOf(const std::string& sName) {
-  return "\\\\" + sName + "\\c\\Launch\\Varno2.exe";
-}
 
 }  // namespace launchagent::testing
