@@ -7,23 +7,21 @@
 #include <memory>
 
 #include "desktop.h"
-#include "launcher/launcher.h"
 #include "messages/cls_msg_hello.h"
 #include "messages/cls_msg_user_list.h"
-#include "registry/agent_host_info.h"
 
 namespace launchagent::testing {
 namespace {
 
 TEST(HostInfoExchange, OtherMessagesAndForeignBytesChangeNothing) {
   Pc07 pc;
-  EXPECT_TRUE(pc.Call([](Agent& agent) {
+  EXPECT_TRUE(pc.Call([](LauncherParts& parts) {
                   for (const Bytes& image :
-                       {std::make_shared<clsMsgUserList>(agent)->GetObjectData(),
-                        std::make_shared<clsMsgHello>(agent)->GetObjectData(), Bytes{},
+                       {std::make_shared<clsMsgUserList>(parts)->GetObjectData(),
+                        std::make_shared<clsMsgHello>(parts)->GetObjectData(), Bytes{},
                         Bytes{1, 2, 3, 4, 5}, Bytes(300, 0xff)})
-                    agent.launcher().exchange().ProcessReceivedMessage(1, image);
-                  EXPECT_EQ(agent.agentHostInfo().GetAgentCount(), 0);
+                    parts.launcher.exchange().ProcessReceivedMessage(1, image);
+                  EXPECT_EQ(parts.registry.GetAgentCount(), 0);
                 }).empty());
 }
 

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "desktop.h"
-#include "launcher/launcher.h"
 
 namespace launchagent::testing {
 namespace {
@@ -21,8 +20,8 @@ std::vector<std::string> Table(LanHostTable& launcher) {
 
 TEST(LANHostTable, GrowsByTenAndFindsWithoutCase) {
   Pc07 pc;
-  pc.Call([](Agent& agent) {
-    LanHostTable& launcher = agent.launcher().lanHosts();
+  pc.Call([](LauncherParts& parts) {
+    LanHostTable& launcher = parts.launcher.lanHosts();
     std::vector<std::string> added;
     // Room for ten more whenever the table is full: 10, 20, 30.
     for (int i = 0; i <= 21; ++i) {
@@ -50,32 +49,32 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
       {{}, false, {"HOST", "PC12", "pc20"}},
   };
   for (const auto& [visible, bError, table] : steps) {
-    pc.World().Files().SetVisibleShares(pc.host, visible);
-    pc.World().Files().SetShareSearchError(pc.host, bError);
-    pc.Call([&](Agent& agent) {
-      agent.launcher().lanHosts().RefreshLANHosts();
-      EXPECT_EQ(Table(agent.launcher().lanHosts()), table);
+    pc.world.Files().SetVisibleShares(pc.host, visible);
+    pc.world.Files().SetShareSearchError(pc.host, bError);
+    pc.Call([&](LauncherParts& parts) {
+      parts.launcher.lanHosts().RefreshLANHosts();
+      EXPECT_EQ(Table(parts.launcher.lanHosts()), table);
     });
   }
 }
 
 TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) {
   Pc07 pc;
-  AddDesktop(pc.lan, "pc12");
+  AddDesktop(pc.world, "pc12");
   // An unknown name still gets its entry, with no address.
   const std::pair<std::string, std::string> entries[] = {
-      {"PC12", pc.World().Hosts().HostAddress(*pc.World().Hosts().FindHost("pc12"))},
-      {"pc07", pc.World().Hosts().HostAddress(pc.host)},
+      {"PC12", pc.world.Hosts().HostAddress(*pc.world.Hosts().FindHost("pc12"))},
+      {"pc07", pc.world.Hosts().HostAddress(pc.host)},
       {"nowhere", ""}};
-  pc.Call([&](Agent& agent) {
-    for (const auto& entry : entries) agent.launcher().lanHosts().AddLANHost(entry.first);
+  pc.Call([&](LauncherParts& parts) {
+    for (const auto& entry : entries) parts.launcher.lanHosts().AddLANHost(entry.first);
     // Registering again adds nothing.
-    agent.launcher().lanHosts().RegisterLANHosts();
-    agent.launcher().lanHosts().RegisterLANHosts();
-    ASSERT_EQ(agent.agentHostInfo().GetAgentCount(), 3);
+    parts.launcher.lanHosts().RegisterLANHosts();
+    parts.launcher.lanHosts().RegisterLANHosts();
+    ASSERT_EQ(parts.registry.GetAgentCount(), 3);
     for (const auto& [sName, sAddress] : entries) {
       std::shared_ptr<clsMsgHostInfo> obj;
-      ASSERT_TRUE(agent.agentHostInfo().GetAgentHostInfoByName(sName, obj));
+      ASSERT_TRUE(parts.registry.GetAgentHostInfoByName(sName, obj));
       EXPECT_EQ(obj->GetHostName(), sName);
       EXPECT_EQ(obj->GetIPAddress(), sAddress);
     }

@@ -1,5 +1,6 @@
 // The agent registry on its own: a fixed clock, a message context, and the log lines and
-// socket positions it reports upward.
+// socket positions it reports upward. The cycle through the agent ports is in
+// tests/scenarios/connect-trials.scn.
 #include "registry/agent_host_info.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,6 @@
 
 #include "messages/cls_msg_host_info.h"
 #include "messages/message_context.h"
-#include "registry/agent_ports.h"
 #include "registry/cls_agent_info.h"
 
 namespace launchagent {
@@ -192,16 +192,6 @@ TEST_F(AgentHostInfoTest, PortsOutsideTheAgentRangeComeBackAsTheDefaultAndAreRew
     EXPECT_EQ(lngIndex, 1);
     EXPECT_EQ(nPort, c.nAnswered) << c.nStored;
     EXPECT_EQ(registry_->GetAgentRecord(1)->GetPort(), c.nAnswered) << c.nStored;
-  }
-}
-
-TEST(AgentPorts, NextPortStepsThroughTheRangeAndWraps) {
-  const std::pair<Integer, Integer> cases[] = {{1230, 1231}, {1234, 1235}, {1235, 1230},
-                                               {1300, 1230}, {1000, 1001}, {-5, -4}};
-  for (const auto& [nIn, nOut] : cases) {
-    Integer nPort = nIn;
-    NextAgentPort(nPort);
-    EXPECT_EQ(nPort, nOut) << nIn;
   }
 }
 

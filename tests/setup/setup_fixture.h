@@ -38,13 +38,8 @@ class SetupParts : public MessageContext {
       FrmAgentSetup::Links links{
           [this] { return static_cast<Integer>(lanHosts.size()); },
           [this](Integer n) { return lanHosts.at(static_cast<std::size_t>(n - 1)); },
-          // The launcher's refresh only adds what its share search newly found.
-          [this] {
-            for (const std::string& s : lanHostsFound)
-              if (std::find(lanHosts.begin(), lanHosts.end(), s) == lanHosts.end())
-                lanHosts.push_back(s);
-          },
-          [] {}};
+          // The launcher's share search is not here: a refresh finds nothing new.
+          [] {}, [] {}};
       window_ = std::make_unique<FrmAgentSetup>(
           platform_, registry_, *this, [](const std::string&, Integer) {}, bActiveAgentServices,
           std::move(links));
@@ -53,7 +48,7 @@ class SetupParts : public MessageContext {
   }
 
   bool bActiveAgentServices = false;
-  std::vector<std::string> lanHosts, lanHostsFound;
+  std::vector<std::string> lanHosts;
 
  private:
   platform::Platform& platform_;

@@ -1,6 +1,6 @@
 #pragma once
-// A simulated LAN with agents on named hosts, for tests that need real timers and real
-// virtual sockets. Header only: any test folder can include it.
+// A simulated LAN with whole agents on named hosts, for the benchmarks (bench/) that
+// measure them with real timers and real virtual sockets. Header only.
 //
 //   AgentOnSim lan;
 //   lan.AddHost("PC1");

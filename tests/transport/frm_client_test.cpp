@@ -1,4 +1,7 @@
-// The TCP client against transports and unreachable hosts of a simulated LAN.
+// The TCP client against transports and unreachable hosts of a simulated LAN. The first
+// send to a host (an attempt on the next socket at the registry's port, then a warning even
+// where an agent listens) and the trial cycle are in tests/scenarios/connect-trials.scn,
+// host-info-exchange.scn and start-up-timers.scn.
 #include "transport/frm_client.h"
 
 #include "transport_lan.h"
@@ -10,11 +13,11 @@ class FrmClientTest : public TransportTest {
  protected:
   // One SendMessage from PC1 to PC9; the log lines it wrote.
   Lines SendMessage(Integer& nPort, bool bUseAgentPort) {
-    const std::size_t nMark = lan_->LogMark("PC1");
+    const std::size_t nMark = LogMark("PC1");
     Call("PC1", [&](Node& node) {
       node.frmClient().SendMessage("PC9", "", nPort, HostInfoImage(node, "PC1"), bUseAgentPort);
     });
-    return lan_->LogLinesSince("PC1", nMark);
+    return LogLinesSince("PC1", nMark);
   }
   // The attempt (when nAttemptPort is not 0) and the warning of one SendMessage to PC9.
   static Lines PortLines(int nAttemptPort, int nWarnPort, int nSocket) {
@@ -26,40 +29,10 @@ class FrmClientTest : public TransportTest {
   }
 };
 
-// The trial cycle against hosts that do not answer is in tests/scenarios/connect-trials.scn.
-TEST_F(FrmClientTest, TheFirstSendToEachHostLogsTheAttemptOnTheNextSocketThenTheWarning) {
-  // Whether an agent listens there or not, a connection is never ready at once. The port
-  // is the registry's answer: a stored one in the agent range, else 1230.
-  NewLan({"PC1", "PC7"}, {"PC2", "PC3", "PC4"});
-  const struct {
-    const char* sHost;
-    Integer nStoredPort;  // 0: not yet known
-    Integer nTried;
-  } cases[] = {{"PC7", 0, 1230}, {"PC4", 0, 1230}, {"PC2", 1236, 1230}, {"PC3", 1233, 1233}};
-  Long lngSocket = 0;
-  for (const auto& c : cases) {
-    if (c.nStoredPort != 0) {
-      Call("PC1", [&](Node& node) {
-        Register(node, c.sHost);
-        node.agentHostInfo().SetAgentPort(c.sHost, c.nStoredPort);
-      });
-    }
-    EXPECT_EQ(SendEx("PC1", c.sHost),
-              (Lines{Attempt(c.sHost, c.nTried, ++lngSocket), Warning(c.sHost)}));
-    const auto objRecord = Record("PC1", c.sHost);
-    ASSERT_TRUE(objRecord) << c.sHost;
-    EXPECT_EQ(objRecord->GetPort(), c.nTried) << c.sHost;
-    EXPECT_EQ(objRecord->GetSocketIndex(), lngSocket) << c.sHost;
-    EXPECT_EQ(objRecord->GetConnectTrials(), 0) << c.sHost;
-  }
-  Run(sim::Seconds(5));
-  EXPECT_TRUE(HostInfoLines("PC7").empty());
-}
-
 TEST_F(FrmClientTest, TheAddressIsWhereTheConnectionGoesWhileTheLogNamesTheHost) {
   NewLan({"PC1", "PC7"});
-  lan_->AddHost("OTHER", "10.0.0.77");
-  ASSERT_NE(lan_->StartAgent("OTHER"), 0);
+  AddHost("OTHER", "10.0.0.77");
+  ASSERT_NE(StartAgent("OTHER"), 0);
   EXPECT_EQ(SendEx("PC1", "PC7", "10.0.0.77"), (Lines{Attempt("PC7", 1230, 1), Warning("PC7")}));
   Run();
   // Once connected, every send goes through.
@@ -75,7 +48,7 @@ TEST_F(FrmClientTest, TheAddressIsWhereTheConnectionGoesWhileTheLogNamesTheHost)
 TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
   NewLan({"PC1", "PC7"});
   Services("PC1", false);
-  const std::size_t nMark = lan_->LogMark("PC1");
+  const std::size_t nMark = LogMark("PC1");
   Call("PC1", [](Node& node) {
     const Bytes image = HostInfoImage(node, "PC1");
     node.frmClient().SendMessageEx("PC7", "", image);
@@ -86,7 +59,7 @@ TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
     EXPECT_EQ(node.frmClient().tcpClient().UBound(), 0);
   });
   Run(sim::Seconds(5));
-  EXPECT_TRUE(lan_->LogLinesSince("PC1", nMark).empty());
+  EXPECT_TRUE(LogLinesSince("PC1", nMark).empty());
   EXPECT_TRUE(HostInfoLines("PC7").empty());
 }
 

@@ -11,9 +11,9 @@ using FrmServerTest = TransportTest;
 TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
   // A peer that connects, goes away and connects again.
   ConnectedPair();
-  ASSERT_TRUE(lan_->Kill("PCA"));
+  ASSERT_TRUE(Kill("PCA"));
   Run();
-  ASSERT_NE(lan_->StartAgent("PCA"), 0);
+  ASSERT_NE(StartAgent("PCA"), 0);
   SendEx("PCA", "PCB");
   Run();
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
@@ -31,10 +31,10 @@ TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
 TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   ConnectedPair();
   Services("PCB", false);
-  const std::size_t nMark = lan_->LogMark("PCB");
+  const std::size_t nMark = LogMark("PCB");
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
-  EXPECT_TRUE(lan_->LogLinesSince("PCB", nMark).empty());
+  EXPECT_TRUE(LogLinesSince("PCB", nMark).empty());
 
   // Back on: the waiting bytes come with the next image, and the two read as one.
   Services("PCB", true);
@@ -50,7 +50,7 @@ TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   Services("PCB", false);
   SendEx("PCA", "PCB");
   Run();
-  ASSERT_TRUE(lan_->Kill("PCA"));
+  ASSERT_TRUE(Kill("PCA"));
   Run();
   Services("PCB", true);
   ReadWaiting("PCB", true);
@@ -80,7 +80,7 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
     EXPECT_EQ(HostInfoLines("PCA").size(), c.nLines) << c.sCase;
   }
   // What waits on the outgoing connection is not read once the peer has closed it.
-  ASSERT_TRUE(lan_->Kill("PCB"));
+  ASSERT_TRUE(Kill("PCB"));
   Run();
   Services("PCA", true);
   ReadWaiting("PCA", false);

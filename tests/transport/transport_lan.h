@@ -100,66 +100,49 @@ inline Bytes HostInfoImage(Node& node, const std::string& sHostName) {
   return objMsg->GetObjectData();
 }
 
-// Hosts by name, each with a transport that lives on its own process.
-class TransportLan {
- public:
-  TransportLan() {
-    world_.Programs().RegisterProgram("transport",
-                                      [this](platform::Platform& p, const sim::ProgramStart& s) {
-                                        Node node(p, s.sParameters, logs_[s.sParameters]);
-                                        nodes_[s.pid] = &node;
-                                        struct Leave {
-                                          std::map<sim::ProcessId, Node*>& nodes;
-                                          sim::ProcessId pid;
-                                          ~Leave() { nodes.erase(pid); }
-                                        } leave{nodes_, s.pid};
-                                        p.loop.Run();
-                                      });
+// A fresh LAN per case: hosts by name, each transport on a process of its own.
+class TransportTest : public ::testing::Test {
+ protected:
+  // A new LAN: a transport on each host of agents, none on the others.
+  void NewLan(const Lines& agents, const Lines& others = {}) {
+    world_.reset();  // first: its processes still find the tables below
+    logs_.clear();
+    hosts_.clear();
+    processes_.clear();
+    world_.emplace(1);
+    world_->Programs().RegisterProgram("transport",
+                                       [this](platform::Platform& p, const sim::ProgramStart& s) {
+                                         Node node(p, s.sParameters, logs_[s.sParameters]);
+                                         nodes_[s.pid] = &node;
+                                         struct Leave {
+                                           std::map<sim::ProcessId, Node*>& nodes;
+                                           sim::ProcessId pid;
+                                           ~Leave() { nodes.erase(pid); }
+                                         } leave{nodes_, s.pid};
+                                         p.loop.Run();
+                                       });
+    for (const std::string& s : agents) AddHost(s);
+    for (const std::string& s : others) AddHost(s);
+    for (const std::string& s : agents) ASSERT_NE(StartAgent(s), 0) << s;
   }
   void AddHost(const std::string& sName, const std::string& sAddress = "") {
     sim::HostSetup host;
     host.sWinsockName = sName;
     host.sAddress = sAddress;
-    hosts_[sName] = *world_.Hosts().AddHost(host);
+    hosts_[sName] = *world_->Hosts().AddHost(host);
   }
   sim::ProcessId StartAgent(const std::string& sName) {
-    const sim::ProcessId pid = world_.Programs().StartProcess(hosts_.at(sName), "transport",
-                                                              "C:\\Launch\\Launch.exe", sName);
+    const sim::ProcessId pid = world_->Programs().StartProcess(hosts_.at(sName), "transport",
+                                                               "C:\\Launch\\Launch.exe", sName);
     processes_[sName] = pid;
-    world_.RunFor(0);
+    world_->RunFor(0);
     return pid;
   }
-  bool Kill(const std::string& sName) { return world_.Programs().Kill(processes_[sName]); }
-  bool Call(const std::string& sName, const std::function<void(Node&)>& fn) {
-    const sim::ProcessId pid = processes_[sName];
-    return pid != 0 && world_.Call(pid, [&] {
-      if (auto it = nodes_.find(pid); it != nodes_.end()) fn(*it->second);
-    });
-  }
-  void RunFor(sim::Nanos d) { world_.RunFor(d); }
+  bool Kill(const std::string& sName) { return world_->Programs().Kill(processes_[sName]); }
   std::size_t LogMark(const std::string& sName) { return logs_[sName].size(); }
   Lines LogLinesSince(const std::string& sName, std::size_t nMark) {
     const Lines& log = logs_[sName];
     return nMark >= log.size() ? Lines{} : Lines(log.begin() + static_cast<long>(nMark), log.end());
-  }
-
- private:
-  std::map<std::string, Lines> logs_;
-  std::map<std::string, sim::HostId> hosts_;
-  std::map<std::string, sim::ProcessId> processes_;
-  std::map<sim::ProcessId, Node*> nodes_;
-  // Last, so it goes first: ending its processes still finds the tables above.
-  sim::World world_{1};
-};
-
-class TransportTest : public ::testing::Test {
- protected:
-  // A new LAN: a transport on each host of agents, none on the others.
-  void NewLan(const Lines& agents, const Lines& others = {}) {
-    lan_.emplace();
-    for (const std::string& s : agents) lan_->AddHost(s);
-    for (const std::string& s : others) lan_->AddHost(s);
-    for (const std::string& s : agents) ASSERT_NE(lan_->StartAgent(s), 0) << s;
   }
   // PCA's first send to PCB, and the second that it takes for the connection to stand.
   void ConnectedPair() {
@@ -167,9 +150,12 @@ class TransportTest : public ::testing::Test {
     SendEx("PCA", "PCB");
     Run();
   }
-  void Run(sim::Nanos d = sim::Seconds(1)) { lan_->RunFor(d); }
+  void Run(sim::Nanos d = sim::Seconds(1)) { world_->RunFor(d); }
   void Call(const std::string& sHost, const std::function<void(Node&)>& fn) {
-    EXPECT_TRUE(lan_->Call(sHost, fn)) << sHost;
+    const sim::ProcessId pid = processes_[sHost];
+    EXPECT_TRUE(pid != 0 && world_->Call(pid, [&] {
+      if (auto it = nodes_.find(pid); it != nodes_.end()) fn(*it->second);
+    })) << sHost;
   }
   void Services(const std::string& sHost, bool bOn) {
     Call(sHost, [=](Node& node) { node.bActiveAgentServices = bOn; });
@@ -185,16 +171,16 @@ class TransportTest : public ::testing::Test {
   }
   // One SendMessageEx from sFrom to sTo with sFrom's image; the log lines it wrote.
   Lines SendEx(const std::string& sFrom, const std::string& sTo, const std::string& sAddress = "") {
-    const std::size_t nMark = lan_->LogMark(sFrom);
+    const std::size_t nMark = LogMark(sFrom);
     Call(sFrom, [&](Node& node) {
       node.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(node, sFrom));
     });
-    return lan_->LogLinesSince(sFrom, nMark);
+    return LogLinesSince(sFrom, nMark);
   }
   // The host information that reached sHost after nMark.
   Lines HostInfoLines(const std::string& sHost, std::size_t nMark = 0) {
     Lines out;
-    for (const std::string& s : lan_->LogLinesSince(sHost, nMark))
+    for (const std::string& s : LogLinesSince(sHost, nMark))
       if (s.rfind("HostInfoFrom=", 0) == 0) out.push_back(s);
     return out;
   }
@@ -213,7 +199,12 @@ class TransportTest : public ::testing::Test {
     node.agentHostInfo().RegisterAgent(objMsg);
   }
 
-  std::optional<TransportLan> lan_;
+  std::map<std::string, Lines> logs_;
+  std::map<std::string, sim::HostId> hosts_;
+  std::map<std::string, sim::ProcessId> processes_;
+  std::map<sim::ProcessId, Node*> nodes_;
+  // Last, so it goes first: ending its processes still finds the tables above.
+  std::optional<sim::World> world_;
 };
 
 }  // namespace launchagent::testing
