@@ -44,6 +44,24 @@ TEST(Transcript, ParsesTheWorldsLines) {
   EXPECT_EQ(ParseTranscript({"x", "00:00:01.000 a log y", "z"}).size(), 1u);
 }
 
+// Each expectation (line 4, chain lines after it) against the transcript, with part of
+// the failure message ("": met). A failure names the expectation's line and text.
+void ExpectOutcomes(const std::vector<std::string>& transcript,
+                    const std::vector<std::pair<std::string, std::string>>& cases) {
+  for (const auto& [sExpect, sWhyPart] : cases) {
+    const ParseResult r =
+        ParseScenario("host pc07\nhost pc12\nrun until 00:05:00\n" + sExpect + "\n", "t.scn");
+    ASSERT_TRUE(r.Ok()) << sExpect << ": " << r.errors[0].sMessage;
+    const auto failures = CheckExpectations(r.scenario, ParseTranscript(transcript));
+    ASSERT_EQ(failures.size(), sWhyPart.empty() ? 0u : 1u) << sExpect;
+    if (failures.empty()) continue;
+    EXPECT_EQ(failures[0].nLine, 4);
+    EXPECT_NE(failures[0].sMessage.find(sExpect.substr(0, sExpect.find('\n'))), std::string::npos)
+        << failures[0].sMessage;
+    EXPECT_NE(failures[0].sMessage.find(sWhyPart), std::string::npos) << failures[0].sMessage;
+  }
+}
+
 TEST(Expectations, AreMetOrNamedWithTheReason) {
   const std::vector<std::string> transcript = {
       "00:00:00.500 pc07 window shown frmLaunch \"Launch Service for Varno\"",
@@ -55,7 +73,6 @@ TEST(Expectations, AreMetOrNamedWithTheReason) {
       "00:01:01.000 pc12 log Winsock.dll is not responding.",
       "00:01:02.000 pc12 registry HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Run 1=x",
   };
-  // Each expectation line against the transcript, with part of the failure message.
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"expect pc07 log \"Verification completed.\"", ""},
       {"expect PC07 log \"Verification completed.\"", ""},
@@ -78,17 +95,7 @@ TEST(Expectations, AreMetOrNamedWithTheReason) {
       {"expect pc12 registry contains \"Run\" after 00:01:02", ""},
       {"expect pc12 registry contains \"Run\" after 00:01:02.001", "from 00:01:02.001"},
   };
-  for (const auto& [sExpect, sWhyPart] : cases) {
-    const ParseResult r =
-        ParseScenario("host pc07\nhost pc12\nrun until 00:05:00\n" + sExpect + "\n", "t.scn");
-    ASSERT_TRUE(r.Ok()) << sExpect << ": " << r.errors[0].sMessage;
-    const auto failures = CheckExpectations(r.scenario, ParseTranscript(transcript));
-    ASSERT_EQ(failures.size(), sWhyPart.empty() ? 0u : 1u) << sExpect;
-    if (failures.empty()) continue;
-    EXPECT_EQ(failures[0].nLine, 4);
-    EXPECT_NE(failures[0].sMessage.find(sExpect), std::string::npos) << failures[0].sMessage;
-    EXPECT_NE(failures[0].sMessage.find(sWhyPart), std::string::npos) << failures[0].sMessage;
-  }
+  ExpectOutcomes(transcript, cases);
 }
 
 TEST(Expectations, FollowInOrder) {
@@ -97,7 +104,7 @@ TEST(Expectations, FollowInOrder) {
       "00:00:02.000 pc07 log A", "00:00:02.000 pc07 log C", "00:00:03.000 pc12 log Y",
       "00:00:03.000 pc07 log B",
   };
-  // An expectation with its chain lines, and part of the failure message ("": met).
+  // An expectation with its chain lines.
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"expect pc07 log \"A\"\nnext pc07 log \"B\"", ""},  // pc12's line in between
       {"expect pc07 log \"A\"\nnext * log \"X\"", "no 'next' line of line 5"},
@@ -111,15 +118,7 @@ TEST(Expectations, FollowInOrder) {
       {"expect pc07 log \"A\" after 00:00:02\nnext pc07 log \"B\"", "no 'next' line of line 5"},
       {"expect pc07 log \"Z\"\nthen pc07 log \"A\"", "no matching line during the run"},
   };
-  for (const auto& [sExpect, sWhyPart] : cases) {
-    const ParseResult r =
-        ParseScenario("host pc07\nhost pc12\nrun until 00:05:00\n" + sExpect + "\n", "t.scn");
-    ASSERT_TRUE(r.Ok()) << sExpect << ": " << r.errors[0].sMessage;
-    const auto failures = CheckExpectations(r.scenario, ParseTranscript(transcript));
-    ASSERT_EQ(failures.size(), sWhyPart.empty() ? 0u : 1u) << sExpect;
-    if (failures.empty()) continue;
-    EXPECT_NE(failures[0].sMessage.find(sWhyPart), std::string::npos) << failures[0].sMessage;
-  }
+  ExpectOutcomes(transcript, cases);
 }
 
 TEST(Expectations, FirstDifferenceOfTwoRuns) {
@@ -132,23 +131,35 @@ TEST(Expectations, FirstDifferenceOfTwoRuns) {
 }
 
 TEST(CommandLine, OptionsAndMistakes) {
-  // The arguments and part of the error; none when they are taken.
-  const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
-      {{"a.scn"}, ""},
-      {{"--check", "--quiet", "--net", "--determinism", "--seed", "7", "a.scn"}, ""},
-      {{"--seed=9", "a.scn"}, ""},
-      {{"--help"}, ""},
-      {{}, "no scenario file"},
-      {{"--seed"}, "--seed needs a number"},
-      {{"--seed", "x", "a.scn"}, "whole number"},
-      {{"--seed=-1", "a.scn"}, "whole number"},
-      {{"--fast", "a.scn"}, "unknown option '--fast'"},
-      {{"a.scn", "b.scn"}, "one scenario file only"},
+  // The arguments, the report page named, and part of the error (none when taken).
+  struct Case {
+    std::vector<std::string> args;
+    std::string sReport, sError;
   };
-  for (const auto& [args, sErrorPart] : cases) {
+  const std::vector<Case> cases = {
+      {{"a.scn"}, "", ""},
+      {{"--check", "--quiet", "--net", "--determinism", "--seed", "7", "a.scn"}, "", ""},
+      {{"--seed=9", "a.scn"}, "", ""},
+      {{"--report", "r.html", "a.scn"}, "r.html", ""},
+      {{"a.scn", "--report=out/r.html", "--quiet"}, "out/r.html", ""},
+      {{}, "", "no scenario file"},
+      {{"--seed"}, "", "--seed needs a number"},
+      {{"--seed", "x", "a.scn"}, "", "whole number"},
+      {{"--seed=-1", "a.scn"}, "", "whole number"},
+      {{"--fast", "a.scn"}, "", "unknown option '--fast'"},
+      {{"a.scn", "b.scn"}, "", "one scenario file only"},
+      {{"a.scn", "--report"}, "", "--report needs a file name"},
+      {{"--report=", "a.scn"}, "", "--report needs a file name"},
+      {{"--report", "a.scn"}, "", "no scenario file"},  // the page is never the scenario
+  };
+  for (const Case& c : cases) {
     std::string sError;
-    ASSERT_EQ(ParseCommandLine(args, sError).has_value(), sErrorPart.empty()) << sError;
-    EXPECT_NE(sError.find(sErrorPart), std::string::npos) << sError;
+    const auto cl = ParseCommandLine(c.args, sError);
+    ASSERT_EQ(cl.has_value(), c.sError.empty()) << sError;
+    EXPECT_NE(sError.find(c.sError), std::string::npos) << sError;
+    if (!cl) continue;
+    EXPECT_EQ(cl->sReport, c.sReport);
+    EXPECT_EQ(cl->sFile, "a.scn");
   }
   std::string sError;
   const auto cl = ParseCommandLine({"--check", "--seed", "7", "x.scn"}, sError);
@@ -156,8 +167,9 @@ TEST(CommandLine, OptionsAndMistakes) {
   EXPECT_TRUE(cl->bCheck);
   EXPECT_FALSE(cl->bQuiet);
   EXPECT_EQ(cl->lngSeed, 7u);
-  EXPECT_EQ(cl->sFile, "x.scn");
+  EXPECT_TRUE(ParseCommandLine({"--help"}, sError).value().bHelp);
   EXPECT_NE(UsageText().find("--determinism"), std::string::npos);
+  EXPECT_NE(UsageText().find("--report OUT.html"), std::string::npos);
 }
 
 }  // namespace

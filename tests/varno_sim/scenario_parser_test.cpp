@@ -26,6 +26,9 @@ std::string Errors(const ParseResult& r) {
   return s;
 }
 
+// Statements whose every word a scenario file's run would not show; registry, system
+// folder, clicks, typing, merged sends and expectations are checked by their own
+// scenarios (tests/scenarios) and the expectation tests.
 TEST(ScenarioParser, ReadsAWholeScenario) {
   const ParseResult r = Parse(R"(# three desktops
 seed 42
@@ -33,7 +36,6 @@ start 2002-05-03 09:30:00
 net-events on
 
 host pc07
-  computer-name PC07-DESK
   address 192.168.0.7
   clock-offset -00:00:05
   clock-skew 50
@@ -48,9 +50,7 @@ host pc07
   share \\PC07\data -> C:\Data unreadable
   visible-shares \\pc07\c bad-name \\pc12\data
   share-search time=3s error
-  registry denied
   sockets version=1.0 max-sockets=0 cleanup-fails lookup-fails=pc12,* lookup-time=250ms
-  system-folder missing
   disk C: capacity=10MB
   window ExploreWClass "Varno" refuse-close=all
   name-entry printer 192.168.0.99
@@ -66,14 +66,8 @@ at 00:02:00 send pc12 -> pc07:1231 hex 0a 0B ff
 at 00:02:01 send pc12 -> pc07 bag
 | MsgType=4
 | HostName=pc12 # not a comment
-at 00:03:00 click pc07 frmAgentSetup.cmdOk
-at 00:03:01 select pc07 frmAgentSetup.lstActive 0 2
-at 00:03:02 type pc07 frmAgentSetup.txtHostName "pc 12"
-at 00:03:03 merge-next pc07 -> pc12
+at 00:03:00 select pc07 frmAgentSetup.lstActive 0 2
 run until 00:05:00
-expect pc07 log "Launch Service for Varno" before 00:00:05
-expect never * log contains "ERROR"
-expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 times 3
 )");
   ASSERT_TRUE(r.Ok()) << Errors(r);
   const Scenario& s = r.scenario;
@@ -83,9 +77,8 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_EQ(s.hosts[1].sAgentFolder, kDefaultAgentFolder);
 
   const HostSetup& h = s.hosts[0];
-  EXPECT_EQ(
-      std::tie(h.sName, h.sComputerName, h.sAddress, h.clockOffset, h.sAgentFolder),
-      std::make_tuple("pc07", "PC07-DESK", "192.168.0.7", -5 * kS, "C:\\Program Files\\Launch"));
+  EXPECT_EQ(std::tie(h.sName, h.sAddress, h.clockOffset, h.sAgentFolder),
+            std::make_tuple("pc07", "192.168.0.7", -5 * kS, "C:\\Program Files\\Launch"));
   EXPECT_DOUBLE_EQ(h.dClockSkewPpm, 50);
   ASSERT_EQ(h.files.size(), 3u);
   EXPECT_EQ(h.files[0].sProgram, "varno");
@@ -101,7 +94,7 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_EQ(*h.visibleShares,
             (std::vector<std::string>{"\\\\pc07\\c", "bad-name", "\\\\pc12\\data"}));
   EXPECT_EQ(h.shareSearchTime, 3 * kS);
-  EXPECT_TRUE(h.bShareSearchError && h.bRegistryDenied && h.bSystemFolderMissing);
+  EXPECT_TRUE(h.bShareSearchError);
   const auto& k = h.sockets;
   EXPECT_EQ(std::tie(k.wVersion, k.lngMaxSockets, k.bCleanupFails, k.bAllLookupsFail, k.lookupTime),
             std::make_tuple(0x0001, 0, true, true, kS / 4));
@@ -113,7 +106,7 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   ASSERT_EQ(h.names.size(), 1u);
   EXPECT_EQ(h.names[0].sAddress, "192.168.0.99");
 
-  ASSERT_EQ(s.steps.size(), 12u);
+  ASSERT_EQ(s.steps.size(), 9u);
   EXPECT_EQ(std::get<act::StartAgent>(s.steps[1].action.what).sFolder, "C:\\Agent");
   const auto& start = std::get<act::Start>(s.steps[2].action.what);
   EXPECT_EQ(std::tie(start.sPath, start.sParameters),
@@ -132,25 +125,9 @@ expect pc07 log contains "Verifying Agent CheckIn (" between 00:00:00 00:01:05 t
   EXPECT_EQ(sent.nPort, 1230);
   EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
   EXPECT_EQ(bag.ReadProperty("HostName"), "pc12 # not a comment");
-  const auto& click = std::get<act::Click>(s.steps[7].action.what);
-  EXPECT_EQ(click.sForm + "." + click.sControl, "frmAgentSetup.cmdOk");
-  EXPECT_EQ(std::get<act::Select>(s.steps[8].action.what).indexes, (std::vector<int>{0, 2}));
-  EXPECT_EQ(std::get<act::Type>(s.steps[9].action.what).sText, "pc 12");
-  EXPECT_TRUE(std::holds_alternative<act::MergeNextSends>(s.steps[10].action.what));
-  EXPECT_EQ(s.steps[10].action.sPeer, "pc12");
-  EXPECT_TRUE(s.steps[11].bRunUntil);
+  EXPECT_EQ(std::get<act::Select>(s.steps[7].action.what).indexes, (std::vector<int>{0, 2}));
+  EXPECT_TRUE(s.steps[8].bRunUntil);
   EXPECT_EQ(s.EndTime(), 300 * kS);
-
-  ASSERT_EQ(s.expectations.size(), 3u);
-  EXPECT_EQ(s.expectations[0].to, 5 * kS);
-  EXPECT_FALSE(s.expectations[0].bContains);
-  EXPECT_TRUE(s.expectations[1].bNever);
-  EXPECT_EQ(s.expectations[1].sHost, "*");
-  const Expectation& e = s.expectations[2];
-  EXPECT_EQ(std::tie(e.nTimes, e.to, e.nLine), std::make_tuple(3, 65 * kS, 47));
-  EXPECT_EQ(
-      e.sSource,
-      "expect pc07 log contains \"Verifying Agent CheckIn (\" between 00:00:00 00:01:05 times 3");
 }
 
 TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
@@ -222,7 +199,8 @@ TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
   }
 }
 
-// Changes during the run take the words of the host statements they change.
+// Changes during the run take the words of the host statements they change; the forms
+// that tests/scenarios/change-*.scn and send-kept-connection.scn do not run.
 TEST(ScenarioParser, ReadsChangesDuringTheRun) {
   const ParseResult r = Parse(R"(host pc07
 at 00:00:05 file pc07 "C:\Apps\notes.txt"
@@ -230,22 +208,15 @@ at 00:00:05 file pc07 "C:\Apps\notes.txt"
 |  two
 at 00:00:06 hidden-file pc07 C:\Apps\Varno3.exe program varno window-delay=1
 at 00:00:07 delete pc07 C:\Apps\
-at 00:00:08 share \\pc07\d -> D:\ unreadable
-at 00:00:09 drop-share \\PC07\d
-at 00:00:10 visible-shares pc07 \\pc07\d bogus
 at 00:00:11 visible-shares pc07
-at 00:00:12 visible-shares pc07 default
 at 00:00:13 visible-shares pc07 "default"
-at 00:00:14 share-search pc07 time=5s error
 at 00:00:15 share-search pc07
-at 00:00:16 send pc07 -> pc07 bag keep
-| a=1
 at 00:00:17 send pc07 -> pc07:1231 hex 00 01 keep
 run until 00:01:00
 )");
   ASSERT_TRUE(r.Ok()) << Errors(r);
   const auto& steps = r.scenario.steps;
-  ASSERT_EQ(steps.size(), 14u);
+  ASSERT_EQ(steps.size(), 8u);
   const auto at = [&](std::size_t i) -> const Action& { return steps[i].action; };
   const auto& text = std::get<act::WriteFile>(at(0).what).file;
   EXPECT_EQ(text.sPath, "C:\\Apps\\notes.txt");
@@ -255,29 +226,13 @@ run until 00:01:00
   EXPECT_EQ(program.sProgram, "varno");
   EXPECT_EQ(program.options.size(), 1u);
   EXPECT_EQ(std::get<act::Delete>(at(2).what).sPath, "C:\\Apps");
-  const auto& share = std::get<act::AddShare>(at(3).what).share;
-  EXPECT_EQ(at(3).sHost, "pc07");
-  EXPECT_EQ(share.sFolder, "D:\\");
-  EXPECT_FALSE(share.bReadable);
-  EXPECT_EQ(at(4).sHost, "PC07");
-  EXPECT_EQ(std::get<act::DropShare>(at(4).what).sUNC, "\\\\PC07\\d");
   using Names = std::optional<std::vector<std::string>>;
-  EXPECT_EQ(std::get<act::VisibleShares>(at(5).what).names, Names({"\\\\pc07\\d", "bogus"}));
-  EXPECT_EQ(std::get<act::VisibleShares>(at(6).what).names, Names(std::vector<std::string>{}));
-  EXPECT_EQ(std::get<act::VisibleShares>(at(7).what).names, std::nullopt);
-  EXPECT_EQ(std::get<act::VisibleShares>(at(8).what).names, Names({"default"}));
-  const auto& search = std::get<act::ShareSearch>(at(9).what);
-  EXPECT_EQ(search.time, 5 * kS);
-  EXPECT_TRUE(search.bError);
-  const auto& plain = std::get<act::ShareSearch>(at(10).what);
+  EXPECT_EQ(std::get<act::VisibleShares>(at(3).what).names, Names(std::vector<std::string>{}));
+  EXPECT_EQ(std::get<act::VisibleShares>(at(4).what).names, Names({"default"}));
+  const auto& plain = std::get<act::ShareSearch>(at(5).what);
   EXPECT_EQ(plain.time, std::nullopt);
   EXPECT_FALSE(plain.bError);
-  const auto& bag = std::get<act::SendBytes>(at(11).what);
-  EXPECT_TRUE(bag.bKeep);
-  PropertyBag image;
-  ASSERT_TRUE(image.SetContents(bag.bytes));
-  EXPECT_EQ(image.ReadProperty("a"), "1");
-  const auto& hex = std::get<act::SendBytes>(at(12).what);
+  const auto& hex = std::get<act::SendBytes>(at(6).what);
   EXPECT_TRUE(hex.bKeep);
   EXPECT_EQ(hex.nPort, 1231);
   EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0, 1}));
@@ -343,36 +298,6 @@ TEST(ScenarioParser, DurationsTimesAndHexBytes) {
   EXPECT_EQ(ParseHex(""), std::vector<std::uint8_t>{});
   EXPECT_EQ(ParseHex("abc"), std::nullopt);
   EXPECT_EQ(ParseHex("zz"), std::nullopt);
-}
-
-// Mangled scenario text never crashes the parser: every outcome is a result.
-TEST(ScenarioParser, SurvivesMangledText) {
-  const std::string kBase =
-      "seed 1\nhost a\n  file C:\\x.txt text \"hi\"\n  share \\\\a\\c -> C:\\\n"
-      "at 00:00:01 send a -> a bag\n| k=v\nat 00:00:02 click a f.c\nrun until 00:00:03\n"
-      "expect a log contains \"x\" between 1 2 times 1\n";
-  std::uint64_t state = 12345;
-  auto next = [&] {
-    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-    return static_cast<std::size_t>(state >> 33);
-  };
-  const std::string kAlphabet = " \t\n\r\"|#=:.\\-><*0a";
-  for (int i = 0; i < 2000; ++i) {
-    std::string s = kBase;
-    const int nEdits = 1 + static_cast<int>(next() % 6);
-    for (int k = 0; k < nEdits; ++k) {
-      const std::size_t pos = next() % (s.size() + 1);
-      const std::size_t nOp = next() % 3;
-      if (nOp == 0) s.insert(pos, 1, kAlphabet[next() % kAlphabet.size()]);
-      if (nOp == 1 && pos < s.size()) s.erase(pos, 1 + next() % 8);
-      if (nOp == 2 && pos < s.size()) s[pos] = static_cast<char>(next() % 256);
-    }
-    const ParseResult r = Parse(s);
-    for (const Diagnostic& d : r.errors) {
-      EXPECT_GE(d.nLine, 0);
-      EXPECT_FALSE(d.sMessage.empty());
-    }
-  }
 }
 
 }  // namespace
