@@ -11,7 +11,8 @@
 namespace launchagent::campaign {
 namespace {
 
-TEST(CampaignFaultPlan, StaysInsideItsLanAndPhaseAndRepeatsPerSeed) {
+// That a seed draws the same plan again is campaign.determinism's: the same transcript twice.
+TEST(CampaignFaultPlan, StaysInsideItsLanAndPhase) {
   const sim::Nanos phase = sim::kHour;
   for (int nMax : {2, 3, 8}) {
     std::set<std::size_t> faultCounts;
@@ -33,12 +34,6 @@ TEST(CampaignFaultPlan, StaysInsideItsLanAndPhaseAndRepeatsPerSeed) {
         EXPECT_LT(f.peer, p.hosts.size()) << sWhere;
         // Only the loopback cut names a host twice; the others need two hosts.
         EXPECT_EQ(f.kind == FaultKind::LoopbackCut, f.host == f.peer) << sWhere;
-      }
-      const SeedPlan again = DrawPlan(seed, nMax, phase);
-      ASSERT_EQ(again.faults.size(), p.faults.size()) << sWhere;
-      for (std::size_t i = 0; i < p.faults.size(); ++i) {
-        EXPECT_EQ(again.faults[i].at, p.faults[i].at) << sWhere;
-        EXPECT_EQ(again.faults[i].kind, p.faults[i].kind) << sWhere;
       }
       faultCounts.insert(p.faults.size());
     }
