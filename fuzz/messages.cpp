@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -16,16 +17,25 @@
 namespace {
 
 using Key = launchagent::PropertyBag::Key;
-// Names of the host information in its order, and names seeds and mutations hit.
-constexpr Key kKeys[] = {Key("MsgType"),    Key("sReturnAddress"),
-                         Key("sglMsgId"),   Key("sglMsgReferenceId"),
-                         Key("sHostName"),  Key("sUserName"),
-                         Key("bIndexing"),  Key("sAppPath"),
-                         Key("nLocalPort"), Key("k"),
-                         Key("key1"),       Key("v")};
-constexpr const Key* kKeyOrder[] = {&kKeys[0], &kKeys[1], &kKeys[2],  &kKeys[3],
-                                    &kKeys[4], &kKeys[5], &kKeys[6],  &kKeys[7],
-                                    &kKeys[8], &kKeys[9], &kKeys[10], &kKeys[11]};
+// Names of the host information in its order, names seeds and mutations hit, and names
+// the bag looks up by text (longer than a key holds, not ASCII).
+constexpr Key kKeys[] = {Key("MsgType"),
+                         Key("sReturnAddress"),
+                         Key("sglMsgId"),
+                         Key("sglMsgReferenceId"),
+                         Key("sHostName"),
+                         Key("sUserName"),
+                         Key("bIndexing"),
+                         Key("sAppPath"),
+                         Key("nLocalPort"),
+                         Key("k"),
+                         Key("key1"),
+                         Key("v"),
+                         Key("a_name_longer_than_thirty_two_units_x"),
+                         Key("cl\xC3\xA9")};
+constexpr const Key* kKeyOrder[] = {&kKeys[0],  &kKeys[1],  &kKeys[2],  &kKeys[3], &kKeys[4],
+                                    &kKeys[5],  &kKeys[6],  &kKeys[7],  &kKeys[8], &kKeys[9],
+                                    &kKeys[10], &kKeys[11], &kKeys[12], &kKeys[13]};
 
 class FuzzContext : public launchagent::MessageContext {
  public:
@@ -74,10 +84,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
   const bool bAccepted = looked.SetContents(byteArray);
   if (keyed.ReadImage(byteArray, kKeyOrder) != bAccepted) std::abort();
   if (bAccepted) {
-    for (const Key* pKey : kKeyOrder) {
-      std::string sKeyed, sLooked;
-      if (keyed.FindText(*pKey, sKeyed) != looked.FindText(pKey->Name(), sLooked)) std::abort();
-      if (sKeyed != sLooked) std::abort();
+    if (keyed.Contents() != byteArray || keyed.Count() != looked.Count()) std::abort();
+    // In the keys' order, then backwards: the same answers whatever the order of reads.
+    for (int nPass = 0; nPass < 2; ++nPass) {
+      for (std::size_t n = 0; n < std::size(kKeyOrder); ++n) {
+        const Key* pKey = kKeyOrder[nPass == 0 ? n : std::size(kKeyOrder) - 1 - n];
+        std::string sKeyed = "none", sLooked = "none";
+        if (keyed.FindText(*pKey, sKeyed) != looked.FindText(pKey->Name(), sLooked)) std::abort();
+        if (sKeyed != sLooked) std::abort();
+      }
+    }
+    // A name outside the keys is looked up as usual.
+    if (keyed.ReadProperty("extra") != looked.ReadProperty("extra")) std::abort();
+    // Writing on makes the bytes the bag's own; the image stays valid.
+    if (nSize <= 16 * 1024 && keyed.Count() < 1000) {
+      keyed.WriteProperty("after", "1");
+      PropertyBag again;
+      if (!again.SetContents(keyed.Contents()) || again.Count() != looked.Count() + 1) std::abort();
+      if (!looked.ReadProperty("after") && again.ReadProperty("after") != "1") std::abort();
     }
   }
 
