@@ -123,19 +123,28 @@ TEST_F(PolicyTest, StrangersAreCappedAndLaunchSitesComeOnlyFromTheirOwnHost) {
   for (const auto& [szHost, bKnown, szSender, bAdmitted] : hosts)
     EXPECT_EQ(policy_.AdmitHost(szHost, bKnown, std::string(szSender)), bAdmitted) << szHost;
 
-  const std::tuple<const char*, const char*, std::optional<std::string>, bool> sites[] = {
-      {"pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.9", true},
-      {"pc9", "\\\\PC9\\c\\apps\\Varno2.exe", "10.0.0.9", true},
-      {"pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.8", false},
-      {"pc9", "\\\\pc9\\c\\Varno2.exe", std::nullopt, false},
-      {"pc9", "\\\\pc8\\c\\Varno2.exe", "10.0.0.9", false},
-      {"pc9", "\\\\pc9\\c\\..\\Varno2.exe", "10.0.0.9", false},
-      {"pc9", "\\\\pc9\\Varno2.exe", "10.0.0.9", false},
-      {"pc9", "\\\\pc9\\c\\Launch.exe", "10.0.0.9", false},
-      {"pc9", "C:\\Varno2.exe", "10.0.0.9", false},
-      {"evil", "\\\\evil\\c\\Varno2.exe", "10.0.0.9", false}};
-  for (const auto& [szHost, szSite, sender, bAccepted] : sites)
-    EXPECT_EQ(policy_.AcceptLaunchSite(szHost, szSite, sender), bAccepted) << szSite;
+  // Whether only active computers (pc9) may announce sites; host, site, sender; kept.
+  const std::tuple<bool, const char*, const char*, std::optional<std::string>, bool> sites[] = {
+      {false, "pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.9", true},
+      {false, "pc9", "\\\\PC9\\c\\apps\\Varno2.exe", "10.0.0.9", true},
+      {false, "pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.8", false},
+      {false, "pc9", "\\\\pc9\\c\\Varno2.exe", std::nullopt, false},
+      {false, "pc9", "\\\\pc8\\c\\Varno2.exe", "10.0.0.9", false},
+      {false, "pc9", "\\\\pc9\\c\\..\\Varno2.exe", "10.0.0.9", false},
+      {false, "pc9", "\\\\pc9\\Varno2.exe", "10.0.0.9", false},
+      {false, "pc9", "\\\\pc9\\c\\Launch.exe", "10.0.0.9", false},
+      {false, "pc9", "C:\\Varno2.exe", "10.0.0.9", false},
+      {false, "evil", "\\\\evil\\c\\Varno2.exe", "10.0.0.9", false},
+      {false, "pc8", "\\\\pc8\\c\\Varno2.exe", "10.0.0.8", true},
+      {true, "pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.9", true},
+      {true, "pc8", "\\\\pc8\\c\\Varno2.exe", "10.0.0.8", false},
+      {true, "pc9", "\\\\pc9\\c\\Varno2.exe", "10.0.0.8", false}};  // active, other address
+  for (const auto& [bActiveOnly, szHost, szSite, sender, bAccepted] : sites) {
+    HardeningRules rules{60, 3, 2};
+    rules.bActiveComputersOnly = bActiveOnly;
+    EXPECT_EQ(HardeningPolicy(rules, Hooks()).AcceptLaunchSite(szHost, szSite, sender), bAccepted)
+        << bActiveOnly << " " << szSite << " " << sender.value_or("-");
+  }
 }
 
 TEST_F(PolicyTest, SilentConnectionsCloseOnTheSweepWithoutANewRequest) {
@@ -167,23 +176,6 @@ TEST_F(PolicyTest, RefusalsAreNotedAtMostOncePerIntervalForEachKind) {
   ASSERT_EQ(notes_.size(), 3u);
   EXPECT_EQ(notes_[2],
             "hardened: no room for the stranger x43 (39 more like it since the last such line)");
-}
-
-TEST_F(PolicyTest, TheActiveComputersRuleNarrowsTheOwnersOfLaunchSites) {
-  // Whether only active computers may announce sites; host and sender; whether kept.
-  const std::tuple<bool, const char*, const char*, bool> cases[] = {
-      {false, "pc9", "10.0.0.9", true}, {false, "pc8", "10.0.0.8", true},
-      {true, "pc9", "10.0.0.9", true},  {true, "pc8", "10.0.0.8", false},
-      {true, "pc9", "10.0.0.8", false},  // active, but not from its own address
-  };
-  for (const auto& [bActiveOnly, szHost, szSender, bKept] : cases) {
-    HardeningRules rules;
-    rules.bActiveComputersOnly = bActiveOnly;
-    HardeningPolicy policy(rules, Hooks());
-    const std::string sSite = std::string("\\\\") + szHost + "\\c\\Varno2.exe";
-    EXPECT_EQ(policy.AcceptLaunchSite(szHost, sSite, std::string(szSender)), bKept)
-        << bActiveOnly << " " << szHost << " " << szSender;
-  }
 }
 
 }  // namespace
