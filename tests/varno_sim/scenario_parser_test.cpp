@@ -26,31 +26,19 @@ std::string Errors(const ParseResult& r) {
   return s;
 }
 
-// Statements whose every word a scenario file's run would not show; registry, system
-// folder, clicks, typing, merged sends and expectations are checked by their own
-// scenarios (tests/scenarios) and the expectation tests.
+// The words of statements that no scenario file's run would show wrong: each change
+// the parser could get wrong in the others fails a scenario of tests/scenarios (the
+// seed, start, addresses, clocks, sockets faults, texts, options, shares, searches,
+// clicks, typing, bags, merged sends) or the expectation tests.
 TEST(ScenarioParser, ReadsAWholeScenario) {
-  const ParseResult r = Parse(R"(# three desktops
-seed 42
-start 2002-05-03 09:30:00
-net-events on
-
-host pc07
-  address 192.168.0.7
-  clock-offset -00:00:05
-  clock-skew 50
+  const ParseResult r = Parse(R"(host pc07
   agent-folder "C:\Program Files\Launch\"
   folder C:\Data
   file "C:\Program Files\Launch\Varno2.exe" program varno window-delay=5 refuse-close=2
   hidden-file C:\Data\secret.txt text "a ""quoted"" word"
-  file C:\Data\notes.txt
-  | first line
-  |second line
   share \\pc07\c -> C:\
-  share \\PC07\data -> C:\Data unreadable
-  visible-shares \\pc07\c bad-name \\pc12\data
-  share-search time=3s error
-  sockets version=1.0 max-sockets=0 cleanup-fails lookup-fails=pc12,* lookup-time=250ms
+  share-search time=3s
+  sockets lookup-fails=pc12,* lookup-time=250ms
   disk C: capacity=10MB
   window ExploreWClass "Varno" refuse-close=all
   name-entry printer 192.168.0.99
@@ -64,40 +52,22 @@ at 0:01:00 partition pc07 <-> pc12 for 30s
 at 00:02:00 heal all
 at 00:02:00 send pc12 -> pc07:1231 hex 0a 0B ff
 at 00:02:01 send pc12 -> pc07 bag
-| MsgType=4
 | HostName=pc12 # not a comment
 at 00:03:00 select pc07 frmAgentSetup.lstActive 0 2
 run until 00:05:00
 )");
   ASSERT_TRUE(r.Ok()) << Errors(r);
   const Scenario& s = r.scenario;
-  EXPECT_EQ(std::tie(s.lngSeed, s.nHour, s.nMinute, s.bNetEvents),
-            std::make_tuple(42u, 9, 30, true));
   ASSERT_EQ(s.hosts.size(), 2u);
   EXPECT_EQ(s.hosts[1].sAgentFolder, kDefaultAgentFolder);
-
   const HostSetup& h = s.hosts[0];
-  EXPECT_EQ(std::tie(h.sName, h.sAddress, h.clockOffset, h.sAgentFolder),
-            std::make_tuple("pc07", "192.168.0.7", -5 * kS, "C:\\Program Files\\Launch"));
-  EXPECT_DOUBLE_EQ(h.dClockSkewPpm, 50);
-  ASSERT_EQ(h.files.size(), 3u);
-  EXPECT_EQ(h.files[0].sProgram, "varno");
-  using Options = std::vector<std::pair<std::string, std::string>>;
-  EXPECT_EQ(h.files[0].options, (Options{{"window-delay", "5"}, {"refuse-close", "2"}}));
+  EXPECT_EQ(h.sAgentFolder, "C:\\Program Files\\Launch");
+  ASSERT_EQ(h.files.size(), 2u);
   EXPECT_TRUE(h.files[1].bHidden);
   EXPECT_EQ(h.files[1].sText, "a \"quoted\" word");
-  EXPECT_EQ(h.files[2].sText, "first line\r\nsecond line\r\n");
-  ASSERT_EQ(h.shares.size(), 2u);
-  EXPECT_EQ(h.shares[0].sFolder, "C:\\");
-  EXPECT_FALSE(h.shares[1].bReadable);
-  ASSERT_TRUE(h.visibleShares);
-  EXPECT_EQ(*h.visibleShares,
-            (std::vector<std::string>{"\\\\pc07\\c", "bad-name", "\\\\pc12\\data"}));
   EXPECT_EQ(h.shareSearchTime, 3 * kS);
-  EXPECT_TRUE(h.bShareSearchError);
   const auto& k = h.sockets;
-  EXPECT_EQ(std::tie(k.wVersion, k.lngMaxSockets, k.bCleanupFails, k.bAllLookupsFail, k.lookupTime),
-            std::make_tuple(0x0001, 0, true, true, kS / 4));
+  EXPECT_EQ(std::tie(k.bAllLookupsFail, k.lookupTime), std::make_tuple(true, kS / 4));
   EXPECT_EQ(k.lookupFailures, std::vector<std::string>{"pc12"});
   ASSERT_EQ(h.disks.size(), 1u);
   EXPECT_EQ(h.disks[0].lngCapacity, 10 * 1024 * 1024);
@@ -112,18 +82,14 @@ run until 00:05:00
   EXPECT_EQ(std::tie(start.sPath, start.sParameters),
             std::make_tuple("C:\\Program Files\\Launch\\Varno2.exe", "-ReindexVarno anna"));
   const Action& part = s.steps[3].action;
-  EXPECT_EQ(std::tie(part.bBothWays, part.at, std::get<act::Partition>(part.what).duration),
-            std::make_tuple(true, 60 * kS, 30 * kS));
+  EXPECT_EQ(std::tie(part.bBothWays, part.at), std::make_tuple(true, 60 * kS));
   EXPECT_EQ(s.steps[4].action.sHost, "*");
   EXPECT_TRUE(std::holds_alternative<act::Heal>(s.steps[4].action.what));
-  const auto& hex = std::get<act::SendBytes>(s.steps[5].action.what);
-  EXPECT_EQ(hex.nPort, 1231);
-  EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0x0a, 0x0b, 0xff}));
+  EXPECT_EQ(std::get<act::SendBytes>(s.steps[5].action.what).nPort, 1231);
   const auto& sent = std::get<act::SendBytes>(s.steps[6].action.what);
   PropertyBag bag;
   ASSERT_TRUE(bag.SetContents(sent.bytes));
   EXPECT_EQ(sent.nPort, 1230);
-  EXPECT_EQ(bag.ReadProperty("MsgType"), "4");
   EXPECT_EQ(bag.ReadProperty("HostName"), "pc12 # not a comment");
   EXPECT_EQ(std::get<act::Select>(s.steps[7].action.what).indexes, (std::vector<int>{0, 2}));
   EXPECT_TRUE(s.steps[8].bRunUntil);
