@@ -4,52 +4,39 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include "platform/backend/socket_positions.h"
 
 namespace launchagent {
 namespace {
 
-// A socket table that only keeps positions, states and peers.
-class FakeTable : public platform::SocketArray {
+// The backends' socket positions with a peer per accepted connection and no wire.
+struct PeerSlot : platform::SocketPosition {
+  std::string sPeer;
+};
+class FakeTable : public platform::SocketPositions<PeerSlot> {
  public:
-  FakeTable() { states_[0] = platform::kSckListening; }
-  bool Load(Long i) override { return i > 0 && i <= 32767 && states_.emplace(i, 0).second; }
-  bool Exists(Long i) const override { return states_.count(i) > 0; }
-  Long UBound() const override { return states_.rbegin()->first; }
-  bool SetLocalPort(Long i, Long) override { return Exists(i); }
-  bool SetRemoteHost(Long i, const std::string&) override { return Exists(i); }
-  bool SetRemotePort(Long i, Long) override { return Exists(i); }
-  bool SetTag(Long i, const std::string&) override { return Exists(i); }
-  std::optional<std::string> Tag(Long) const override { return ""; }
-  std::optional<Integer> State(Long i) const override {
-    return Exists(i) ? std::optional<Integer>(states_.at(i)) : std::nullopt;
-  }
+  FakeTable() { slots_[0].nState = platform::kSckListening; }
   bool Listen(Long) override { return false; }
   bool Accept(Long i, Long) override {
-    if (!Exists(i) || states_[i] != platform::kSckClosed) return false;
-    states_[i] = platform::kSckConnected;
-    peers_[i] = sNextPeer;
+    PeerSlot* slot = Find(i);
+    if (!slot || slot->nState != platform::kSckClosed) return false;
+    slot->nState = platform::kSckConnected;
+    slot->sPeer = sNextPeer;
     return true;
   }
   bool Connect(Long) override { return false; }
   bool SendData(Long, const Bytes&) override { return false; }
-  std::optional<Bytes> GetData(Long) override { return Bytes{}; }
-  bool Close(Long i) override {
-    if (!Exists(i)) return false;
-    states_[i] = platform::kSckClosed;
-    return true;
-  }
   std::optional<std::string> RemoteHostIP(Long i) const override {
-    auto it = peers_.find(i);
-    return it == peers_.end() ? std::nullopt : std::optional(it->second);
+    const PeerSlot* slot = Find(i);
+    return slot && !slot->sPeer.empty() ? std::optional(slot->sPeer) : std::nullopt;
   }
-  void PeerCloses(Long i) { states_[i] = platform::kSckClosing; }
+  void PeerCloses(Long i) { Find(i)->nState = platform::kSckClosing; }
 
   std::string sNextPeer = "10.0.0.1";
 
- private:
-  std::map<Long, Integer> states_;
-  std::map<Long, std::string> peers_;
+ protected:
+  void Release(PeerSlot&) override {}
+  void ReadMore(PeerSlot&, Bytes&, std::size_t) override {}
 };
 
 class PolicyTest : public ::testing::Test {
