@@ -112,6 +112,11 @@ class FormWindowsTest : public ::testing::Test {
     settings_.dCloseWaitSeconds = 0.05;
     windows_ = std::make_unique<NativeWindowSystem>(loop_, settings_);
   }
+  // The widget that shows the form's control of this name.
+  template <class W>
+  W* Widget(ui::Form& form, const std::string& sName) {
+    return dynamic_cast<W*>(windows_->ViewOf(form)->WidgetOf(sName));
+  }
   test::TempDir dir_;
   NativeSettings settings_;
   TimeBase time_;
@@ -119,17 +124,16 @@ class FormWindowsTest : public ::testing::Test {
   std::unique_ptr<NativeWindowSystem> windows_;
 };
 
-// The agent's log window is a window of the session's table even while hidden. Another
-// program's close request reaches the model; the user's close only hides it.
+// The agent's log window is a window of the session's table even while hidden; found,
+// read, walked and gone at detaching as the seam's contract checks. Another program's
+// close request reaches the model; the user's close only hides it.
 TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   ASSERT_TRUE(windows_->UsesWindowTable());
   ui::Form form("frmLaunch", "Launch");
   auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
-  EXPECT_EQ(windows_->FindWindowByTitle("Launch"), 0);
   windows_->AttachForm(form);
   const auto h = windows_->FindWindowByTitle("Launch");
   ASSERT_NE(h, 0);
-  EXPECT_EQ(windows_->ClassName(h, 50), "ThunderRT6FormDC");
   form.SetCaption("Launch Service for Varno");
   EXPECT_EQ(windows_->FindWindowByTitle("Launch Service for Varno"), h);
   EXPECT_EQ(windows_->WindowText(h, 50), "Launch Service for Varno");
@@ -140,7 +144,6 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   EXPECT_EQ(windows_->FindWindowByTitle("Varno"), v);
   EXPECT_EQ(windows_->NextWindow(v), h);
   EXPECT_EQ(windows_->NextWindow(h), 0);
-  EXPECT_FALSE(windows_->ClassName(999999, 50).has_value());
 
   int nUserCloses = 0;
   form.OnUserClose = [&] { ++nUserCloses; };
@@ -149,14 +152,12 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   // A window of nobody who answers: sent, waited for a while, still there.
   EXPECT_TRUE(windows_->SendClose(v));
   EXPECT_NE(windows_->FindWindowByTitle("Varno"), 0);
-  other.Remove(v);
-  EXPECT_FALSE(windows_->SendClose(v));
 
   // The log fills the window and shows its end.
   windows_->SetHideOnClose(form);
   FormView* view = windows_->ViewOf(form);
   form.Show();
-  auto* edit = dynamic_cast<QPlainTextEdit*>(view->WidgetOf("txtInfo"));
+  auto* edit = Widget<QPlainTextEdit>(form, "txtInfo");
   ASSERT_NE(edit, nullptr);
   EXPECT_TRUE(edit->isReadOnly());
   log.SetText("line 1\r\nline 2");
@@ -176,7 +177,6 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   EXPECT_EQ(nUserCloses, 1);
   windows_->MessageBox("Agent Setup", "Could not save");  // offscreen: told and passed by
   windows_->DetachForm(form);
-  EXPECT_EQ(windows_->FindWindowByTitle("Launch Service for Varno"), 0);
 }
 
 // The log box follows its model at a bounded rate: lines appended between two refreshes
@@ -186,9 +186,8 @@ TEST_F(FormWindowsTest, TheLogBoxCatchesUpWithManyLinesAtOnce) {
   ui::Form form("frmLaunch", "Launch");
   auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
   windows_->AttachForm(form);
-  FormView* view = windows_->ViewOf(form);
   form.Show();
-  auto* edit = dynamic_cast<QPlainTextEdit*>(view->WidgetOf("txtInfo"));
+  auto* edit = Widget<QPlainTextEdit>(form, "txtInfo");
   ASSERT_NE(edit, nullptr);
   int nUpdates = 0;
   QObject::connect(edit, &QPlainTextEdit::textChanged, [&] { ++nUpdates; });
@@ -245,10 +244,10 @@ TEST_F(FormWindowsTest, ControlsAreBoundBothWays) {
   windows_->AttachForm(form);
   FormView* view = windows_->ViewOf(form);
   ASSERT_NE(view, nullptr);
-  auto* edit = dynamic_cast<QLineEdit*>(view->WidgetOf("txtHostName"));
-  auto* box = dynamic_cast<QCheckBox*>(view->WidgetOf("chkSeekWeb"));
-  auto* push = dynamic_cast<QPushButton*>(view->WidgetOf("cmdOk"));
-  auto* qlist = dynamic_cast<QListWidget*>(view->WidgetOf("lstActive"));
+  auto* edit = Widget<QLineEdit>(form, "txtHostName");
+  auto* box = Widget<QCheckBox>(form, "chkSeekWeb");
+  auto* push = Widget<QPushButton>(form, "cmdOk");
+  auto* qlist = Widget<QListWidget>(form, "lstActive");
   ASSERT_TRUE(edit && box && push && qlist);
   EXPECT_EQ(view->WidgetOf("TimerCheckInternet"), nullptr);
   EXPECT_EQ(edit->text(), "pc7");

@@ -42,9 +42,10 @@ class FilesTest : public ::testing::Test {
   NativeFileSystem files_;
 };
 
-// Patterns, hidden files and whole-file reads and replacements are the seam's contract;
-// here the paths as this backend maps them: a bare folder, a trailing separator, drives
-// and shares it does not know, and leftovers of saves that died.
+// Patterns, hidden files, missing folders, the agent's folder and whole-file reads and
+// replacements are the seam's contract; here the paths as this backend maps them: a bare
+// folder, a trailing separator, drives it does not know, shares, and leftovers of saves
+// that died.
 TEST_F(FilesTest, PathsListingsAndLeftoversOfDeadSaves) {
   struct Case {
     std::string sPattern;
@@ -55,7 +56,6 @@ TEST_F(FilesTest, PathsListingsAndLeftoversOfDeadSaves) {
       {"C:\\Launch\\", false, Names{".hidden.dll", "Varno2.exe", "a.dll", "agent.dat"}},
       {"C:\\Launch", false, Names{}},
       {"C:\\Launch", true, Names{"Launch/"}},
-      {"C:\\Missing\\*.*", false, std::nullopt},
       {"Q:\\*.*", false, std::nullopt},
   };
   for (const auto& c : cases) {
@@ -63,7 +63,6 @@ TEST_F(FilesTest, PathsListingsAndLeftoversOfDeadSaves) {
     EXPECT_EQ(list.has_value(), c.names.has_value()) << c.sPattern;
     EXPECT_EQ(NamesOf(list), c.names.value_or(Names{})) << c.sPattern;
   }
-  EXPECT_EQ(files_.AgentFolder(), "C:\\Launch");
   EXPECT_EQ(files_.SystemFolder(), "C:\\sys");
   const std::tuple<const char*, bool, bool> paths[] = {{"\\\\pc1\\c", true, false},
                                                        {"Q:\\", false, false}};
@@ -93,18 +92,6 @@ TEST_F(FilesTest, PathsListingsAndLeftoversOfDeadSaves) {
             (Names{"agent.dat.new-1x"}));
 }
 
-TEST_F(FilesTest, CopiesKeepProgramsRunnableAndComeFromShares) {
-  ::chmod((dir_ / "c/Launch/Varno2.exe").c_str(), 0755);
-  EXPECT_EQ(files_.CopyFile("C:\\Launch\\Varno2.exe", "C:\\sys\\Varno2.exe"), 0);
-  EXPECT_EQ(test::ReadText(dir_ / "c/sys/Varno2.exe"), "exe");
-  EXPECT_EQ(::access((dir_ / "c/sys/Varno2.exe").c_str(), X_OK), 0);
-  EXPECT_NE(files_.CopyFile("C:\\Launch\\sub", "C:\\sys\\sub"), 0) << "a folder";
-  // From a share of another computer.
-  test::WriteText(dir_ / "net/pc1/c/Varno3.exe", "remote");
-  EXPECT_EQ(files_.CopyFile("\\\\pc1\\c\\Varno3.exe", "C:\\Launch\\Varno3.exe"), 0);
-  EXPECT_EQ(test::ReadText(dir_ / "c/Launch/Varno3.exe"), "remote");
-}
-
 TEST_F(FilesTest, CopiesNeverReplaceARunningProgram) {
   // A program of this folder that runs while the copy is tried, and this test itself.
   std::filesystem::copy_file("/bin/sleep", dir_ / "c/Launch/Launch.exe");
@@ -124,12 +111,15 @@ TEST_F(FilesTest, CopiesNeverReplaceARunningProgram) {
                                        dir_ / "c/Launch/Launch.exe");
   }));
   const std::string sOwn = "T:\\" + sSelf.substr(sSelf.rfind('/') + 1);
+  // Copies' content is the seam's contract; a copy from another computer's share that
+  // stays runnable is what agents_test's agents do with the main application.
   const std::pair<std::string, bool> cases[] = {{"C:\\Launch\\Launch.exe", false},
                                                 {"c:\\launch\\LAUNCH.EXE", false},
                                                 {sOwn, false},
                                                 {"C:\\Launch\\Other.exe", true}};
   for (const auto& [sDest, bCopied] : cases)
     EXPECT_EQ(files.CopyFile("C:\\Launch\\a.dll", sDest) == 0, bCopied) << sDest;
+  EXPECT_NE(files.CopyFile("C:\\Launch\\sub", "C:\\Launch\\Folder.exe"), 0) << "a folder";
   EXPECT_TRUE(test::ReadText(dir_ / "c/Launch/Launch.exe") == test::ReadText("/bin/sleep"));
   // Once the program has ended its file is an ordinary file again.
   ::kill(pid, SIGKILL);
@@ -146,12 +136,9 @@ TEST_F(FilesTest, ShellStartsDetachedProgramsWithWindowsParameters) {
                   "echo \"cwd=$(pwd)\"; } > \"$(dirname \"$0\")/args.txt\"\n");
   ::chmod(sScript.c_str(), 0755);
   NativeShell shell(paths_, dir_ / "c/sys");
-  // Not found 2, no such folder 3, not a program 5.
-  const std::pair<const char*, Long> failures[] = {{"C:\\Launch\\none.exe", 2},
-                                                   {"C:\\NoFolder\\none.exe", 3},
-                                                   {"C:\\Launch\\a.dll", 5},
-                                                   {"C:\\Launch\\sub", 5},
-                                                   {"Q:\\x.exe", 3}};
+  // Not found (2) and no such folder (3) are the seam's contract; not a program 5.
+  const std::pair<const char*, Long> failures[] = {
+      {"C:\\Launch\\a.dll", 5}, {"C:\\Launch\\sub", 5}, {"Q:\\x.exe", 3}};
   for (const auto& [szFile, lngResult] : failures)
     EXPECT_EQ(shell.Execute("open", szFile, "-default", "", 1), lngResult) << szFile;
   EXPECT_EQ(shell.Execute("open", "C:\\Launch\\Varno4.exe", "", "C:\\Missing", 1), 3);
@@ -177,8 +164,9 @@ TEST(Registry, RunValueGoesToTheStoreAndAutostart) {
   const std::string sRun = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
   auto key = registry.CreateKey(platform::RegistryRoot::LocalMachine, sRun);
   ASSERT_TRUE(key);
+  // The autostart entry follows a replaced value.
   EXPECT_TRUE(registry.SetStringValue(*key, "1", "C:\\Program Files\\Launch\\Launch.exe"));
-  EXPECT_TRUE(registry.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));  // replaces
+  EXPECT_TRUE(registry.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));
   EXPECT_TRUE(registry.CloseKey(*key));
   EXPECT_FALSE(registry.CloseKey(*key) || registry.SetStringValue(*key, "1", "x"));
   const auto store = NativeRegistry::ParseStore(test::ReadText(dir / "etc/registry"));

@@ -33,7 +33,9 @@ std::string Shown(const NativeSettings& s) {
 }
 
 TEST(NativeSettings, OptionsAndEnvironment) {
-  // Options, environment, the words the settings then show ("" when refused).
+  // Options, environment, the words the settings then show ("" when refused). Help,
+  // version and the refusals a user meets first run through Launch.exe itself in
+  // launch_options.sh.
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"", "DISPLAY=:0", "offscreen=0 stdout=0 scale=1 mount=/net drives=C:/,"},
       {"", "", "offscreen=1 stdout=1"},
@@ -47,9 +49,6 @@ TEST(NativeSettings, OptionsAndEnvironment) {
       {"", "XDG_RUNTIME_DIR=/run/user/5 XDG_CONFIG_HOME=/cfg",
        "windows=/run/user/5/launch-agent-windows ureg=/cfg/launch-agent/registry "
        "uauto=/cfg/autostart mauto=/etc/xdg/autostart"},
-      {"--help", "", "help=1"},
-      {"-h", "", "help=1 version=0"},
-      {"--version", "", "version=1 help=0"},
       {"", "LA_LOG_STDOUT=0", "offscreen=1 stdout=0"},
       {"--bind 010.0.0.7", "", "bind=10.0.0.7"},
       {"--host-name=-pc1 --close-wait 60", "", "host=-pc1 close=60"},
@@ -59,19 +58,15 @@ TEST(NativeSettings, OptionsAndEnvironment) {
       {"--active-computers-only", "", "hardened=0 active-only=1"},
       {"", "LA_ACTIVE_COMPUTERS_ONLY=1", "active-only=1"},
       {"--hardened", "", "active-only=0"},
-      {"--time-scale 0", "", ""},
       {"--time-scale fast", "", ""},
       {"", "LA_TIME_SCALE=fast", ""},
       {"--close-wait 61", "", ""},
       {"--share-search-delay -1", "", ""},
       {"--drive C", "", ""},
-      {"--bogus", "", ""},
       {"-x", "", ""},
       // An address must be one; an option's value is never the next option.
-      {"--bind 999.1.1.1", "", ""},
       {"--bind=localhost", "", ""},
       {"", "LA_BIND_ADDRESS=1.2.3", ""},
-      {"--host-name --window-table X", "", ""},
       {"--bind -h", "", ""},
       {"--host-name", "", ""}};
   for (const auto& [szArgs, szEnv, szExpect] : cases) {
@@ -93,10 +88,10 @@ TEST(NativeSettings, OptionsAndEnvironment) {
 }
 
 TEST(NativeSettings, BindsOnlyToAddressesOfThisMachine) {
-  // 192.0.2.0/24 is reserved for documentation: no machine owns it.
-  const std::pair<const char*, bool> cases[] = {{"127.0.0.1", true},  {"127.0.0.12", true},
-                                                {"192.0.2.1", false}, {"999.1.1.1", false},
-                                                {"0.0.0.0", false},   {"", false}};
+  // An address of another machine is refused in launch_options.sh; the agents of
+  // agents_test bind to other loopback addresses than 127.0.0.1.
+  const std::pair<const char*, bool> cases[] = {
+      {"127.0.0.12", true}, {"0.0.0.0", false}, {"", false}};
   for (const auto& [sz, bLocal] : cases) EXPECT_EQ(IsLocalIpv4Address(sz), bLocal) << sz;
 }
 
@@ -142,7 +137,6 @@ TEST(PathMapper, TranslatesBothWays) {
 
 TEST(Arguments, SplitLikeTheCRuntime) {
   const std::pair<std::string, std::vector<std::string>> cases[] = {
-      {"-ReindexVarno anna", {"-ReindexVarno", "anna"}},
       {"-ReindexVarno ", {"-ReindexVarno"}},
       {"   ", {}},
       {"\"a b\" c", {"a b", "c"}},

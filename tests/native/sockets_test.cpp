@@ -9,11 +9,9 @@
 namespace launchagent::native {
 namespace {
 
-using platform::kSckClosed;
 using platform::kSckClosing;
 using platform::kSckConnected;
 using platform::kSckConnecting;
-using platform::kSckListening;
 
 int OpenDescriptors() {
   int n = 0;
@@ -50,13 +48,11 @@ class SocketArrayTest : public ::testing::Test {
 
   Long Listen() {
     EXPECT_TRUE(server_->Listen(0));
-    EXPECT_EQ(server_->State(0), kSckListening);
     return server_->BoundPort(0);
   }
 
   void Connect(const std::string& sHost = "127.0.0.1") {
     ASSERT_TRUE(Dial(client_, 1, Listen(), sHost));
-    EXPECT_NE(client_.State(1), kSckConnected);  // never at once
     ASSERT_TRUE(Until(
         [&] { return client_.State(1) == kSckConnected && server_->State(1) == kSckConnected; }));
   }
@@ -69,20 +65,17 @@ class SocketArrayTest : public ::testing::Test {
   NativeSocketArray client_;
 };
 
-// Positions, data both ways, capped arrivals, refused and taken ports are the seam's
-// contract (tests/contract). Here: a name of the hosts file, and the peer's close giving
-// its descriptor back while the position stays, closing, until it is closed here.
+// Positions, states through a connection's life (the peer's close included), data both
+// ways, capped arrivals, refused and taken ports are the seam's contract (tests/contract).
+// Here: a name of the hosts file, and the peer's close giving its descriptor back.
 TEST_F(SocketArrayTest, APeerFoundThroughTheHostsFileClosesAndGivesItsDescriptorBack) {
   Connect("LOOPBACK-PEER");
   const int nOpen = OpenDescriptors();
-  ASSERT_TRUE(client_.SendData(1, {'x'}));
+  ASSERT_TRUE(client_.SendData(1, {'x'}));  // its last byte, still readable (the contract)
   ASSERT_TRUE(client_.Close(1));
   ASSERT_TRUE(Until([&] { return server_->State(1) == kSckClosing; }));
-  EXPECT_EQ(server_->GetData(1), (Bytes{'x'}));
   loop_.WaitForEvents(0.05);  // lets deferred deletions run
   EXPECT_LT(OpenDescriptors(), nOpen);
-  EXPECT_TRUE(server_->Close(1));
-  EXPECT_EQ(server_->State(1), kSckClosed);
 }
 
 TEST_F(SocketArrayTest, TablesGoingAwayMidConnectionAreSafe) {
@@ -111,13 +104,9 @@ TEST(SocketsLibrary, StartupNamesAndLookups) {
   test::WriteText(dir / "hosts", "127.0.0.3 pc3\n");
   HostsFile hosts(dir / "hosts");
   NativeSocketsLibrary lib(hosts, "pc1", "127.0.0.7");
+  // Startup, cleanup and the name lookups' shape are the seam's contract.
   platform::SocketsStartupData data;
-  EXPECT_EQ(lib.Startup(0x0101, data), 0);
-  EXPECT_EQ(data.wVersion, 0x0101);
-  EXPECT_GE(data.lngMaxSockets, 1);
   EXPECT_NE(lib.Startup(0x0000, data), 0);
-  EXPECT_EQ(lib.Cleanup(), 0);
-  EXPECT_EQ(lib.Cleanup(), -1);
   EXPECT_EQ(lib.HostName(), "pc1");
   // What is known before the resolver is tests/backend's table; here it reaches the library.
   const std::pair<const char*, const char*> cases[] = {{"pc3", "127.0.0.3"},
