@@ -84,6 +84,13 @@ inline std::string BackendName(const ::testing::TestParamInfo<BackendMaker>& inf
   return info.param.sName;
 }
 
+// Waits on the loop until cond holds or about nMaxWaits waits (of 0.05 agent seconds) passed.
+inline bool WaitOn(platform::EventLoop& loop, const std::function<bool()>& cond,
+                   int nMaxWaits = 200) {
+  for (int i = 0; i < nMaxWaits && !cond(); ++i) loop.WaitForEvents(0.05);
+  return cond();
+}
+
 class Contract : public ::testing::TestWithParam<BackendMaker> {
  protected:
   void SetUp() override { backend_ = GetParam().make(); }
@@ -96,8 +103,7 @@ class Contract : public ::testing::TestWithParam<BackendMaker> {
 
   // Waits on the loop (inside In) until cond holds or about ten agent seconds passed.
   bool Until(const std::function<bool()>& cond, int nMaxWaits = 200) {
-    for (int i = 0; i < nMaxWaits && !cond(); ++i) P().loop.WaitForEvents(0.05);
-    return cond();
+    return WaitOn(P().loop, cond, nMaxWaits);
   }
   // Agent seconds since midnight, wrapped so a span across midnight stays positive.
   double Since(double dStart) {

@@ -20,8 +20,11 @@ using platform::SocketArray;
 // A listening table and a dialling table of one process, as the agent's server and
 // client forms hold them.
 struct Link {
-  explicit Link(platform::Network& net)
-      : server(net.CreateSocketArray("sckServer")), client(net.CreateSocketArray("sckClient")) {
+  Link(platform::Platform& p, Backend& b)
+      : server(p.network.CreateSocketArray("sckServer")),
+        client(p.network.CreateSocketArray("sckClient")),
+        p_(p),
+        b_(b) {
     server->OnConnectionRequest = [this](Long i, Long id) {
       requests.push_back({i, id});
       if (!bAccept) return;
@@ -31,14 +34,31 @@ struct Link {
     };
     server->OnDataArrival = [this](Long i, Long n) { arrivals.push_back({i, n}); };
   }
-  bool Dial(Long i, const std::string& sHost, Long lngPort) {
+  bool Dial(Long i, Long lngPort) {
     if (!client->Exists(i)) client->Load(i);
-    return client->SetRemoteHost(i, sHost) && client->SetRemotePort(i, lngPort) &&
+    return client->SetRemoteHost(i, b_.LoopbackHost()) && client->SetRemotePort(i, lngPort) &&
            client->Connect(i);
+  }
+  // Listens on a free port and dials it from client position 1 until both ends are
+  // connected; the server's position 1 is the accepted connection.
+  void Open() {
+    const Long lngPort = b_.FreePort();
+    ASSERT_TRUE(server->SetLocalPort(0, lngPort));
+    ASSERT_TRUE(server->Listen(0));
+    EXPECT_EQ(server->State(0), kSckListening);
+    ASSERT_TRUE(Dial(1, lngPort));
+    EXPECT_NE(client->State(1), kSckConnected) << "a connect never completes at once";
+    ASSERT_TRUE(WaitOn(p_.loop, [&] {
+      return client->State(1) == kSckConnected && server->State(1) == kSckConnected;
+    }));
   }
   std::unique_ptr<SocketArray> server, client;
   bool bAccept = true;
   std::vector<std::pair<Long, Long>> requests, arrivals;
+
+ private:
+  platform::Platform& p_;
+  Backend& b_;
 };
 
 TEST_P(Contract, SocketPositionsExistFromZeroTo32767Only) {
@@ -66,16 +86,8 @@ TEST_P(Contract, SocketPositionsExistFromZeroTo32767Only) {
 // One connection through its life: request, accept, data both ways, the peer's close.
 TEST_P(Contract, AConnectionFromAcceptToPeerClose) {
   In([&] {
-    Link link(P().network);
-    const Long lngPort = B().FreePort();
-    ASSERT_TRUE(link.server->SetLocalPort(0, lngPort));
-    ASSERT_TRUE(link.server->Listen(0));
-    EXPECT_EQ(link.server->State(0), kSckListening);
-    ASSERT_TRUE(link.Dial(1, B().LoopbackHost(), lngPort));
-    EXPECT_NE(link.client->State(1), kSckConnected) << "a connect never completes at once";
-    ASSERT_TRUE(Until([&] {
-      return link.client->State(1) == kSckConnected && link.server->State(1) == kSckConnected;
-    }));
+    Link link(P(), B());
+    ASSERT_NO_FATAL_FAILURE(link.Open());
     ASSERT_EQ(link.requests.size(), 1u);
     EXPECT_EQ(link.requests[0].first, 0) << "requests come to the listening position";
 
@@ -127,12 +139,8 @@ TEST_P(Contract, AConnectionFromAcceptToPeerClose) {
 // address, as the sockets library resolves that host's name.
 TEST_P(Contract, AnAcceptedConnectionTellsTheAddressItCameFrom) {
   In([&] {
-    Link link(P().network);
-    const Long lngPort = B().FreePort();
-    ASSERT_TRUE(link.server->SetLocalPort(0, lngPort));
-    ASSERT_TRUE(link.server->Listen(0));
-    ASSERT_TRUE(link.Dial(1, B().LoopbackHost(), lngPort));
-    ASSERT_TRUE(Until([&] { return link.server->State(1) == kSckConnected; }));
+    Link link(P(), B());
+    ASSERT_NO_FATAL_FAILURE(link.Open());
     platform::SocketsStartupData data;
     ASSERT_EQ(P().sockets.Startup(0x0101, data), 0);
     const auto own = P().sockets.HostByName(B().LoopbackHost());
@@ -151,13 +159,8 @@ TEST_P(Contract, AnAcceptedConnectionTellsTheAddressItCameFrom) {
 // A large send arrives in pieces of at most 64 KiB each, every byte in order.
 TEST_P(Contract, LargeSendsArriveWholeInCappedPieces) {
   In([&] {
-    Link link(P().network);
-    const Long lngPort = B().FreePort();
-    ASSERT_TRUE(link.server->SetLocalPort(0, lngPort) && link.server->Listen(0));
-    ASSERT_TRUE(link.Dial(1, B().LoopbackHost(), lngPort));
-    ASSERT_TRUE(Until([&] {
-      return link.client->State(1) == kSckConnected && link.server->State(1) == kSckConnected;
-    }));
+    Link link(P(), B());
+    ASSERT_NO_FATAL_FAILURE(link.Open());
     Bytes flood(200 * 1024);
     for (size_t i = 0; i < flood.size(); ++i) flood[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
     Bytes got;
@@ -182,10 +185,10 @@ TEST_P(Contract, LargeSendsArriveWholeInCappedPieces) {
 
 TEST_P(Contract, RefusedAndUnansweredConnectsEndInError) {
   In([&] {
-    Link link(P().network);
+    Link link(P(), B());
     const Long lngPort = B().FreePort();
     // Nobody listens.
-    ASSERT_TRUE(link.Dial(1, B().LoopbackHost(), lngPort));
+    ASSERT_TRUE(link.Dial(1, lngPort));
     EXPECT_FALSE(link.client->Connect(1)) << "busy connecting";
     ASSERT_TRUE(Until([&] { return link.client->State(1) == kSckError; }));
     // A second listener on a port that is taken fails and stays closed.
@@ -200,7 +203,7 @@ TEST_P(Contract, RefusedAndUnansweredConnectsEndInError) {
     // at once, the simulator lets the connect time out (21 s), so the wait allows 35 s.
     link.bAccept = false;
     link.client->Close(1);
-    ASSERT_TRUE(link.Dial(1, B().LoopbackHost(), lngPort));
+    ASSERT_TRUE(link.Dial(1, lngPort));
     ASSERT_TRUE(Until(
         [&] {
           const auto n = link.client->State(1);
