@@ -153,13 +153,11 @@ TEST_F(FilesTest, ShellStartsDetachedProgramsWithWindowsParameters) {
   EXPECT_NE(s.find("lib=" + (dir_ / "c/sys")), std::string::npos) << s;
 }
 
-TEST(Registry, RunValueGoesToTheStoreAndAutostart) {
-  test::TempDir dir;
-  PathMapper paths({{'C', dir / "c"}}, dir / "net");
+TEST_F(FilesTest, RegistryRunValueGoesToTheStoreAndAutostart) {
   auto places = [&](const std::string& sStore, const std::string& sAutostart) {
-    return RegistryPlaces{dir / sStore, dir / sAutostart};
+    return RegistryPlaces{dir_ / sStore, dir_ / sAutostart};
   };
-  NativeRegistry registry(paths, places("etc/registry", "etc/autostart"),
+  NativeRegistry registry(paths_, places("etc/registry", "etc/autostart"),
                           places("home/registry", "home/autostart"));
   const std::string sRun = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
   auto key = registry.CreateKey(platform::RegistryRoot::LocalMachine, sRun);
@@ -169,25 +167,25 @@ TEST(Registry, RunValueGoesToTheStoreAndAutostart) {
   EXPECT_TRUE(registry.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));
   EXPECT_TRUE(registry.CloseKey(*key));
   EXPECT_FALSE(registry.CloseKey(*key) || registry.SetStringValue(*key, "1", "x"));
-  const auto store = NativeRegistry::ParseStore(test::ReadText(dir / "etc/registry"));
+  const auto store = NativeRegistry::ParseStore(test::ReadText(dir_ / "etc/registry"));
   EXPECT_EQ(store.at(sRun).at("1"), "C:\\Launch\\Launch.exe");
-  const std::string sEntry = test::ReadText(dir / "etc/autostart/launch-agent-run-1.desktop");
+  const std::string sEntry = test::ReadText(dir_ / "etc/autostart/launch-agent-run-1.desktop");
   EXPECT_EQ(sEntry.find("[Desktop Entry]\n"), 0u) << sEntry;
-  EXPECT_NE(sEntry.find("\nExec=\"" + (dir / "c/Launch/Launch.exe") + "\"\n"), std::string::npos)
+  EXPECT_NE(sEntry.find("\nExec=\"" + (dir_ / "c/Launch/Launch.exe") + "\"\n"), std::string::npos)
       << sEntry;
 
   // Other keys only go to the store; the user root has its own.
   auto user = registry.CreateKey(platform::RegistryRoot::CurrentUser, "Software\\Varno");
   ASSERT_TRUE(user);
   EXPECT_TRUE(registry.SetStringValue(*user, "a=b", "line\nbreak\\"));
-  const auto ustore = NativeRegistry::ParseStore(test::ReadText(dir / "home/registry"));
+  const auto ustore = NativeRegistry::ParseStore(test::ReadText(dir_ / "home/registry"));
   EXPECT_EQ(ustore.at("Software\\Varno").at("a_b"), "line\nbreak\\");
 
   // No write access to the machine-wide store or autostart folder: denied.
-  test::WriteText(dir / "file", "");
-  NativeRegistry denied(paths, places("file/registry", "etc/autostart"), places("u/r", "u/a"));
+  test::WriteText(dir_ / "file", "");
+  NativeRegistry denied(paths_, places("file/registry", "etc/autostart"), places("u/r", "u/a"));
   EXPECT_FALSE(denied.CreateKey(platform::RegistryRoot::LocalMachine, sRun).has_value());
-  NativeRegistry noAutostart(paths, places("ok/registry", "file/autostart"), places("u/r", "u/a"));
+  NativeRegistry noAutostart(paths_, places("ok/registry", "file/autostart"), places("u/r", "u/a"));
   EXPECT_FALSE(noAutostart.CreateKey(platform::RegistryRoot::LocalMachine, sRun).has_value());
   EXPECT_TRUE(noAutostart.CreateKey(platform::RegistryRoot::LocalMachine, "Software\\Other"));
 }

@@ -38,7 +38,7 @@ TEST(NativeSettings, OptionsAndEnvironment) {
   // launch_options.sh.
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"", "DISPLAY=:0", "offscreen=0 stdout=0 scale=1 mount=/net drives=C:/,"},
-      {"", "", "offscreen=1 stdout=1"},
+      {"", "", "offscreen=1 stdout=1 hardened=0 active-only=0"},
       {"--offscreen --log-stdout=0", "DISPLAY=:0", "offscreen=1 stdout=0"},
       {"--host-name pc1 --bind=127.0.0.2 --time-scale 60", "LA_HOST_NAME=envname",
        "host=pc1 bind=127.0.0.2 scale=60"},
@@ -52,12 +52,10 @@ TEST(NativeSettings, OptionsAndEnvironment) {
       {"", "LA_LOG_STDOUT=0", "offscreen=1 stdout=0"},
       {"--bind 010.0.0.7", "", "bind=10.0.0.7"},
       {"--host-name=-pc1 --close-wait 60", "", "host=-pc1 close=60"},
-      {"", "", "hardened=0"},
-      {"--hardened", "", "hardened=1"},
+      {"--hardened", "", "hardened=1 active-only=0"},
       {"", "LA_HARDENED=1", "hardened=1"},
       {"--active-computers-only", "", "hardened=0 active-only=1"},
       {"", "LA_ACTIVE_COMPUTERS_ONLY=1", "active-only=1"},
-      {"--hardened", "", "active-only=0"},
       {"--time-scale fast", "", ""},
       {"", "LA_TIME_SCALE=fast", ""},
       {"--close-wait 61", "", ""},

@@ -36,7 +36,7 @@ class SocketArrayTest : public ::testing::Test {
         hosts_(dir_ / "hosts"),
         server_(std::make_unique<NativeSocketArray>(loop_, hosts_, "127.0.0.1")),
         client_(loop_, hosts_, "") {
-    test::WriteText(dir_ / "hosts", "127.0.0.1 loopback-peer\n");
+    test::WriteText(dir_ / "hosts", "127.0.0.1 loopback-peer\n127.0.0.3 pc3\n");
     server_->OnConnectionRequest = [this](Long, Long id) {
       const Long n = server_->UBound() + 1;
       server_->Load(n);
@@ -99,11 +99,8 @@ TEST_F(SocketArrayTest, TablesGoingAwayMidConnectionAreSafe) {
   EXPECT_EQ(nRequests, 1);
 }
 
-TEST(SocketsLibrary, StartupNamesAndLookups) {
-  test::TempDir dir;
-  test::WriteText(dir / "hosts", "127.0.0.3 pc3\n");
-  HostsFile hosts(dir / "hosts");
-  NativeSocketsLibrary lib(hosts, "pc1", "127.0.0.7");
+TEST_F(SocketArrayTest, TheSocketsLibraryNamesThisMachineAndFindsOthers) {
+  NativeSocketsLibrary lib(hosts_, "pc1", "127.0.0.7");
   // Startup, cleanup and the name lookups' shape are the seam's contract.
   platform::SocketsStartupData data;
   EXPECT_NE(lib.Startup(0x0000, data), 0);
