@@ -52,6 +52,7 @@ TEST_F(X11Test, FindsTheMainApplicationAndAsksItToCloseUntilItDoes) {
   const auto h = WaitForTitle("Varno");
   ASSERT_NE(h, 0);
   EXPECT_EQ(windows_->ClassName(h, 50), "ThunderRT6FormDC");
+  EXPECT_EQ(windows_->WindowText(h, 4), "Var");  // read from the display, cut to the buffer
   // Walking the stacking order from it ends.
   int nSteps = 0;
   for (auto w = h; w && nSteps < 10000; w = windows_->NextWindow(w)) ++nSteps;
