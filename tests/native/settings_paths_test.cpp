@@ -1,4 +1,4 @@
-// Backend settings, path translation, argument splitting, the hosts file's changes.
+// Backend settings, path translation, argument splitting.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,7 +6,6 @@
 #include <map>
 #include <sstream>
 
-#include "platform/native/hosts_file.h"
 #include "platform/native/paths.h"
 #include "platform/native/settings.h"
 #include "test_support.h"
@@ -145,18 +144,6 @@ TEST(Arguments, SplitLikeTheCRuntime) {
       {"x\t\ty", {"x", "y"}},
       {"\"unterminated", {"unterminated"}}};
   for (const auto& [sIn, out] : cases) EXPECT_EQ(SplitWindowsArgs(sIn), out) << sIn;
-}
-
-// Reading the hosts file again when it changes, through this backend's file stamps. The
-// file's text, dotted quads and known names: tests/backend.
-TEST(HostsFile, FollowsChangesOfTheFile) {
-  test::TempDir dir;
-  HostsFile hosts(dir / "hosts");
-  EXPECT_FALSE(hosts.Lookup("pc1"));
-  test::WriteText(dir / "hosts", "127.0.0.1 pc1\n");
-  EXPECT_EQ(Ipv4Text(hosts.Lookup("PC1").value_or(Ipv4{})), "127.0.0.1");
-  test::WriteText(dir / "hosts", "127.0.0.42 pc1 other\n");
-  EXPECT_EQ(Ipv4Text(hosts.Lookup("pc1").value_or(Ipv4{})), "127.0.0.42");
 }
 
 }  // namespace

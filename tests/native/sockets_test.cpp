@@ -119,6 +119,12 @@ TEST_F(SocketArrayTest, TheSocketsLibraryNamesThisMachineAndFindsOthers) {
         << szName;
   }
   EXPECT_NE(lib.LastError(), 0);
+  // The hosts file is read again when it changes (through this backend's file stamps; the
+  // fixture wrote it after the hosts file was opened). Its text: tests/backend.
+  EXPECT_FALSE(HostsFile(dir_ / "none").Lookup("pc3"));
+  test::WriteText(dir_ / "hosts", "127.0.0.42 PC3 other\n");
+  const auto e = lib.HostByName("pc3");
+  EXPECT_EQ(e ? Ipv4Text(e->addresses.at(0)) : "none", "127.0.0.42");
 }
 
 }  // namespace
