@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "../tests/support/agent_on_sim.h"
+#include "agent_on_sim.h"
 #include "messages/cls_msg_host_info.h"
 #include "platform/text.h"
 #include "registry/agent_host_info.h"

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "../tests/support/agent_on_sim.h"
+#include "agent_on_sim.h"
 #include "launcher/launcher.h"
 #include "messages/cls_msg_host_info.h"
 #include "transport/frm_client.h"

@@ -383,19 +383,15 @@ class World {
 
   // ---- Hosts, clocks and their registries ----
   WorldHosts& Hosts() { return hosts_; }
-  const WorldHosts& Hosts() const { return hosts_; }
 
   // ---- Programs, processes and windows ----
   WorldPrograms& Programs() { return programs_; }
-  const WorldPrograms& Programs() const { return programs_; }
 
   // ---- Names and the network ----
   WorldNet& Net() { return net_; }
-  const WorldNet& Net() const { return net_; }
 
   // ---- Disks, shares, share search ----
   WorldFiles& Files() { return files_; }
-  const WorldFiles& Files() const { return files_; }
 
   // ---- Transcript ----
   // Lines "HH:MM:SS.mmm <host> <kind> <text>"; world-level lines name host "-".
