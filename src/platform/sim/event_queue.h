@@ -1,9 +1,12 @@
 #pragma once
-// The world's events in due order: (virtual time, sequence number). The heap holds small
-// keys; the events themselves (each with its function) wait in slots, so reordering the
-// heap never moves them. A large LAN keeps tens of thousands of events pending.
+// Events in due order: (virtual time, sequence number). The heap holds small keys; the
+// events themselves (each with its function) wait in slots, so reordering the heap never
+// moves them. The world's queue and each process's own queue are of this kind: a large
+// LAN keeps tens of thousands of events pending, and a process's timers tick together.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -16,22 +19,26 @@ class EventQueue {
     std::uint32_t slot;
     if (free_.empty()) {
       slot = static_cast<std::uint32_t>(slots_.size());
+      if (slot > kSlotMask) std::abort();  // more pending events than a key can name
       slots_.push_back(std::move(event));
     } else {
       slot = free_.back();
       free_.pop_back();
       slots_[slot] = std::move(event);
     }
-    heap_.push_back({t, seq, slot});
-    std::push_heap(heap_.begin(), heap_.end(), Later);
+    // The sequence number keeps the order among events due at one time; it only grows,
+    // so its low bits may make room for the slot without changing that order.
+    heap_.push_back({t, (seq << kSlotBits) | slot});
+    SiftUp(heap_.size() - 1);
   }
   bool Empty() const { return heap_.empty(); }
   std::int64_t NextTime() const { return heap_.front().t; }
   // The earliest event; the queue must not be empty.
   Event Pop() {
-    std::pop_heap(heap_.begin(), heap_.end(), Later);
-    const std::uint32_t slot = heap_.back().slot;
+    const auto slot = static_cast<std::uint32_t>(heap_.front().seqSlot & kSlotMask);
+    heap_.front() = heap_.back();
     heap_.pop_back();
+    if (!heap_.empty()) SiftDown(0);
     Event event = std::move(slots_[slot]);
     slots_[slot] = Event{};  // lets go of what the event held
     free_.push_back(slot);
@@ -44,48 +51,48 @@ class EventQueue {
   }
 
  private:
+  static constexpr unsigned kSlotBits = 24;
+  static constexpr std::uint64_t kSlotMask = (std::uint64_t{1} << kSlotBits) - 1;
+  // Sixteen bytes a key and four children a node: a node's children share one cache
+  // line, and the heap of a large LAN is half as deep as a binary one.
   struct Key {
     std::int64_t t;
-    std::uint64_t seq;
-    std::uint32_t slot;
+    std::uint64_t seqSlot;
   };
-  static bool Later(const Key& a, const Key& b) { return a.t != b.t ? a.t > b.t : a.seq > b.seq; }
+  static constexpr std::size_t kArity = 4;
+  static bool Earlier(const Key& a, const Key& b) {
+    return a.t != b.t ? a.t < b.t : a.seqSlot < b.seqSlot;
+  }
+  void SiftUp(std::size_t i) {
+    const Key k = heap_[i];
+    while (i > 0) {
+      const std::size_t parent = (i - 1) / kArity;
+      if (!Earlier(k, heap_[parent])) break;
+      heap_[i] = heap_[parent];
+      i = parent;
+    }
+    heap_[i] = k;
+  }
+  void SiftDown(std::size_t i) {
+    const Key k = heap_[i];
+    const std::size_t n = heap_.size();
+    for (;;) {
+      const std::size_t first = i * kArity + 1;
+      if (first >= n) break;
+      std::size_t best = first;
+      const std::size_t last = std::min(first + kArity, n);
+      for (std::size_t c = first + 1; c < last; ++c)
+        if (Earlier(heap_[c], heap_[best])) best = c;
+      if (!Earlier(heap_[best], k)) break;
+      heap_[i] = heap_[best];
+      i = best;
+    }
+    heap_[i] = k;
+  }
 
   std::vector<Key> heap_;
   std::vector<Event> slots_;
   std::vector<std::uint32_t> free_;
-};
-
-// The same order for the few events one process has pending at a time: keys and
-// events in one array, so a process's next event is a cache line or two away, not three
-// arrays' worth.
-template <class Event>
-class SmallEventQueue {
- public:
-  void Push(std::int64_t t, std::uint64_t seq, Event event) {
-    items_.push_back(Item{t, seq, std::move(event)});
-    std::push_heap(items_.begin(), items_.end(), Later);
-  }
-  bool Empty() const { return items_.empty(); }
-  std::int64_t NextTime() const { return items_.front().t; }
-  // The earliest event; the queue must not be empty.
-  Event Pop() {
-    std::pop_heap(items_.begin(), items_.end(), Later);
-    Event event = std::move(items_.back().event);
-    items_.pop_back();
-    return event;
-  }
-  void Clear() { items_.clear(); }
-
- private:
-  struct Item {
-    std::int64_t t;
-    std::uint64_t seq;
-    Event event;
-  };
-  static bool Later(const Item& a, const Item& b) { return a.t != b.t ? a.t > b.t : a.seq > b.seq; }
-
-  std::vector<Item> items_;
 };
 
 }  // namespace launchagent::sim

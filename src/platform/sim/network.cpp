@@ -428,8 +428,8 @@ void NetModel::Send(const std::shared_ptr<Endpoint>& ep, const Bytes& data) {
   const Links::Shape shape = links.TakeShape(ep->host, to);
   const bool bSilent = shape == Links::Shape::Held;
   const bool bSplit = shape == Links::Shape::Split && data.size() >= 2;
-  const auto deliver = [this](std::weak_ptr<Endpoint> weak, Bytes bytes, bool bQuiet) {
-    return [this, weak, bytes = std::move(bytes), bQuiet]() mutable {
+  const auto deliver = [](std::weak_ptr<Endpoint> weak, Bytes bytes, bool bQuiet) {
+    return [weak, bytes = std::move(bytes), bQuiet]() mutable {
       auto p = weak.lock();
       if (!p || p->bDead || (p->state != kSckConnected && p->state != kSckClosing)) return;
       // Nothing waiting (the usual case): the bytes themselves become what waits.

@@ -43,7 +43,7 @@ class ProcessState {
   // The time of the world entry last posted to wake it for them while that entry is
   // still pending (-1: none).
   Nanos eventEntryAt = -1;
-  SmallEventQueue<Task> events;
+  EventQueue<Task> events;
   // Its timers and the generation of each one's armed tick. A process has a handful and
   // every tick looks its timer up: a flat list keeps them together.
   struct TimerRec {
