@@ -13,11 +13,22 @@ void DeliveryLoop::Deliver(const std::function<void()>& fn) {
   if (bEnded_) return;
   ++lngDelivered_;
   nIdlePolls_ = 0;
-  try {
-    fn();
-  } catch (const ProcessEnded&) {
-    MarkEnded();
+  {
+    ++nDepth_;
+    struct Leave {
+      int& n;
+      ~Leave() { --n; }
+    } leave{nDepth_};
+    try {
+      fn();
+    } catch (const ProcessEnded&) {
+      MarkEnded();
+    }
   }
+  if (nDepth_ > 0 || afterDeliveries_.empty()) return;
+  const auto after = std::move(afterDeliveries_);
+  afterDeliveries_.clear();
+  for (const auto& f : after) f();
 }
 
 void DeliveryLoop::MarkEnded() {

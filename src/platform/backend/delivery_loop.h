@@ -6,6 +6,7 @@
 // to pass (a pause): it sleeps until the next event instead of spinning. The backend
 // runs what is due, sleeps, and stops its timers and its loop at the end.
 #include <functional>
+#include <vector>
 
 #include "platform/backend/time_scale.h"
 #include "platform/services.h"
@@ -23,6 +24,11 @@ class DeliveryLoop : public EventLoop, public ui::TimerDriver {
   // Runs agent code on behalf of the system (a timer, a socket, a click). Nothing runs
   // once the process has ended.
   void Deliver(const std::function<void()>& fn);
+  // Whether agent code runs on behalf of the system now. It may have pumped events, so a
+  // system object whose signal is further down the stack must not be deleted yet.
+  bool Delivering() const { return nDepth_ > 0; }
+  // Runs fn once the outermost delivery has returned.
+  void AfterDeliveries(std::function<void()> fn) { afterDeliveries_.push_back(std::move(fn)); }
   bool Ended() const { return bEnded_; }
   // The desktop asks the agent to end (the tray's Quit): the loop stops and Run ends.
   void RequestEnd() { MarkEnded(); }
@@ -45,6 +51,8 @@ class DeliveryLoop : public EventLoop, public ui::TimerDriver {
  private:
   long long lngDelivered_ = 0;
   int nIdlePolls_ = 0;
+  int nDepth_ = 0;
+  std::vector<std::function<void()>> afterDeliveries_;
 };
 
 }  // namespace launchagent::platform

@@ -76,6 +76,7 @@ NativeSocketArray::NativeSocketArray(NativeEventLoop& loop, HostsFile& hosts,
 NativeSocketArray::~NativeSocketArray() {
   alive_.reset();
   ctx_.reset();  // no signal reaches this object any more
+  for (QObject* o : released_) o->deleteLater();
   for (auto& [i, slot] : slots_) Release(slot);
   for (auto& [id, socket] : pending_) {
     socket->abort();
@@ -84,19 +85,38 @@ NativeSocketArray::~NativeSocketArray() {
 }
 
 void NativeSocketArray::Release(Slot& slot) {
-  // Objects are only ever deleted later: the release may run inside their own signal.
   if (slot.socket) {
     if (ctx_) QObject::disconnect(slot.socket, nullptr, ctx_.get(), nullptr);
     slot.socket->abort();
-    slot.socket->deleteLater();
+    Dispose(slot.socket);
     slot.socket = nullptr;
   }
   if (slot.server) {
     if (ctx_) QObject::disconnect(slot.server, nullptr, ctx_.get(), nullptr);
     slot.server->close();
-    slot.server->deleteLater();
+    Dispose(slot.server);
     slot.server = nullptr;
   }
+}
+
+void NativeSocketArray::Dispose(QObject* object) {
+  // Objects are only ever deleted later: the release may run inside their own signal.
+  // While agent code runs, even later is too soon: it may pump events, and the nested
+  // loop would delete a socket whose read signal is still on the stack below. Such
+  // objects wait for the outermost handler to return.
+  if (!loop_.Delivering() || !ctx_) {
+    object->deleteLater();
+    return;
+  }
+  if (released_.empty()) {
+    const std::weak_ptr<bool> alive = alive_;
+    loop_.AfterDeliveries([this, alive] {
+      if (!alive.lock()) return;
+      for (QObject* o : released_) o->deleteLater();
+      released_.clear();
+    });
+  }
+  released_.push_back(object);
 }
 
 Long NativeSocketArray::BoundPort(Long lngIndex) const {

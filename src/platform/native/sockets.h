@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "platform/backend/name_services.h"
 #include "platform/backend/socket_positions.h"
@@ -50,6 +51,7 @@ class NativeSocketArray : public platform::SocketPositions<NativeSocketSlot> {
   void PauseAccepting(QTcpServer* server);
   void OnReadyRead(Long lngIndex, QTcpSocket* socket);
   void OnGone(Long lngIndex, QTcpSocket* socket, bool bError);
+  void Dispose(QObject* object);
 
   NativeEventLoop& loop_;
   HostsFile& hosts_;
@@ -58,6 +60,7 @@ class NativeSocketArray : public platform::SocketPositions<NativeSocketSlot> {
   Long lngNextRequest_ = 1;
   std::set<QTcpServer*> pausedServers_;  // resting after descriptors ran short
   std::unique_ptr<QObject> ctx_;         // every signal connection hangs on it
+  std::vector<QObject*> released_;       // deleted once the outermost handler returns
   // A handler may unload the form that owns this table; code after a handler checks it.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
