@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <filesystem>
 #include <string>
 
 #include "platform/win32/shell.h"
@@ -20,65 +20,42 @@ class FilesTest : public ::testing::Test {
     ASSERT_TRUE(CreateDirectoryA(sDir.c_str(), nullptr));
   }
   void TearDown() override {
-    WIN32_FIND_DATAA fd;
-    HANDLE h = FindFirstFileA((sDir + "\\*").c_str(), &fd);
-    if (h != INVALID_HANDLE_VALUE) {
-      do {
-        const std::string sPath = sDir + "\\" + fd.cFileName;
-        SetFileAttributesA(sPath.c_str(), FILE_ATTRIBUTE_NORMAL);
-        DeleteFileA(sPath.c_str());
-      } while (FindNextFileA(h, &fd));
-      FindClose(h);
-    }
-    RemoveDirectoryA(sDir.c_str());
+    std::error_code e;
+    std::filesystem::remove_all(sDir, e);
   }
-  void Write(const std::string& sName, const std::string& sText, DWORD dwAttributes = 0) {
-    ASSERT_TRUE(files.ReplaceFile(sDir + "\\" + sName, Bytes(sText.begin(), sText.end())));
-    if (dwAttributes) SetFileAttributesA((sDir + "\\" + sName).c_str(), dwAttributes);
-  }
-  std::string Read(const std::string& sName) {
-    const auto b = files.ReadFile(sDir + "\\" + sName);
-    return b ? std::string(b->begin(), b->end()) : std::string("<none>");
-  }
-  std::vector<std::string> Names(const std::string& sPattern, bool bHidden, bool bFolders) {
-    std::vector<std::string> out;
-    if (auto entries = files.List(sPattern, bHidden, bFolders))
-      for (const auto& e : *entries) out.push_back(e.sName);
-    std::sort(out.begin(), out.end());
-    return out;
-  }
+  std::string Path(const char* szName) const { return sDir + "\\" + szName; }
 
   Win32FileSystem files;
   std::string sDir;
 };
 
-TEST_F(FilesTest, RecordFilesAreReplacedWholeAndLeftoversOfCrashedSavesGo) {
-  Write("agent.dat", std::string(100, 'a'));
-  Write("agent.dat", std::string(64, 'b'));
-  EXPECT_EQ(Read("agent.dat"), std::string(64, 'b'));
-  // A save that died half-way, of a process long gone, and one of a running process.
-  const std::string sDead = TemporaryNameFor(sDir + "\\agent.dat", 0xfffffff0);
-  const std::string sLive = TemporaryNameFor(sDir + "\\agent.dat", GetCurrentProcessId() + 0);
+// Whole replacement itself is the seam's contract; here the leftovers of saves that died
+// half-way, of a process long gone and of this one, go with the next save.
+TEST_F(FilesTest, LeftoversOfCrashedSavesGoWithTheNextSave) {
+  const std::string sDead = TemporaryNameFor(Path("agent.dat"), 0xfffffff0);
+  const std::string sLive = TemporaryNameFor(Path("agent.dat"), GetCurrentProcessId() + 0);
   for (const auto& s : {sDead, sLive}) {
     HANDLE h = CreateFileA(s.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     ASSERT_NE(h, INVALID_HANDLE_VALUE);
     CloseHandle(h);
   }
-  Write("agent.dat", "c");
-  EXPECT_EQ(Read("agent.dat"), "c");
-  EXPECT_EQ(GetFileAttributesA(sDead.c_str()), INVALID_FILE_ATTRIBUTES);
-  EXPECT_EQ(Names(sDir + "\\*", true, false), std::vector<std::string>{"agent.dat"});
-  EXPECT_FALSE(files.ReplaceFile(sDir + "\\missing\\agent.dat", Bytes{1}));
+  ASSERT_TRUE(files.ReplaceFile(Path("agent.dat"), Bytes{'c'}));
+  EXPECT_EQ(files.ReadFile(Path("agent.dat")), Bytes{'c'});
+  std::vector<std::string> left;
+  for (const auto& e :
+       files.List(sDir + "\\*", true, false).value_or(std::vector<platform::DirEntry>{}))
+    left.push_back(e.sName);
+  EXPECT_EQ(left, std::vector<std::string>{"agent.dat"});
 }
 
 // The result codes of a failed copy: the agent logs them. Copies that work are the
 // seam's contract.
 TEST_F(FilesTest, FailedCopiesReportTheSystemsCode) {
-  Write("src.dll", "library");
+  ASSERT_TRUE(files.ReplaceFile(Path("src.dll"), Bytes{'l', 'i', 'b'}));
   char szSelf[MAX_PATH] = {};
   GetModuleFileNameA(nullptr, szSelf, MAX_PATH);
-  EXPECT_EQ(files.CopyFile(sDir + "\\none.dll", sDir + "\\x.dll"), 2) << "missing source";
-  EXPECT_EQ(files.CopyFile(sDir + "\\src.dll", szSelf), 5) << "onto a running program";
+  EXPECT_EQ(files.CopyFile(Path("none.dll"), Path("x.dll")), 2) << "missing source";
+  EXPECT_EQ(files.CopyFile(Path("src.dll"), szSelf), 5) << "onto a running program";
 }
 
 TEST(Win32Registry, TheRunValueLandsInTheMachineRootWithoutATerminatingZero) {

@@ -54,21 +54,26 @@ class HardenedServerTest : public Win32LoopTest {
   std::vector<std::string> senders;
 };
 
-TEST_F(HardenedServerTest, TheDefaultServerTakesANewPositionForEveryConnection) {
-  Churn("127.0.0.53", "127.0.0.54", nullptr, nullptr);
-  ASSERT_EQ(positions.size(), 40u);
-  EXPECT_EQ(positions.front(), 1);
-  EXPECT_EQ(positions.back(), 40);
-}
-
-TEST_F(HardenedServerTest, TheHardenedServerTakesEndedPositionsAgainAndKnowsTheSender) {
+TEST_F(HardenedServerTest, OnlyTheHardenedServerTakesEndedPositionsAgainAndKnowsTheSender) {
   HardeningHooks hooks;
   hooks.secondsNow = [this] { return time.ElapsedAgentSeconds(); };
   HardeningPolicy policy(HardeningRules{}, hooks);
-  Churn("127.0.0.51", "127.0.0.52", &policy, &policy);
-  ASSERT_EQ(positions.size(), 40u);
-  EXPECT_EQ(*std::max_element(positions.begin(), positions.end()), 1);
-  EXPECT_EQ(senders, std::vector<std::string>(40, "127.0.0.52"));
+  struct Case {
+    HardeningPolicy* pPolicy;
+    const char *szServer, *szClient;
+    Long lngLastPosition;
+  };
+  for (const Case& c : {Case{nullptr, "127.0.0.53", "127.0.0.54", 40},
+                        Case{&policy, "127.0.0.51", "127.0.0.52", 1}}) {
+    SCOPED_TRACE(c.pPolicy ? "hardened" : "default");
+    positions.clear();
+    senders.clear();
+    Churn(c.szServer, c.szClient, c.pPolicy, c.pPolicy);
+    ASSERT_EQ(positions.size(), 40u);
+    EXPECT_EQ(positions.front(), 1);
+    EXPECT_EQ(*std::max_element(positions.begin(), positions.end()), c.lngLastPosition);
+    EXPECT_EQ(senders, std::vector<std::string>(c.pPolicy ? 40 : 0, c.szClient));
+  }
 }
 
 }  // namespace

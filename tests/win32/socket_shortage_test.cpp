@@ -15,14 +15,13 @@ namespace {
 
 class SocketShortageTest : public Win32LoopTest {
  protected:
-  void SetUp() override { Win32LoopTest::SetUp(); }
   void TearDown() override {
     if (peer != INVALID_SOCKET) closesocket(peer);
     Win32LoopTest::TearDown();
   }
 
-  // A listener on a free loopback port, with a peer's connection request waiting.
-  void ListenAndCall(Win32SocketArray& server) {
+  // A listener on a free loopback port that accepts at position 1.
+  void Listen(Win32SocketArray& server) {
     ASSERT_TRUE(server.SetLocalPort(0, 0));
     ASSERT_TRUE(server.Listen(0));
     server.OnConnectionRequest = [&server, this](Long lngIndex, Long lngRequestId) {
@@ -30,8 +29,6 @@ class SocketShortageTest : public Win32LoopTest {
       ASSERT_TRUE(server.Accept(1, lngRequestId));
       nRequests += lngIndex == 0 ? 1 : 0;
     };
-    peer = CallLoopback(server.BoundPort(0));
-    ASSERT_NE(peer, INVALID_SOCKET);
   }
 
   DebugLines debug;
@@ -59,7 +56,9 @@ TEST_F(SocketShortageTest, ARestingListenerTakesTheWaitingRequestWhenTheRestEnds
     Win32SocketArray server(loop, hosts, "127.0.0.1");
     int nCalls = 0;
     server.acceptErrorForTest = [&] { return ++nCalls <= c.nFailures ? c.nError : 0; };
-    ListenAndCall(server);
+    Listen(server);
+    peer = CallLoopback(server.BoundPort(0));
+    ASSERT_NE(peer, INVALID_SOCKET);
     ASSERT_TRUE(PumpUntil([&] { return nRequests == 1; }));
     EXPECT_EQ(server.State(1), platform::kSckConnected);
     // Each failure rested the listener; the ones after the first were held back.
@@ -72,12 +71,7 @@ TEST_F(SocketShortageTest, ARestingListenerTakesTheWaitingRequestWhenTheRestEnds
 TEST_F(SocketShortageTest, ASendWithoutASocketFailsAsToAnUnreachableHostAndSaysSoOnce) {
   HostsFile hosts("");
   Win32SocketArray server(loop, hosts, "127.0.0.1");
-  ASSERT_TRUE(server.SetLocalPort(0, 0));
-  ASSERT_TRUE(server.Listen(0));
-  server.OnConnectionRequest = [&server](Long, Long lngRequestId) {
-    server.Load(1);
-    server.Accept(1, lngRequestId);
-  };
+  Listen(server);
   Win32SocketArray client(loop, hosts, "");
   bool bShort = true;
   client.socketErrorForTest = [&] { return bShort ? WSAENOBUFS : 0; };

@@ -20,6 +20,19 @@ std::string TextOf(HWND h) {
   return buf;
 }
 
+// A form attached to a window system for one scope, and its windows.
+struct Attached {
+  Attached(Win32WindowSystem& s, ui::Form& f) : system(s), form(f) { s.AttachForm(f); }
+  ~Attached() { system.DetachForm(form); }
+  FormWindow* Window() const { return system.WindowOf(form); }
+  HWND Handle() const { return Window() ? H(Window()->Handle()) : nullptr; }
+  HWND Control(const char* szName) const {
+    return Window() ? H(Window()->ControlHandle(szName)) : nullptr;
+  }
+  Win32WindowSystem& system;
+  ui::Form& form;
+};
+
 class WindowsTest : public Win32LoopTest {
  protected:
   Win32WindowSystem windows{loop, false};
@@ -32,17 +45,17 @@ TEST_F(WindowsTest, FormsAreRenamedClosedByOthersAndGoneWindowsEndTheWalk) {
   ui::Form form("frmTest", "Launch Smoke Window");
   int nCloses = 0;
   form.OnUserClose = [&] { ++nCloses; };
-  windows.AttachForm(form);
-  const auto h = windows.FindWindowByTitle("Launch Smoke Window");
-  ASSERT_NE(h, 0);
-  EXPECT_EQ(windows.FindWindowByTitle("launch smoke window"), 0) << "titles compare exactly";
-  form.SetCaption("Launch Smoke Renamed");
-  EXPECT_EQ(windows.WindowText(h, 256), "Launch Smoke Renamed");
-  EXPECT_EQ(windows.FindWindowByTitle("Launch Smoke Renamed"), h);
-  EXPECT_TRUE(windows.SendClose(h));
-  EXPECT_EQ(nCloses, 1);
-  windows.DetachForm(form);
-
+  {
+    Attached on(windows, form);
+    const auto h = windows.FindWindowByTitle("Launch Smoke Window");
+    ASSERT_NE(h, 0);
+    EXPECT_EQ(windows.FindWindowByTitle("launch smoke window"), 0) << "titles compare exactly";
+    form.SetCaption("Launch Smoke Renamed");
+    EXPECT_EQ(windows.WindowText(h, 256), "Launch Smoke Renamed");
+    EXPECT_EQ(windows.FindWindowByTitle("Launch Smoke Renamed"), h);
+    EXPECT_TRUE(windows.SendClose(h));
+    EXPECT_EQ(nCloses, 1);
+  }
   HWND hOther = CreateWindowExA(0, "STATIC", "Launch Smoke Other", WS_POPUP, 0, 0, 10, 10, nullptr,
                                 nullptr, nullptr, nullptr);
   ASSERT_NE(hOther, nullptr);
@@ -52,38 +65,44 @@ TEST_F(WindowsTest, FormsAreRenamedClosedByOthersAndGoneWindowsEndTheWalk) {
   EXPECT_EQ(windows.NextWindow(hFound), 0);
 }
 
-TEST_F(WindowsTest, ControlsFollowTheirModelsAndClicksReachThem) {
+// Clicks and typing reach the models and their handlers; the program's changes to the
+// models reach the controls (and are no clicks).
+TEST_F(WindowsTest, ControlsAndTheirModelsFollowEachOther) {
   ui::Form form("frmSetup", "Launch Smoke Setup");
   auto& check = form.Add<ui::CheckBox>("chkOption", "Option");
   auto& list = form.Add<ui::ListBox>("lstHosts", true);
   auto& button = form.Add<ui::CommandButton>("cmdGo", "Go");
   auto& label = form.Add<ui::Label>("lblInfo", "Info");
-  int nChecks = 0, nButtons = 0, nListClicks = 0;
+  auto& name = form.Add<ui::TextBox>("txtName", "old");
+  int nChecks = 0, nButtons = 0, nListClicks = 0, nChanges = 0;
   check.OnClick = [&] { ++nChecks; };
   button.OnClick = [&] { ++nButtons; };
   list.OnClick = [&] { ++nListClicks; };
-  windows.AttachForm(form);
-  FormWindow* window = windows.WindowOf(form);
-  ASSERT_NE(window, nullptr);
-  HWND hCheck = H(window->ControlHandle("chkOption"));
-  HWND hList = H(window->ControlHandle("lstHosts"));
-  HWND hButton = H(window->ControlHandle("cmdGo"));
-  ASSERT_TRUE(hCheck && hList && hButton);
+  name.OnChange = [&] { ++nChanges; };
+  Attached on(windows, form);
+  HWND hCheck = on.Control("chkOption"), hList = on.Control("lstHosts");
+  HWND hButton = on.Control("cmdGo"), hName = on.Control("txtName");
+  ASSERT_TRUE(hCheck && hList && hButton && hName);
 
-  // The user clicks: the models change and their handlers run.
   SendMessageA(hCheck, BM_CLICK, 0, 0);
   EXPECT_EQ(check.Value(), 1);
   EXPECT_EQ(nChecks, 1);
   SendMessageA(hButton, BM_CLICK, 0, 0);
   EXPECT_EQ(nButtons, 1);
+  EXPECT_EQ(TextOf(hName), "old");
+  SetWindowTextA(hName, "typed");  // as a user's edit, it notifies the form
+  EXPECT_EQ(name.Text(), "typed");
+  EXPECT_EQ(nChanges, 1);
+
   button.SetEnabled(false);
   EXPECT_FALSE(IsWindowEnabled(hButton));
-
-  // The program changes the models: the controls follow.
   check.SetValue(0);
   EXPECT_EQ(SendMessageA(hCheck, BM_GETCHECK, 0, 0), BST_UNCHECKED);
   label.SetCaption("Changed");
-  EXPECT_EQ(TextOf(H(window->ControlHandle("lblInfo"))), "Changed");
+  EXPECT_EQ(TextOf(on.Control("lblInfo")), "Changed");
+  name.SetText("set by the agent");
+  EXPECT_EQ(TextOf(hName), "set by the agent");
+  EXPECT_EQ(nChanges, 2);
   for (const char* sz : {"pc1", "pc2", "pc3"}) list.AddItem(sz);
   list.SetSelected(2, true);
   EXPECT_EQ(SendMessageA(hList, LB_GETCOUNT, 0, 0), 3);
@@ -92,7 +111,6 @@ TEST_F(WindowsTest, ControlsFollowTheirModelsAndClicksReachThem) {
   EXPECT_EQ(nListClicks, 0) << "a program's change is no click";
   list.RemoveItem(0);
   EXPECT_EQ(SendMessageA(hList, LB_GETCOUNT, 0, 0), 2);
-  windows.DetachForm(form);
 }
 
 TEST_F(WindowsTest, PlacedControlsSitInTheirFramesAndFollowALargerWindow) {
@@ -106,13 +124,12 @@ TEST_F(WindowsTest, PlacedControlsSitInTheirFramesAndFollowALargerWindow) {
   place(form.Add<ui::Frame>("fra", "Frame"), "", 10, 10, 380, 200);
   place(form.Add<ui::ListBox>("lst"), "fra", 8, 20, 360, 170);
   place(form.Add<ui::CommandButton>("cmd", "OK"), "", 300, 260, 90, 30);
-  windows.AttachForm(form);
-  FormWindow* window = windows.WindowOf(form);
-  ASSERT_NE(window, nullptr);
-  HWND hForm = H(window->Handle());
+  Attached on(windows, form);
+  HWND hForm = on.Handle();
+  ASSERT_NE(hForm, nullptr);
   auto Rect = [&](const char* sz) {
     RECT r{};
-    GetWindowRect(H(window->ControlHandle(sz)), &r);
+    GetWindowRect(on.Control(sz), &r);
     MapWindowPoints(nullptr, hForm, reinterpret_cast<POINT*>(&r), 2);
     return r;
   };
@@ -133,16 +150,15 @@ TEST_F(WindowsTest, PlacedControlsSitInTheirFramesAndFollowALargerWindow) {
   EXPECT_EQ(moved.left - button.left, 200);
   EXPECT_EQ(moved.top - button.top, 200);
   EXPECT_EQ(moved.right - moved.left, 90);
-  windows.DetachForm(form);
 }
 
 TEST_F(WindowsTest, TheLogBoxTakesEveryLineButRefreshesAtABoundedRate) {
   ui::Form form("frmLaunch", "Launch Smoke Log");
   auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
-  windows.AttachForm(form);
-  FormWindow* window = windows.WindowOf(form);
+  Attached on(windows, form);
+  FormWindow* window = on.Window();
   ASSERT_NE(window, nullptr);
-  HWND hBox = H(window->ControlHandle("txtInfo"));
+  HWND hBox = on.Control("txtInfo");
   // Hidden, the window costs nothing to keep current.
   for (int i = 0; i < 200; ++i)
     log.SetText(log.Text() + "hidden line " + std::to_string(i) + "\r\n");
@@ -172,7 +188,6 @@ TEST_F(WindowsTest, TheLogBoxTakesEveryLineButRefreshesAtABoundedRate) {
   SendMessageA(hBox, EM_GETSEL, reinterpret_cast<WPARAM>(&dwStart),
                reinterpret_cast<LPARAM>(&dwEnd));
   EXPECT_EQ(dwStart, sShown.size()) << "the caret follows the model's selection";
-  windows.DetachForm(form);
 }
 
 TEST_F(WindowsTest, OffscreenFormsKeepTheirBoxesCurrentAndHiddenBoxesStayHidden) {
@@ -183,38 +198,16 @@ TEST_F(WindowsTest, OffscreenFormsKeepTheirBoxesCurrentAndHiddenBoxesStayHidden)
     auto& shown = form.Add<ui::TextBox>("txtLog", "", true);
     auto& hidden = form.Add<ui::TextBox>("txtHidden", "", true);
     hidden.SetVisible(false);
-    system.AttachForm(form);
-    FormWindow* window = system.WindowOf(form);
-    ASSERT_NE(window, nullptr);
+    Attached on(system, form);
+    ASSERT_NE(on.Handle(), nullptr);
     form.Show();
-    EXPECT_EQ(IsWindowVisible(H(window->Handle())) != 0, !bOffscreen);
+    EXPECT_EQ(IsWindowVisible(on.Handle()) != 0, !bOffscreen);
     shown.SetText("first\r\n");
     hidden.SetText("secret\r\n");
-    ASSERT_TRUE(
-        PumpUntil([&] { return TextOf(H(window->ControlHandle("txtLog"))) == "first\r\n"; }));
-    EXPECT_EQ(TextOf(H(window->ControlHandle("txtHidden"))), "secret\r\n");
-    EXPECT_FALSE(GetWindowLongA(H(window->ControlHandle("txtHidden")), GWL_STYLE) & WS_VISIBLE);
-    system.DetachForm(form);
+    ASSERT_TRUE(PumpUntil([&] { return TextOf(on.Control("txtLog")) == "first\r\n"; }));
+    EXPECT_EQ(TextOf(on.Control("txtHidden")), "secret\r\n");
+    EXPECT_FALSE(GetWindowLongA(on.Control("txtHidden"), GWL_STYLE) & WS_VISIBLE);
   }
-}
-
-TEST_F(WindowsTest, TypingInABoxReachesItsModel) {
-  ui::Form form("frmSetup", "Launch Smoke Typing");
-  auto& name = form.Add<ui::TextBox>("txtName", "old");
-  form.Add<ui::Label>("lbl", "x");
-  int nChanges = 0;
-  name.OnChange = [&] { ++nChanges; };
-  windows.AttachForm(form);
-  HWND hName = H(windows.WindowOf(form)->ControlHandle("txtName"));
-  ASSERT_NE(hName, nullptr);
-  EXPECT_EQ(TextOf(hName), "old");
-  SetWindowTextA(hName, "typed");  // as a user's edit, it notifies the form
-  EXPECT_EQ(name.Text(), "typed");
-  EXPECT_EQ(nChanges, 1);
-  name.SetText("set by the agent");
-  EXPECT_EQ(TextOf(hName), "set by the agent");
-  EXPECT_EQ(nChanges, 2);
-  windows.DetachForm(form);
 }
 
 TEST_F(WindowsTest, AgentsOnDesktopsOfTheirOwnDoNotSeeEachOther) {
@@ -224,21 +217,19 @@ TEST_F(WindowsTest, AgentsOnDesktopsOfTheirOwnDoNotSeeEachOther) {
     Win32EventLoop otherLoop(time);
     Win32WindowSystem otherWindows(otherLoop, true);
     ui::Form form("frmLaunch", "Launch Smoke Isolated");
-    otherWindows.AttachForm(form);
-    hMadeThere = reinterpret_cast<INT_PTR>(otherWindows.WindowOf(form)->Handle());
+    Attached on(otherWindows, form);
+    hMadeThere = reinterpret_cast<INT_PTR>(on.Handle());
     hSeenThere = otherWindows.FindWindowByTitle("Launch Smoke Isolated");
-    otherWindows.DetachForm(form);
   });
   other.join();
   SetEnvironmentVariableA(kDesktopVariable, nullptr);
   EXPECT_NE(hMadeThere, 0);
   EXPECT_EQ(hSeenThere, hMadeThere);
   ui::Form form("frmLaunch", "Launch Smoke Isolated");
-  windows.AttachForm(form);
+  Attached on(windows, form);
   const auto hHere = windows.FindWindowByTitle("Launch Smoke Isolated");
   EXPECT_NE(hHere, 0);
   EXPECT_NE(hHere, hMadeThere);
-  windows.DetachForm(form);
 }
 
 }  // namespace
