@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -61,9 +62,9 @@ inline Bytes HostInfoImage(const std::string& sHostName, const std::string& sApp
   return msg.GetObjectData();
 }
 
-// A TCP connection from sFrom (any loopback address) to the agent; -1 when refused or
-// not accepted within nMs.
-inline int Connect(const std::string& sTo, const std::string& sFrom = "", int nMs = 5000) {
+// A non-blocking TCP connection from sFrom (any loopback address) to the agent, begun
+// but not waited for; -1 when it could not begin.
+inline int Dial(const std::string& sTo, const std::string& sFrom = "") {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) return -1;
   sockaddr_in a{};
@@ -76,12 +77,21 @@ inline int Connect(const std::string& sTo, const std::string& sFrom = "", int nM
   ::inet_pton(AF_INET, sTo.c_str(), &a.sin_addr);
   if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 && errno != EINPROGRESS)
     return ::close(fd), -1;
+  return fd;
+}
+
+// A TCP connection from sFrom to the agent; -1 when refused or not accepted within nMs.
+inline int Connect(const std::string& sTo, const std::string& sFrom = "", int nMs = 5000) {
+  const int fd = Dial(sTo, sFrom);
+  if (fd < 0) return -1;
   pollfd p{fd, POLLOUT, 0};
   int nErr = 0;
   socklen_t nLen = sizeof nErr;
   if (::poll(&p, 1, nMs) != 1 || ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &nErr, &nLen) != 0 ||
-      nErr != 0)
+      nErr != 0) {
+    errno = nErr;
     return ::close(fd), -1;
+  }
   return fd;
 }
 
@@ -100,18 +110,14 @@ inline size_t SendSome(int fd, const Bytes& data) {
 
 class Agent {
  public:
-  struct Options {
-    std::string sAddress = "127.0.0.71";
-    long lngSoftLimit = 0;  // 0: as inherited
-    long lngHardLimit = 0;  // 0: the same as the soft limit
-    std::vector<std::string> extraArgs;
-    std::string sHosts;  // extra lines of the hosts file
-  };
-
-  explicit Agent(std::string sAddress, std::string sHosts = "", long lngSoftLimit = 0,
+  // sHosts: extra lines of the hosts file; lngSoftLimit: the descriptor limit, 0 as
+  // inherited; lngHardLimit: 0 for the same as the soft one.
+  explicit Agent(std::string sAddress, const std::string& sHosts = "", long lngSoftLimit = 0,
                  long lngHardLimit = 0, std::vector<std::string> extraArgs = {})
-      : o_{std::move(sAddress), lngSoftLimit, lngHardLimit, std::move(extraArgs),
-           std::move(sHosts)} {
+      : sAddress_(std::move(sAddress)),
+        lngSoftLimit_(lngSoftLimit),
+        lngHardLimit_(lngHardLimit ? lngHardLimit : lngSoftLimit),
+        extraArgs_(std::move(extraArgs)) {
     char sz[] = "/tmp/la-hostile-XXXXXX";
     sRoot_ = ::mkdtemp(sz) ? sz : "/tmp/la-hostile";
     for (const char* s : {"/c/Launch", "/c/sys", "/net"})
@@ -119,7 +125,7 @@ class Agent {
     // LA_HOSTILE_AGENT names another build of the agent to attack (an older one, say).
     const char* szAgent = std::getenv("LA_HOSTILE_AGENT");
     std::filesystem::copy_file(szAgent && *szAgent ? szAgent : LA_LAUNCH_PATH, Exe());
-    WriteText(sRoot_ + "/hosts", o_.sAddress + " pc1\n" + o_.sHosts);
+    WriteText(sRoot_ + "/hosts", sAddress_ + " pc1\n" + sHosts);
   }
   ~Agent() {
     Stop();
@@ -128,7 +134,7 @@ class Agent {
   }
 
   const std::string& Root() const { return sRoot_; }
-  const std::string& Address() const { return o_.sAddress; }
+  const std::string& Address() const { return sAddress_; }
   std::string Exe() const { return sRoot_ + "/c/Launch/Launch.exe"; }
   std::string Log() const { return ReadText(sRoot_ + "/out.txt"); }
   std::string Diagnostics() const { return ReadText(sRoot_ + "/err.txt"); }
@@ -137,37 +143,27 @@ class Agent {
   // Starts it and waits until it accepts connections. Agent time runs sTimeScale times
   // as fast as real time, so that minutes of its life pass in seconds.
   bool Start(const std::string& sTimeScale = "60") {
-    std::vector<std::string> args = {"--host-name",
-                                     "pc1",
-                                     "--bind",
-                                     o_.sAddress,
-                                     "--drive",
-                                     "C:=" + sRoot_ + "/c",
-                                     "--mount-root",
-                                     sRoot_ + "/net",
-                                     "--hosts-file",
-                                     sRoot_ + "/hosts",
-                                     "--time-scale",
-                                     sTimeScale,
-                                     "--window-table",
-                                     sRoot_ + "/windows",
-                                     "--system-folder",
-                                     sRoot_ + "/c/sys",
-                                     "--registry-file",
-                                     sRoot_ + "/etc/registry",
-                                     "--autostart-dir",
-                                     sRoot_ + "/etc/auto",
-                                     "--user-registry-file",
-                                     sRoot_ + "/home/registry",
-                                     "--user-autostart-dir",
-                                     sRoot_ + "/home/auto",
-                                     "--log-stdout"};
-    args.insert(args.end(), o_.extraArgs.begin(), o_.extraArgs.end());
+    const std::string& r = sRoot_;
+    const std::pair<const char*, std::string> options[] = {
+        {"--host-name", "pc1"},
+        {"--bind", sAddress_},
+        {"--time-scale", sTimeScale},
+        {"--drive", "C:=" + r + "/c"},
+        {"--mount-root", r + "/net"},
+        {"--hosts-file", r + "/hosts"},
+        {"--window-table", r + "/windows"},
+        {"--system-folder", r + "/c/sys"},
+        {"--registry-file", r + "/etc/registry"},
+        {"--autostart-dir", r + "/etc/auto"},
+        {"--user-registry-file", r + "/home/registry"},
+        {"--user-autostart-dir", r + "/home/auto"}};
+    std::vector<std::string> args = {"--log-stdout"};
+    for (const auto& [szOption, sValue] : options) args.insert(args.end(), {szOption, sValue});
+    args.insert(args.end(), extraArgs_.begin(), extraArgs_.end());
     std::string sLimit = "exec \"$0\" \"$@\"";
-    if (o_.lngSoftLimit > 0)
-      sLimit = "ulimit -S -n " + std::to_string(o_.lngSoftLimit) + " && ulimit -H -n " +
-               std::to_string(o_.lngHardLimit ? o_.lngHardLimit : o_.lngSoftLimit) + " && " +
-               sLimit;
+    if (lngSoftLimit_ > 0)
+      sLimit = "ulimit -S -n " + std::to_string(lngSoftLimit_) + " && ulimit -H -n " +
+               std::to_string(lngHardLimit_) + " && " + sLimit;
     pid_ = ::fork();
     if (pid_ == 0) {
       for (const char* s : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) ::unsetenv(s);
@@ -183,7 +179,7 @@ class Agent {
     }
     return pid_ > 0 && WaitUntil(
                            [this] {
-                             const int fd = Connect(o_.sAddress);
+                             const int fd = Connect(sAddress_);
                              return fd >= 0 && ::close(fd) == 0;
                            },
                            20);
@@ -201,7 +197,7 @@ class Agent {
   // Sends one host information image from a fresh connection and waits (bounded) until
   // the agent has handled it.
   bool Served(const std::string& sHostName, double dSeconds = 10, const std::string& sFrom = "") {
-    const int fd = Connect(o_.sAddress, sFrom);
+    const int fd = Connect(sAddress_, sFrom);
     if (fd < 0) return false;
     const Bytes image = HostInfoImage(sHostName);
     const bool bSent = SendSome(fd, image) == image.size();
@@ -243,7 +239,9 @@ class Agent {
   }
 
  private:
-  Options o_;
+  std::string sAddress_;
+  long lngSoftLimit_, lngHardLimit_;
+  std::vector<std::string> extraArgs_;
   std::string sRoot_;
   pid_t pid_ = -1;
 };
@@ -255,6 +253,21 @@ inline std::string StoredSite(const Agent& agent, const std::string& sHost) {
   if (n == std::string::npos) return "(none)";
   const auto nStart = n + sKey.size();
   return s.substr(nStart, s.find('\n', nStart) - nStart);
+}
+
+// Announces sSite as sHost's launch site from address sFrom ("" for any) and returns the
+// site the agent's registry then shows for sHost; "(no answer)" when it shows none in time.
+inline std::string Announce(const Agent& agent, const std::string& sFrom, const std::string& sHost,
+                            const std::string& sSite) {
+  const size_t nBefore = agent.Log().size();
+  const int fd = Connect(agent.Address(), sFrom);
+  if (fd < 0) return "(no connection) " + std::string(strerror(errno));
+  SendSome(fd, HostInfoImage(sHost, sSite));
+  ::close(fd);
+  const std::string sKey = "Host=" + sHost + " LaunchSite=";
+  if (!WaitUntil([&] { return agent.Log().find(sKey, nBefore) != std::string::npos; }, 10))
+    return "(no answer)";
+  return StoredSite(agent, sHost);
 }
 
 }  // namespace launchagent::hostile

@@ -1,38 +1,85 @@
-// Launch sites announced by a hostile sender: a path that climbs out of its share, and a
+// Launch sites announced by a hostile sender, and whether the agent's registry keeps them:
+// paths that climb out of their share (in any mode), sites from a host that does not own
+// them (the hardened mode), sites from hosts nobody picked (active computers only); and a
 // program named like the agent's own executable.
 #include <gtest/gtest.h>
 
 #include "hostile_agent.h"
+#include "setup/option_records.h"
 
 namespace launchagent::hostile {
 namespace {
 
-TEST(HostileSites, APathThatClimbsOutOfItsShareIsNoPath) {
-  Agent agent("127.0.0.76", "127.0.0.250 pc9\n");
-  const std::string sMarker = agent.Root() + "/payload-ran";
-  WriteText(agent.Root() + "/net/pc9/c/app/Varno2.exe", "#!/bin/sh\n", true);
-  WriteText(agent.Root() + "/payload/Varno2.exe", "#!/bin/sh\ntouch '" + sMarker + "'\n", true);
-  ASSERT_TRUE(agent.Start());
-  // Announced site, whether the registry keeps it.
-  const std::pair<std::string, bool> cases[] = {
-      {"\\\\pc9\\c\\..\\..\\..\\payload\\Varno2.exe", false},
-      {"\\\\pc9\\c\\app\\..\\..\\c\\app\\Varno2.exe", false},
-      {"\\\\pc9\\..\\..\\payload\\Varno2.exe", false},
-      {"C:\\..\\..\\payload\\Varno2.exe", false},
-      {"\\\\pc9\\c\\app\\.\\..\\app\\Varno2.exe", true}};
-  int i = 0;
-  for (const auto& [sSite, bKept] : cases) {
-    const std::string sHost = "evil" + std::to_string(i++);
-    const int fd = Connect(agent.Address());
-    ASSERT_GE(fd, 0);
-    SendSome(fd, HostInfoImage(sHost, sSite));
-    ::close(fd);
-    ASSERT_TRUE(WaitUntil([&] { return StoredSite(agent, sHost) != "(none)"; }, 10)) << sSite;
-    EXPECT_EQ(StoredSite(agent, sHost), bKept ? sSite : "") << sSite;
+struct Announcement {
+  std::string sFrom, sHost, sSite;  // sFrom "": any loopback address
+  bool bKept;
+};
+
+// An agent's mode (its one option, "" for the default) and what senders announce to it.
+struct Mode {
+  std::string sOption;
+  std::vector<Announcement> rows;
+};
+
+TEST(HostileSites, AnnouncedSitesAreKeptOnlyWhereTheModeAllows) {
+  // pc9 is at .91, its neighbour pc8 at .92; .93 is nobody, "evil" resolves nowhere.
+  const std::string s9 = "\\\\pc9\\c\\Varno2.exe", s8 = "\\\\pc8\\c\\Varno2.exe";
+  const Mode modes[] = {
+      {"",
+       {{"", "evil0", "\\\\pc9\\c\\..\\..\\..\\payload\\Varno2.exe", false},
+        {"", "evil1", "\\\\pc9\\c\\app\\..\\..\\c\\app\\Varno2.exe", false},
+        {"", "evil2", "\\\\pc9\\..\\..\\payload\\Varno2.exe", false},
+        {"", "evil3", "C:\\..\\..\\payload\\Varno2.exe", false},
+        {"", "evil4", "\\\\pc9\\c\\app\\.\\..\\app\\Varno2.exe", true}}},
+      {"--hardened",
+       {{"127.0.0.91", "pc9", s9, true},
+        {"127.0.0.93", "pc9", s9, false},  // not from pc9's address
+        {"127.0.0.93", "evil", s9, false},
+        {"127.0.0.91", "pc9", s8, false},                        // another host's share
+        {"127.0.0.91", "pc9", "\\\\pc9\\c\\Launch.exe", false},  // not the main application
+        {"127.0.0.92", "pc8", s8, true}}},
+      // Only pc9 is in the "Active Computers" list the Agent Setup window saved.
+      {"--active-computers-only",
+       {{"127.0.0.92", "pc8", s8, false}, {"127.0.0.91", "pc9", s9, true}}},
+  };
+  int nAgent = 0;
+  for (const auto& m : modes) {
+    SCOPED_TRACE(m.sOption);
+    std::vector<std::string> args;
+    if (!m.sOption.empty()) args.push_back(m.sOption);
+    Agent agent("127.0.0." + std::to_string(81 + nAgent++), "127.0.0.91 pc9\n127.0.0.92 pc8\n", 0,
+                0, args);
+    const std::string sMarker = agent.Root() + "/payload-ran";
+    for (const char* s : {"/net/pc9/c/Varno2.exe", "/net/pc9/c/Launch.exe",
+                          "/net/pc9/c/app/Varno2.exe", "/net/pc8/c/Varno2.exe"})
+      WriteText(agent.Root() + s, "#!/bin/sh\n", true);
+    WriteText(agent.Root() + "/payload/Varno2.exe", "#!/bin/sh\ntouch '" + sMarker + "'\n", true);
+    if (m.sOption == "--active-computers-only") {
+      AgentOptions options;
+      options.bActiveAgentServices = true;
+      options.sActiveHost[0].Assign("PC9");
+      options.sActiveHost[1].Assign("");
+      const Bytes file = EncodeAgentOptions(options);
+      WriteText(agent.Root() + "/c/Launch/agent.dat", std::string(file.begin(), file.end()));
+    }
+    ASSERT_TRUE(agent.Start());
+    // A refused site is stored, and logged, as none. Each row first gets a fresh record
+    // of its host, without a site, from an address that may send it (.93 is nobody's).
+    for (const auto& a : m.rows) {
+      ASSERT_TRUE(agent.Served(a.sHost, 10, a.sFrom == "127.0.0.93" ? "127.0.0.91" : a.sFrom));
+      EXPECT_EQ(Announce(agent, a.sFrom, a.sHost, a.sSite), a.bKept ? a.sSite : "")
+          << a.sFrom << " " << a.sHost << " " << a.sSite << "\n"
+          << agent.Diagnostics();
+    }
+    EXPECT_TRUE(agent.Alive()) << agent.Diagnostics();
+    if (m.sOption == "--hardened") {
+      EXPECT_NE(agent.Diagnostics().find("refused"), std::string::npos);
+    }
+    EXPECT_FALSE(std::filesystem::exists(sMarker));
+    const std::string sOwnCopy = agent.Root() + "/c/Launch/Varno2.exe";
+    EXPECT_FALSE(std::filesystem::exists(sOwnCopy) &&
+                 ReadText(sOwnCopy).find("touch") != std::string::npos);
   }
-  EXPECT_FALSE(std::filesystem::exists(sMarker));
-  EXPECT_FALSE(std::filesystem::exists(agent.Root() + "/c/Launch/Varno2.exe") &&
-               ReadText(agent.Root() + "/c/Launch/Varno2.exe").find("touch") != std::string::npos);
 }
 
 TEST(HostileSites, AnAnnouncedProgramNeverReplacesTheAgentsOwnExecutable) {
@@ -40,17 +87,12 @@ TEST(HostileSites, AnAnnouncedProgramNeverReplacesTheAgentsOwnExecutable) {
   WriteText(agent.Root() + "/net/pc9/c/Launch.exe", "#!/bin/sh\nexit 0\n", true);
   const std::string sOriginal = ReadText(agent.Exe());
   ASSERT_TRUE(agent.Start());
-  const int fd = Connect(agent.Address());
-  ASSERT_GE(fd, 0);
-  SendSome(fd, HostInfoImage("evil", "\\\\pc9\\c\\Launch.exe"));
-  ::close(fd);
+  const std::string sSite = "\\\\pc9\\c\\Launch.exe";
+  ASSERT_EQ(Announce(agent, "", "evil", sSite), sSite);
   // Without a main application of its own the agent's watch takes the site: the copy into
   // its folder comes first, then the launch.
   ASSERT_TRUE(WaitUntil(
-      [&] {
-        return agent.Log().find("*** Launching From: \\\\pc9\\c\\Launch.exe") != std::string::npos;
-      },
-      90))
+      [&] { return agent.Log().find("*** Launching From: " + sSite) != std::string::npos; }, 90))
       << agent.Log();
   EXPECT_TRUE(ReadText(agent.Exe()) == sOriginal);
   EXPECT_TRUE(agent.Alive());
