@@ -58,21 +58,15 @@ TEST_F(HardenedServerTest, OnlyTheHardenedServerTakesEndedPositionsAgainAndKnows
   HardeningHooks hooks;
   hooks.secondsNow = [this] { return time.ElapsedAgentSeconds(); };
   HardeningPolicy policy(HardeningRules{}, hooks);
-  struct Case {
-    HardeningPolicy* pPolicy;
-    const char *szServer, *szClient;
-    Long lngLastPosition;
-  };
-  for (const Case& c : {Case{nullptr, "127.0.0.53", "127.0.0.54", 40},
-                        Case{&policy, "127.0.0.51", "127.0.0.52", 1}}) {
-    SCOPED_TRACE(c.pPolicy ? "hardened" : "default");
+  for (HardeningPolicy* pPolicy : {static_cast<HardeningPolicy*>(nullptr), &policy}) {
+    SCOPED_TRACE(pPolicy ? "hardened" : "default");
+    const std::string sClient = pPolicy ? "127.0.0.52" : "127.0.0.54";
     positions.clear();
-    senders.clear();
-    Churn(c.szServer, c.szClient, c.pPolicy, c.pPolicy);
+    Churn(pPolicy ? "127.0.0.51" : "127.0.0.53", sClient, pPolicy, pPolicy);
     ASSERT_EQ(positions.size(), 40u);
     EXPECT_EQ(positions.front(), 1);
-    EXPECT_EQ(*std::max_element(positions.begin(), positions.end()), c.lngLastPosition);
-    EXPECT_EQ(senders, std::vector<std::string>(c.pPolicy ? 40 : 0, c.szClient));
+    EXPECT_EQ(*std::max_element(positions.begin(), positions.end()), pPolicy ? 1 : 40);
+    EXPECT_EQ(senders, std::vector<std::string>(pPolicy ? 40 : 0, sClient));
   }
 }
 

@@ -5,7 +5,6 @@
 //   click TITLE CONTROL...            clicks each check box or button of that window
 //                                     with BM_CLICK, in order; a control is named by its
 //                                     caption, "Web#2" for the second control so named
-//   close TITLE                       sends WM_CLOSE to the window and waits for it
 // Exit code 0 when done, 1 when the thing waited for did not come, 2 on bad usage.
 #include <windows.h>
 
@@ -19,7 +18,7 @@ namespace {
 int Usage() {
   std::fputs(
       "usage: wine-driver version FILE | wait TITLE present|gone SECONDS |\n"
-      "       click TITLE CONTROL... | close TITLE\n",
+      "       click TITLE CONTROL...\n",
       stderr);
   return 2;
 }
@@ -114,11 +113,5 @@ int main(int argc, char** argv) {
     return WaitFor(args[1], args[2] == "present", std::atof(args[3].c_str())) ? 0 : 1;
   if (args.size() >= 3 && args[0] == "click")
     return Click(args[1], std::vector<std::string>(args.begin() + 2, args.end()));
-  if (args.size() == 2 && args[0] == "close") {
-    HWND h = FindWindowA(nullptr, args[1].c_str());
-    if (!h) return 1;
-    SendMessageA(h, WM_CLOSE, 0, 0);
-    return WaitFor(args[1], false, 10) ? 0 : 1;
-  }
   return Usage();
 }
