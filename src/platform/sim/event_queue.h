@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 #include <vector>
@@ -19,7 +20,10 @@ class EventQueue {
     std::uint32_t slot;
     if (free_.empty()) {
       slot = static_cast<std::uint32_t>(slots_.size());
-      if (slot > kSlotMask) std::abort();  // more pending events than a key can name
+      if (slot > kSlotMask) {
+        std::fputs("sim: more events pending at once than the queue can order\n", stderr);
+        std::abort();
+      }
       slots_.push_back(std::move(event));
     } else {
       slot = free_.back();
