@@ -6,6 +6,7 @@
 #include "launcher/main_app.h"
 #include "messages/cls_msg.h"
 #include "messages/cls_msg_host_info.h"
+#include "messages/property_bag.h"
 #include "registry/agent_host_info.h"
 #include "setup/frm_agent_setup.h"
 #include "transport/frm_client.h"
@@ -48,13 +49,15 @@ void HostInfoExchange::BroadcastLocalHostInfo() {
 }
 
 void HostInfoExchange::ProcessReceivedMessage(Long Index, const Bytes& byteArray) {
-  const Long lngType = objMsg()->GetMsgType(byteArray);
-  if (lngType == clsMsg::kMsgTypeHostInfo) ProcessHostInfo(Index, byteArray);
+  // Read once: the type and, for host information, every field from the same reading.
+  PropertyBag bag;
+  const Long lngType = objMsg()->GetMsgType(byteArray, bag);
+  if (lngType == clsMsg::kMsgTypeHostInfo) ProcessHostInfo(Index, bag);
 }
 
-void HostInfoExchange::ProcessHostInfo(Long Index, const Bytes& byteArray) {
+void HostInfoExchange::ProcessHostInfo(Long Index, const PropertyBag& bag) {
   auto objHostInfo = std::make_shared<clsMsgHostInfo>(context_);
-  objHostInfo->SetObjectData(byteArray);
+  objHostInfo->SetObjectData(bag);
   if (rules_ && !FollowRules(Index, *objHostInfo)) return;
   // The check-in verification compares this with the clock.
   objHostInfo->SetDateReceived(platform_.clock.Now());

@@ -16,6 +16,7 @@ class LanHostTable;
 class LauncherForms;
 class MainApp;
 class MessageContext;
+class PropertyBag;
 class clsMsg;
 class clsMsgHostInfo;
 
@@ -36,7 +37,7 @@ class HostInfoExchange {
   void BroadcastLocalHostInfo();
   // Every arrival of the client and the server comes here.
   void ProcessReceivedMessage(Long Index, const Bytes& byteArray);
-  void ProcessHostInfo(Long Index, const Bytes& byteArray);
+  void ProcessHostInfo(Long Index, const PropertyBag& bag);
   // The hardened mode's rules for arrivals, or nullptr (the default: none).
   void SetRules(HostInfoRules* rules) { rules_ = rules; }
   bool CanOpenFile(const std::string& sPath);

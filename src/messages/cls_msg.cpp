@@ -40,6 +40,10 @@ bool clsMsg::SetObjectData(const Bytes& /*byteArray*/) { return false; }
 
 Long clsMsg::GetMsgType(const Bytes& byteArray) {
   PropertyBag bag;
+  return GetMsgType(byteArray, bag);
+}
+
+Long clsMsg::GetMsgType(const Bytes& byteArray, PropertyBag& bag) {
   if (!bag.ReadImage(byteArray, message_image::HostInfoImageOrder())) return 0;
   const auto lngType = text_forms::ReadLong(message_image::Text(bag, message_image::kMsgType));
   return lngType ? *lngType : 0;

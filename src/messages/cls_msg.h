@@ -15,6 +15,8 @@
 
 namespace launchagent {
 
+class PropertyBag;
+
 class clsMsg : public std::enable_shared_from_this<clsMsg> {
  public:
   // The type numbers written as "MsgType".
@@ -33,6 +35,10 @@ class clsMsg : public std::enable_shared_from_this<clsMsg> {
   virtual Bytes GetObjectData();                       // plain: no bytes
   virtual bool SetObjectData(const Bytes& byteArray);  // plain: false, reads nothing
   virtual Long GetMsgType(const Bytes& byteArray);     // type of any image, 0 on failure
+  // The same, keeping what was read: a host information image goes on to
+  // clsMsgHostInfo::SetObjectData(bag) without being read again. The bag reads the bytes
+  // where they lie, so they must outlive it.
+  Long GetMsgType(const Bytes& byteArray, PropertyBag& bag);
   virtual Single GetMsgID();
   virtual void SetMsgID(Single sglMsgIDIn);
   virtual Single GetMsgReferenceID();

@@ -129,9 +129,13 @@ Bytes clsMsgHostInfo::EncodeImage() {
 }
 
 bool clsMsgHostInfo::SetObjectData(const Bytes& byteArray) {
-  using message_image::Text;
   PropertyBag bag;
   if (!bag.ReadImage(byteArray, kImageOrder)) return false;
+  return SetObjectData(bag);
+}
+
+bool clsMsgHostInfo::SetObjectData(const PropertyBag& bag) {
+  using message_image::Text;
   if (!message_image::IsOfType(bag, kMsgType)) return false;
   if (!message_image::ReadEnvelope(bag, m_objEnvelope)) return false;
 

@@ -15,6 +15,8 @@
 
 namespace launchagent {
 
+class PropertyBag;
+
 class clsMsgHostInfo : public clsMsgConcrete {
  public:
   static constexpr Integer kMsgType = kMsgTypeHostInfo;
@@ -27,6 +29,9 @@ class clsMsgHostInfo : public clsMsgConcrete {
   // True when the image is a host information image and was read whole. Another type
   // changes nothing; a failure part-way keeps the fields read before it.
   bool SetObjectData(const Bytes& byteArray) override;
+  // The same from an image already read into a bag (clsMsg::GetMsgType), so an
+  // arrival is read once.
+  bool SetObjectData(const PropertyBag& bag);
 
   // The class's own Change: true when obj is a host information message that differs
   // in host name (letter case ignored), IP address, application path, user name, local
