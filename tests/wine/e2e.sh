@@ -145,30 +145,34 @@ stand-in)
   # The own broadcast came back: the check-in is fresh.
   wait_until 150 logged pcs "Last Updated=" || fail "no check-in"
   # A desktop that sleeps: for ten agent minutes nothing runs and no broadcast comes
-  # back, so at waking the check-in is nine minutes old or more. Every process of the
-  # agent sleeps, whichever of them Wine runs it in. Its name leads nowhere while it
-  # sleeps, and a broadcast that was already on its way may still refresh the check-in
-  # at waking: then it sleeps again, up to three times.
+  # back, so at waking the check-in is nine minutes old or more. The agent's own
+  # broadcast follows each check-in at once; it sleeps once that broadcast has come back,
+  # since one still on its way would refresh the check-in at waking. Every process of the
+  # agent sleeps, whichever of them Wine runs it in, and again should a refresh win.
+  arrived_since() { [ "$(count pcs "HostInfoFrom=pcs")" -gt "$1" ]; }
   sleep_agent() {
-    local p pids=()
+    local p n pids=()
+    n=$(count pcs "HostInfoFrom=pcs")
+    wait_until 20 arrived_since "$n"
     for p in $(pgrep -f 'e2e\\stand-in\\pcs\\Launch.exe'); do
       tr '\0' '\n' <"/proc/$p/environ" 2>/dev/null | grep -qxF "WINEPREFIX=$WINEPREFIX" && pids+=("$p")
     done
     [ ${#pids[@]} -gt 0 ] || return 1
     kill -STOP "${pids[@]}"
-    printf '127.0.0.26 pcs\n' >"$work/hosts"
     sleep 10
     kill -CONT "${pids[@]}"
   }
   lapsed=no
   for attempt in 1 2 3; do
-    sleep_agent || { fail "no agent process to suspend"; break; }
+    sleep_agent || {
+      fail "no agent process to suspend"
+      break
+    }
     if wait_until 100 logged pcs "Shutting Down Varno."; then
       lapsed=yes
       break
     fi
   done
-  printf '127.0.0.25 pcs\n' >"$work/hosts"
   [ "$lapsed" = yes ] || fail "the lapsed check-in closed nothing (after $attempt sleeps)"
   wait_until 100 grep -q closed "$work/standin.log" || fail "Varno got no WM_CLOSE"
   # Launched again by the next watch.
