@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace launchagent {
 namespace {
@@ -78,6 +79,15 @@ TEST(OptionRecordsTest, AgentOptionsLayoutAndDecode) {
                          out.bSeekWeb ? '1' : '0', out.bSeekNews ? '1' : '0',
                          out.bSeekJobs ? '1' : '0', out.bSeekStocks ? '1' : '0'}),
             "100010");
+}
+
+TEST(OptionRecordsTest, ActiveHostsEndAtAnEntryBeginningWithABlankOrNeverWritten) {
+  AgentOptions rec;
+  const char* entries[] = {"a", "trail   ", " lead", "after"};
+  for (std::size_t k = 0; k < 4; ++k) rec.sActiveHost[k].Assign(entries[k]);
+  EXPECT_EQ(ActiveHosts(rec), (std::vector<std::string>{"a", "trail"}));
+  rec.sActiveHost[2] = FixedText64{};
+  EXPECT_EQ(ActiveHosts(rec), (std::vector<std::string>{"a", "trail"}));
 }
 
 TEST(OptionRecordsTest, AgentInfoRecordLayoutAndDecode) {
