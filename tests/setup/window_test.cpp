@@ -1,5 +1,5 @@
-// The Agent Setup window where no scenario reaches it: 200 active computers (the LAN
-// of a scenario is smaller), a listed computer the registry does not know, the
+// The Agent Setup window where no scenario reaches it well: 200 active computers (two
+// hundred selections and clicks), a listed computer the registry does not know, the
 // internet-ready flag and the log box's cut. Everything else the window does is in
 // tests/scenarios/setup-*.scn and show-form.scn.
 #include <gtest/gtest.h>
