@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "desktop.h"
+#include "../support/sim_desktops.h"
 
 namespace launchagent::testing {
 namespace {

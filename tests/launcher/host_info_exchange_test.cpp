@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "desktop.h"
+#include "../support/sim_desktops.h"
 #include "messages/cls_msg_hello.h"
 #include "messages/cls_msg_user_list.h"
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "desktop.h"
+#include "../support/sim_desktops.h"
 
 namespace launchagent::testing {
 namespace {
@@ -60,7 +60,7 @@ TEST(LANHostTable, RefreshAddsEachNewComputerOfTheShareSearchOnce) {
 
 TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) {
   Pc07 pc;
-  AddDesktop(pc.world, "pc12");
+  pc.AddDesktop("pc12");
   // An unknown name still gets its entry, with no address.
   const std::pair<std::string, std::string> entries[] = {
       {"PC12", pc.world.Hosts().HostAddress(*pc.world.Hosts().FindHost("pc12"))},

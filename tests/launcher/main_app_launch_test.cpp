@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "desktop.h"
+#include "../support/sim_desktops.h"
 
 namespace launchagent::testing {
 namespace {

@@ -13,11 +13,9 @@ class FrmClientTest : public TransportTest {
  protected:
   // One SendMessage from PC1 to PC9; the log lines it wrote.
   Lines SendMessage(Integer& nPort, bool bUseAgentPort) {
-    const std::size_t nMark = LogMark("PC1");
-    Call("PC1", [&](Node& node) {
+    return Call("PC1", [&](LauncherParts& node) {
       node.frmClient().SendMessage("PC9", "", nPort, HostInfoImage(node, "PC1"), bUseAgentPort);
     });
-    return LogLinesSince("PC1", nMark);
   }
   // The attempt (when nAttemptPort is not 0) and the warning of one SendMessage to PC9.
   static Lines PortLines(int nAttemptPort, int nWarnPort, int nSocket) {
@@ -31,8 +29,8 @@ class FrmClientTest : public TransportTest {
 
 TEST_F(FrmClientTest, TheAddressIsWhereTheConnectionGoesWhileTheLogNamesTheHost) {
   NewLan({"PC1", "PC7"});
-  AddHost("OTHER", "10.0.0.77");
-  ASSERT_NE(StartAgent("OTHER"), 0);
+  lan_->AddDesktop("OTHER", "10.0.0.77");
+  ASSERT_NE(lan_->Start("OTHER"), 0);
   EXPECT_EQ(SendEx("PC1", "PC7", "10.0.0.77"), (Lines{Attempt("PC7", 1230, 1), Warning("PC7")}));
   Run();
   // Once connected, every send goes through.
@@ -48,27 +46,27 @@ TEST_F(FrmClientTest, TheAddressIsWhereTheConnectionGoesWhileTheLogNamesTheHost)
 TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
   NewLan({"PC1", "PC7"});
   Services("PC1", false);
-  const std::size_t nMark = LogMark("PC1");
-  Call("PC1", [](Node& node) {
+  const std::size_t nMark = lan_->LogLines("PC1").size();
+  Call("PC1", [](LauncherParts& node) {
     const Bytes image = HostInfoImage(node, "PC1");
     node.frmClient().SendMessageEx("PC7", "", image);
     Integer nPort = 0;
     node.frmClient().SendMessage("PC7", "", nPort, image, true);
     EXPECT_EQ(nPort, 0);
-    EXPECT_EQ(node.agentHostInfo().GetAgentCount(), 0);
+    EXPECT_EQ(node.registry.GetAgentCount(), 0);
     EXPECT_EQ(node.frmClient().tcpClient().UBound(), 0);
   });
   Run(sim::Seconds(5));
-  EXPECT_TRUE(LogLinesSince("PC1", nMark).empty());
+  EXPECT_TRUE(lan_->LogLinesSince("PC1", nMark).empty());
   EXPECT_TRUE(HostInfoLines("PC7").empty());
 }
 
 TEST_F(FrmClientTest, UnloadingEitherSideClosesTheConnection) {
   for (const bool bClientSide : {true, false}) {
     ConnectedPair();
-    Call(bClientSide ? "PCA" : "PCB", [](Node& node) { node.UnloadTransport(); });
+    Call(bClientSide ? "PCA" : "PCB", [](LauncherParts& node) { node.UnloadTransport(); });
     Run();
-    Call(bClientSide ? "PCB" : "PCA", [&](Node& node) {
+    Call(bClientSide ? "PCB" : "PCA", [&](LauncherParts& node) {
       platform::SocketArray& sockets =
           bClientSide ? node.frmServer().tcpServer() : node.frmClient().tcpClient();
       EXPECT_EQ(sockets.State(1), platform::kSckClosing) << "client side " << bClientSide;
@@ -91,7 +89,7 @@ TEST_F(FrmClientTest, SendMessageUsesTheCallersPortUnlessAskedForTheAgentPort) {
   };
   for (const auto& c : cases) {
     NewLan({"PC1"}, {"PC9"});
-    Call("PC1", [](Node& node) { Register(node, "PC9"); });
+    Call("PC1", [](LauncherParts& node) { Register(node, "PC9"); });
     Integer nPort = c.nPortIn;
     for (int i = 0; i < 4; ++i) {
       const int nAttempt = c.attempts[i];
@@ -124,7 +122,7 @@ TEST_F(FrmClientTest, SendMessageNeverRegistersAHostAndSendsWithoutALine) {
 
 TEST_F(FrmClientTest, PositionsStopAt32767) {
   NewLan({"PC1"}, {"PC7"});
-  Call("PC1", [](Node& node) {
+  Call("PC1", [](LauncherParts& node) {
     FrmClient& client = node.frmClient();
     for (int i = 1; i < 32767; ++i) client.AddSocket();
     EXPECT_EQ(client.AddSocket(), 32767);

@@ -11,14 +11,14 @@ using FrmServerTest = TransportTest;
 TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
   // A peer that connects, goes away and connects again.
   ConnectedPair();
-  ASSERT_TRUE(Kill("PCA"));
+  ASSERT_TRUE(lan_->Kill("PCA"));
   Run();
-  ASSERT_NE(StartAgent("PCA"), 0);
+  ASSERT_NE(lan_->Start("PCA"), 0);
   SendEx("PCA", "PCB");
   Run();
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
-  Call("PCB", [](Node& node) {
+  Call("PCB", [](LauncherParts& node) {
     platform::SocketArray& sockets = node.frmServer().tcpServer();
     EXPECT_EQ(node.frmServer().AcceptedCount(), 2);
     EXPECT_EQ(sockets.UBound(), 2);
@@ -31,10 +31,10 @@ TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
 TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   ConnectedPair();
   Services("PCB", false);
-  const std::size_t nMark = LogMark("PCB");
+  const std::size_t nMark = lan_->LogLines("PCB").size();
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
-  EXPECT_TRUE(LogLinesSince("PCB", nMark).empty());
+  EXPECT_TRUE(lan_->LogLinesSince("PCB", nMark).empty());
 
   // Back on: the waiting bytes come with the next image, and the two read as one.
   Services("PCB", true);
@@ -50,7 +50,7 @@ TEST_F(FrmServerTest, WithServicesInactiveArrivalsStayUnread) {
   Services("PCB", false);
   SendEx("PCA", "PCB");
   Run();
-  ASSERT_TRUE(Kill("PCA"));
+  ASSERT_TRUE(lan_->Kill("PCA"));
   Run();
   Services("PCB", true);
   ReadWaiting("PCB", true);
@@ -73,14 +73,14 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
     ConnectedPair();
     Services("PCA", c.bReceiverActive);
     Services("PCB", c.bSenderActive);
-    Call("PCB", [&](Node& node) {
+    Call("PCB", [&](LauncherParts& node) {
       node.frmServer().SendOutMessage(c.nIndex, HostInfoImage(node, "PCB"));
     });
     Run();
     EXPECT_EQ(HostInfoLines("PCA").size(), c.nLines) << c.sCase;
   }
   // What waits on the outgoing connection is not read once the peer has closed it.
-  ASSERT_TRUE(Kill("PCB"));
+  ASSERT_TRUE(lan_->Kill("PCB"));
   Run();
   Services("PCA", true);
   ReadWaiting("PCA", false);
@@ -89,7 +89,7 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
 
 TEST_F(FrmServerTest, OnlyTheListenerAcceptsAndPositionsStopAt32767) {
   NewLan({"PCB"});
-  Call("PCB", [](Node& node) {
+  Call("PCB", [](LauncherParts& node) {
     platform::SocketArray& sockets = node.frmServer().tcpServer();
     for (const Long lngIndex : {1, 5, -1, 40000}) sockets.OnConnectionRequest(lngIndex, 1);
     EXPECT_EQ(node.frmServer().AcceptedCount(), 0);

@@ -1,11 +1,12 @@
 #pragma once
-// The launcher on its own, in a process of the simulated desktop pc07: a registry, the
-// Launcher with its LAN host table, main application and exchange, and the forms it drives
-// loaded on first use, all wired as the agent wires them. Its timers never start: the
-// launcher does only what the test calls. Behaviour over time is in tests/scenarios/.
+// Simulated desktops, each with an agent's parts in a process of its own: a registry, the
+// Launcher with its LAN host table, main application and exchange, the transport, and the
+// forms loaded on first use, all wired as the agent wires them. Its timers never start:
+// the parts do only what the test calls. Behaviour over time is in tests/scenarios/.
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,6 +27,7 @@
 
 namespace launchagent::testing {
 
+using Lines = std::vector<std::string>;
 inline constexpr const char* kAgentFolder = "C:\\Launch";
 
 class LauncherParts : public MessageContext, public LauncherForms {
@@ -82,6 +84,10 @@ class LauncherParts : public MessageContext, public LauncherForms {
   }
   bool IsAgentSetupLoaded() const override { return setup_ != nullptr; }
   void OpenAgentSetup() override { frmAgentSetup().Form().Show(); }
+  void UnloadTransport() {
+    server_.reset();
+    client_.reset();
+  }
 
   bool bActiveAgentServices = true;
   LaunchGlobals launch;
@@ -108,51 +114,79 @@ class LauncherParts : public MessageContext, public LauncherForms {
   std::unique_ptr<FrmLANResources> resources_;
 };
 
-// A desktop whose share \\<name>\c reaches C:\ and whose agent folder is C:\Launch.
-inline sim::HostId AddDesktop(sim::World& world, const std::string& sName) {
-  sim::HostSetup setup;
-  setup.sWinsockName = sName;
-  const sim::HostId host = *world.Hosts().AddHost(setup);
-  world.Files().MakeFolder(host, kAgentFolder);
-  world.Files().AddShare(host, "c", "C:\\");
-  return host;
-}
-
-// The desktop pc07 with its launcher in a process of its own.
-class Pc07 {
+// Desktops by name, each with the share \\<name>\c reaching C:\ and the agent folder
+// C:\Launch; a started one runs its parts with the client and the server loaded.
+class SimDesktops {
  public:
-  Pc07() : host(AddDesktop(world, "pc07")) {
-    world.Programs().RegisterProgram("launcher",
-                                     [this](platform::Platform& p, const sim::ProgramStart&) {
+  SimDesktops() {
+    world.Programs().RegisterProgram("parts",
+                                     [this](platform::Platform& p, const sim::ProgramStart& s) {
                                        LauncherParts parts(p);
-                                       parts_ = &parts;
+                                       parts.frmClient();
+                                       parts.frmServer();
+                                       parts_[s.pid] = &parts;
+                                       struct Leave {  // a killed process leaves its stack too
+                                         std::map<sim::ProcessId, LauncherParts*>& parts;
+                                         sim::ProcessId pid;
+                                         ~Leave() { parts.erase(pid); }
+                                       } leave{parts_, s.pid};
                                        p.loop.Run();
                                      });
-    pid_ = world.Programs().StartProcess(host, "launcher", "C:\\Launch\\Launch.exe");
+  }
+  sim::HostId AddDesktop(const std::string& sName, const std::string& sAddress = "") {
+    sim::HostSetup setup;
+    setup.sWinsockName = sName;
+    setup.sAddress = sAddress;
+    const sim::HostId host = *world.Hosts().AddHost(setup);
+    world.Files().MakeFolder(host, kAgentFolder);
+    world.Files().AddShare(host, "c", "C:\\");
+    return hosts[sName] = host;
+  }
+  sim::ProcessId Start(const std::string& sName) {
+    const sim::ProcessId pid =
+        world.Programs().StartProcess(hosts.at(sName), "parts", "C:\\Launch\\Launch.exe");
+    processes_[sName] = pid;
     world.RunFor(0);
+    return pid;
   }
-  // Runs fn inside the launcher's process; the log lines fn wrote.
-  std::vector<std::string> Call(const std::function<void(LauncherParts&)>& fn) {
-    const std::size_t nMark = LogLines().size();
-    EXPECT_TRUE(world.Call(pid_, [&] { fn(*parts_); }));
-    const std::vector<std::string> lines = LogLines();
-    return std::vector<std::string>(lines.begin() + static_cast<std::ptrdiff_t>(nMark),
-                                    lines.end());
+  bool Kill(const std::string& sName) { return world.Programs().Kill(processes_[sName]); }
+  // Runs fn inside sName's process; the log lines sName wrote meanwhile.
+  Lines Call(const std::string& sName, const std::function<void(LauncherParts&)>& fn) {
+    const std::size_t nMark = LogLines(sName).size();
+    const sim::ProcessId pid = processes_[sName];
+    EXPECT_TRUE(pid != 0 && world.Call(pid, [&] {
+      if (auto it = parts_.find(pid); it != parts_.end()) fn(*it->second);
+    })) << sName;
+    return LogLinesSince(sName, nMark);
   }
-  std::vector<std::string> LogLines() const {
-    std::vector<std::string> lines;
+  Lines LogLines(const std::string& sName) const {
+    Lines lines;
     for (const std::string& sLine : world.Transcript())
-      if (auto line = sim::ParseTranscriptLine(sLine); line && line->sKind == "log")
+      if (auto line = sim::ParseTranscriptLine(sLine);
+          line && line->sKind == "log" && line->sHost == sName)
         lines.push_back(line->sText);
     return lines;
   }
+  Lines LogLinesSince(const std::string& sName, std::size_t nMark) const {
+    const Lines log = LogLines(sName);
+    return nMark >= log.size() ? Lines{} : Lines(log.begin() + static_cast<long>(nMark), log.end());
+  }
 
+  std::map<std::string, sim::HostId> hosts;
+  std::map<std::string, sim::ProcessId> processes_;
+  std::map<sim::ProcessId, LauncherParts*> parts_;
+  // Last, so it goes first: ending its processes still finds the tables above.
   sim::World world{1};
-  sim::HostId host;
+};
 
- private:
-  sim::ProcessId pid_ = 0;
-  LauncherParts* parts_ = nullptr;
+// The desktop pc07 with its agent's parts running.
+struct Pc07 : SimDesktops {
+  Pc07() : host(AddDesktop("pc07")) { Start("pc07"); }
+  Lines Call(const std::function<void(LauncherParts&)>& fn) {
+    return SimDesktops::Call("pc07", fn);
+  }
+  Lines LogLines() const { return SimDesktops::LogLines("pc07"); }
+  sim::HostId host;
 };
 
 }  // namespace launchagent::testing
