@@ -13,8 +13,8 @@ namespace {
 
 TEST(LANHostTable, OutsideTheTableThereIsNoHost) {
   Pc07 pc;
-  pc.Call([](LauncherParts& parts) {
-    LanHostTable& table = parts.launcher.lanHosts();
+  pc.Call([](Agent& agent) {
+    LanHostTable& table = agent.launcher().lanHosts();
     table.AddLANHost("Host1");
     for (Integer n : {0, 2, -1}) EXPECT_EQ(table.GetLANHost(n), "") << n;
     EXPECT_EQ(table.FindLANHost(""), 0);
@@ -29,15 +29,15 @@ TEST(LANHostTable, RegisteringGivesEveryComputerOneRegistryEntryWithItsAddress) 
       {"PC12", pc.world.Hosts().HostAddress(*pc.world.Hosts().FindHost("pc12"))},
       {"pc07", pc.world.Hosts().HostAddress(pc.host)},
       {"nowhere", ""}};
-  pc.Call([&](LauncherParts& parts) {
-    for (const auto& entry : entries) parts.launcher.lanHosts().AddLANHost(entry.first);
+  pc.Call([&](Agent& agent) {
+    for (const auto& entry : entries) agent.launcher().lanHosts().AddLANHost(entry.first);
     // Registering again adds nothing.
-    parts.launcher.lanHosts().RegisterLANHosts();
-    parts.launcher.lanHosts().RegisterLANHosts();
-    ASSERT_EQ(parts.registry.GetAgentCount(), 3);
+    agent.launcher().lanHosts().RegisterLANHosts();
+    agent.launcher().lanHosts().RegisterLANHosts();
+    ASSERT_EQ(agent.agentHostInfo().GetAgentCount(), 3);
     for (const auto& [sName, sAddress] : entries) {
       std::shared_ptr<clsMsgHostInfo> obj;
-      ASSERT_TRUE(parts.registry.GetAgentHostInfoByName(sName, obj));
+      ASSERT_TRUE(agent.agentHostInfo().GetAgentHostInfoByName(sName, obj));
       EXPECT_EQ(obj->GetHostName(), sName);
       EXPECT_EQ(obj->GetIPAddress(), sAddress);
     }

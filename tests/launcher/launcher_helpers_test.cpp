@@ -1,4 +1,4 @@
-// The launcher's text helpers: recognising the main application, file name parts and the
+// The launcher's text helpers: recognising the main application, file name agent and the
 // host part of a network path.
 #include <gtest/gtest.h>
 

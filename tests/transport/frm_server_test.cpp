@@ -18,9 +18,9 @@ TEST_F(FrmServerTest, EachConnectionGetsTheNextPositionAndTheOldOnesStay) {
   Run();
   EXPECT_EQ(SendEx("PCA", "PCB"), Lines{Connected("PCB")});
   Run();
-  Call("PCB", [](LauncherParts& node) {
-    platform::SocketArray& sockets = node.frmServer().tcpServer();
-    EXPECT_EQ(node.frmServer().AcceptedCount(), 2);
+  Call("PCB", [](Agent& agent) {
+    platform::SocketArray& sockets = agent.frmServer().tcpServer();
+    EXPECT_EQ(agent.frmServer().AcceptedCount(), 2);
     EXPECT_EQ(sockets.UBound(), 2);
     EXPECT_EQ(sockets.State(1), platform::kSckClosing);
     EXPECT_EQ(sockets.State(2), platform::kSckConnected);
@@ -73,8 +73,8 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
     ConnectedPair();
     Services("PCA", c.bReceiverActive);
     Services("PCB", c.bSenderActive);
-    Call("PCB", [&](LauncherParts& node) {
-      node.frmServer().SendOutMessage(c.nIndex, HostInfoImage(node, "PCB"));
+    Call("PCB", [&](Agent& agent) {
+      agent.frmServer().SendOutMessage(c.nIndex, HostInfoImage(agent, "PCB"));
     });
     Run();
     EXPECT_EQ(HostInfoLines("PCA").size(), c.nLines) << c.sCase;
@@ -89,15 +89,15 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
 
 TEST_F(FrmServerTest, OnlyTheListenerAcceptsAndPositionsStopAt32767) {
   NewLan({"PCB"});
-  Call("PCB", [](LauncherParts& node) {
-    platform::SocketArray& sockets = node.frmServer().tcpServer();
+  Call("PCB", [](Agent& agent) {
+    platform::SocketArray& sockets = agent.frmServer().tcpServer();
     for (const Long lngIndex : {1, 5, -1, 40000}) sockets.OnConnectionRequest(lngIndex, 1);
-    EXPECT_EQ(node.frmServer().AcceptedCount(), 0);
+    EXPECT_EQ(agent.frmServer().AcceptedCount(), 0);
     // Arrivals for positions that do not exist read nothing.
     for (const Long lngIndex : {3, -2, 70000}) sockets.OnDataArrival(lngIndex, 10);
     // Requests nobody made: each takes a position, and the accept itself fails.
     for (Long i = 1; i <= 32768; ++i) sockets.OnConnectionRequest(0, i);
-    EXPECT_EQ(node.frmServer().AcceptedCount(), 32768);
+    EXPECT_EQ(agent.frmServer().AcceptedCount(), 32768);
     EXPECT_EQ(sockets.UBound(), 32767);
   });
   EXPECT_TRUE(HostInfoLines("PCB").empty());

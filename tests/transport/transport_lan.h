@@ -22,15 +22,15 @@ inline std::string Warning(const std::string& sHost) {
 inline std::string Connected(const std::string& sHost) { return "Connected to host " + sHost; }
 
 // The host information image a host sends about itself.
-inline Bytes HostInfoImage(LauncherParts& parts, const std::string& sHostName) {
-  auto objMsg = std::make_shared<clsMsgHostInfo>(parts);
+inline Bytes HostInfoImage(Agent& agent, const std::string& sHostName) {
+  auto objMsg = std::make_shared<clsMsgHostInfo>(agent);
   objMsg->SetHostName(sHostName);
   return objMsg->GetObjectData();
 }
 
 class TransportTest : public ::testing::Test {
  protected:
-  // A new LAN: an agent's parts on each host of agents, none on the others.
+  // A new LAN: an agent's agent on each host of agents, none on the others.
   void NewLan(const Lines& agents, const Lines& others = {}) {
     lan_.reset();
     lan_.emplace();
@@ -45,25 +45,25 @@ class TransportTest : public ::testing::Test {
     Run();
   }
   void Run(sim::Nanos d = sim::Seconds(1)) { lan_->world.RunFor(d); }
-  Lines Call(const std::string& sHost, const std::function<void(LauncherParts&)>& fn) {
+  Lines Call(const std::string& sHost, const std::function<void(Agent&)>& fn) {
     return lan_->Call(sHost, fn);
   }
   void Services(const std::string& sHost, bool bOn) {
-    Call(sHost, [=](LauncherParts& parts) { parts.bActiveAgentServices = bOn; });
+    Call(sHost, [=](Agent& agent) { agent.bActiveAgentServices = bOn; });
   }
   // A caller (not the transport) reads what waits on position 1 of sHost's client or server.
   void ReadWaiting(const std::string& sHost, bool bServer) {
-    Call(sHost, [=](LauncherParts& parts) {
+    Call(sHost, [=](Agent& agent) {
       platform::SocketArray& sockets =
-          bServer ? parts.frmServer().tcpServer() : parts.frmClient().tcpClient();
+          bServer ? agent.frmServer().tcpServer() : agent.frmClient().tcpClient();
       ASSERT_EQ(sockets.State(1), platform::kSckClosing);
       sockets.OnDataArrival(1, 1);
     });
   }
   // One SendMessageEx from sFrom to sTo with sFrom's image; the log lines it wrote.
   Lines SendEx(const std::string& sFrom, const std::string& sTo, const std::string& sAddress = "") {
-    return Call(sFrom, [&](LauncherParts& parts) {
-      parts.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(parts, sFrom));
+    return Call(sFrom, [&](Agent& agent) {
+      agent.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(agent, sFrom));
     });
   }
   // The host information that reached sHost after its nMark-th log line.
@@ -76,15 +76,15 @@ class TransportTest : public ::testing::Test {
   // sHost's record in the registry of sOn; null when it has none.
   std::shared_ptr<clsAgentInfo> Record(const std::string& sOn, const std::string& sHost) {
     std::shared_ptr<clsAgentInfo> objRecord;
-    Call(sOn, [&](LauncherParts& parts) {
-      objRecord = parts.registry.GetAgentRecord(parts.registry.FindAgentIndex(sHost));
+    Call(sOn, [&](Agent& agent) {
+      objRecord = agent.agentHostInfo().GetAgentRecord(agent.agentHostInfo().FindAgentIndex(sHost));
     });
     return objRecord;
   }
-  static void Register(LauncherParts& parts, const std::string& sHost) {
-    auto objMsg = std::make_shared<clsMsgHostInfo>(parts);
+  static void Register(Agent& agent, const std::string& sHost) {
+    auto objMsg = std::make_shared<clsMsgHostInfo>(agent);
     objMsg->SetHostName(sHost);
-    parts.registry.RegisterAgent(objMsg);
+    agent.agentHostInfo().RegisterAgent(objMsg);
   }
 
   std::optional<SimDesktops> lan_;
