@@ -30,7 +30,7 @@ inline Bytes HostInfoImage(Agent& agent, const std::string& sHostName) {
 
 class TransportTest : public ::testing::Test {
  protected:
-  // A new LAN: an agent's agent on each host of agents, none on the others.
+  // A new LAN: an agent on each host of agents, none on the others.
   void NewLan(const Lines& agents, const Lines& others = {}) {
     lan_.reset();
     lan_.emplace();
@@ -66,10 +66,10 @@ class TransportTest : public ::testing::Test {
       agent.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(agent, sFrom));
     });
   }
-  // The host information that reached sHost after its nMark-th log line.
-  Lines HostInfoLines(const std::string& sHost, std::size_t nMark = 0) {
+  // The host information that reached sHost.
+  Lines HostInfoLines(const std::string& sHost) {
     Lines out;
-    for (const std::string& s : lan_->LogLinesSince(sHost, nMark))
+    for (const std::string& s : lan_->LogLines(sHost))
       if (s.rfind("HostInfoFrom=", 0) == 0) out.push_back(s);
     return out;
   }
