@@ -4,21 +4,21 @@
 #include <string>
 #include <vector>
 
-#include "../support/sim_desktops.h"
+#include "desktop.h"
 
 namespace launchagent::testing {
 namespace {
 
 TEST(ActivityLog, AppendsLinesAndSelectsTheNewOne) {
   Pc07 pc;
-  pc.Call([](Agent& agent) {
-    ui::TextBox& txt = agent.frmLaunch().txtInfo;
-    agent.launcher().LogActivity("first", 1);
-    agent.launcher().LogActivity("first", 5);  // repeated lines are not merged
+  pc.Call([](LauncherParts& parts) {
+    ui::TextBox& txt = parts.frmLaunch().txtInfo;
+    parts.launcher.LogActivity("first", 1);
+    parts.launcher.LogActivity("first", 5);  // repeated lines are not merged
     EXPECT_EQ(txt.Text(), "first\r\nfirst\r\n");
     EXPECT_EQ(txt.SelStart(), 7);
     EXPECT_EQ(txt.SelLength(), 7);
-    agent.launcher().LogActivity("", 1);  // an empty line is just its line end, selected
+    parts.launcher.LogActivity("", 1);  // an empty line is just its line end, selected
     EXPECT_EQ(txt.Text(), "first\r\nfirst\r\n\r\n");
     EXPECT_EQ(txt.SelText(), "\r\n");
   });
@@ -27,13 +27,13 @@ TEST(ActivityLog, AppendsLinesAndSelectsTheNewOne) {
 
 TEST(ActivityLog, StartsAfreshOnlyOnceItIsLongerThan2048) {
   Pc07 pc;
-  pc.Call([](Agent& agent) {
-    ui::TextBox& txt = agent.frmLaunch().txtInfo;
+  pc.Call([](LauncherParts& parts) {
+    ui::TextBox& txt = parts.frmLaunch().txtInfo;
     txt.SetText(std::string(2048, 'x'));
-    agent.launcher().LogActivity("kept", 1);  // exactly 2048: appended
+    parts.launcher.LogActivity("kept", 1);  // exactly 2048: appended
     EXPECT_EQ(txt.Text().size(), 2048u + 6u);
     EXPECT_EQ(txt.Text().substr(2048), "kept\r\n");
-    agent.launcher().LogActivity("fresh", 1);  // now above the limit: cleared first
+    parts.launcher.LogActivity("fresh", 1);  // now above the limit: cleared first
     EXPECT_EQ(txt.Text(), "fresh\r\n");
     EXPECT_EQ(txt.SelStart(), 0);
     EXPECT_EQ(txt.SelLength(), 7);

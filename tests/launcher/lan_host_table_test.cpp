@@ -5,15 +5,15 @@
 
 #include <string>
 
-#include "../support/sim_desktops.h"
+#include "desktop.h"
 
 namespace launchagent::testing {
 namespace {
 
 TEST(LANHostTable, OutsideTheTableThereIsNoHost) {
   Pc07 pc;
-  pc.Call([](Agent& agent) {
-    LanHostTable& table = agent.launcher().lanHosts();
+  pc.Call([](LauncherParts& parts) {
+    LanHostTable& table = parts.launcher.lanHosts();
     table.AddLANHost("Host1");
     for (Integer n : {0, 2, -1}) EXPECT_EQ(table.GetLANHost(n), "") << n;
     EXPECT_EQ(table.FindLANHost(""), 0);

@@ -13,8 +13,8 @@ class FrmClientTest : public TransportTest {
  protected:
   // One SendMessage from PC1 to PC9; the log lines it wrote.
   Lines SendMessage(Integer& nPort, bool bUseAgentPort) {
-    return Call("PC1", [&](Agent& agent) {
-      agent.frmClient().SendMessage("PC9", "", nPort, HostInfoImage(agent, "PC1"), bUseAgentPort);
+    return Call("PC1", [&](Node& node) {
+      node.frmClient().SendMessage("PC9", "", nPort, HostInfoImage(node, "PC1"), bUseAgentPort);
     });
   }
   // The attempt (when nAttemptPort is not 0) and the warning of one SendMessage to PC9.
@@ -47,14 +47,14 @@ TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
   NewLan({"PC1", "PC7"});
   Services("PC1", false);
   const std::size_t nMark = lan_->LogLines("PC1").size();
-  Call("PC1", [](Agent& agent) {
-    const Bytes image = HostInfoImage(agent, "PC1");
-    agent.frmClient().SendMessageEx("PC7", "", image);
+  Call("PC1", [](Node& node) {
+    const Bytes image = HostInfoImage(node, "PC1");
+    node.frmClient().SendMessageEx("PC7", "", image);
     Integer nPort = 0;
-    agent.frmClient().SendMessage("PC7", "", nPort, image, true);
+    node.frmClient().SendMessage("PC7", "", nPort, image, true);
     EXPECT_EQ(nPort, 0);
-    EXPECT_EQ(agent.agentHostInfo().GetAgentCount(), 0);
-    EXPECT_EQ(agent.frmClient().tcpClient().UBound(), 0);
+    EXPECT_EQ(node.agentHostInfo().GetAgentCount(), 0);
+    EXPECT_EQ(node.frmClient().tcpClient().UBound(), 0);
   });
   Run(sim::Seconds(5));
   EXPECT_TRUE(lan_->LogLinesSince("PC1", nMark).empty());
@@ -64,11 +64,11 @@ TEST_F(FrmClientTest, WithServicesInactiveNothingIsConnectedSentOrLogged) {
 TEST_F(FrmClientTest, UnloadingEitherSideClosesTheConnection) {
   for (const bool bClientSide : {true, false}) {
     ConnectedPair();
-    Call(bClientSide ? "PCA" : "PCB", [](Agent& agent) { agent.UnloadTransport(); });
+    Call(bClientSide ? "PCA" : "PCB", [](Node& node) { node.UnloadTransport(); });
     Run();
-    Call(bClientSide ? "PCB" : "PCA", [&](Agent& agent) {
+    Call(bClientSide ? "PCB" : "PCA", [&](Node& node) {
       platform::SocketArray& sockets =
-          bClientSide ? agent.frmServer().tcpServer() : agent.frmClient().tcpClient();
+          bClientSide ? node.frmServer().tcpServer() : node.frmClient().tcpClient();
       EXPECT_EQ(sockets.State(1), platform::kSckClosing) << "client side " << bClientSide;
     });
   }
@@ -89,7 +89,7 @@ TEST_F(FrmClientTest, SendMessageUsesTheCallersPortUnlessAskedForTheAgentPort) {
   };
   for (const auto& c : cases) {
     NewLan({"PC1"}, {"PC9"});
-    Call("PC1", [](Agent& agent) { Register(agent, "PC9"); });
+    Call("PC1", [](Node& node) { Register(node, "PC9"); });
     Integer nPort = c.nPortIn;
     for (int i = 0; i < 4; ++i) {
       const int nAttempt = c.attempts[i];
@@ -122,8 +122,8 @@ TEST_F(FrmClientTest, SendMessageNeverRegistersAHostAndSendsWithoutALine) {
 
 TEST_F(FrmClientTest, PositionsStopAt32767) {
   NewLan({"PC1"}, {"PC7"});
-  Call("PC1", [](Agent& agent) {
-    FrmClient& client = agent.frmClient();
+  Call("PC1", [](Node& node) {
+    FrmClient& client = node.frmClient();
     for (int i = 1; i < 32767; ++i) client.AddSocket();
     EXPECT_EQ(client.AddSocket(), 32767);
     EXPECT_EQ(client.AddSocket(), 32768);

@@ -39,8 +39,8 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
     ConnectedPair();
     Services("PCA", c.bReceiverActive);
     Services("PCB", c.bSenderActive);
-    Call("PCB", [&](Agent& agent) {
-      agent.frmServer().SendOutMessage(c.nIndex, HostInfoImage(agent, "PCB"));
+    Call("PCB", [&](Node& node) {
+      node.frmServer().SendOutMessage(c.nIndex, HostInfoImage(node, "PCB"));
     });
     Run();
     EXPECT_EQ(HostInfoLines("PCA").size(), c.nLines) << c.sCase;
@@ -55,15 +55,15 @@ TEST_F(FrmServerTest, AnswersGoOutOnAConnectedSocketAndAreReadWhileServicesAreAc
 
 TEST_F(FrmServerTest, OnlyTheListenerAcceptsAndPositionsStopAt32767) {
   NewLan({"PCB"});
-  Call("PCB", [](Agent& agent) {
-    platform::SocketArray& sockets = agent.frmServer().tcpServer();
+  Call("PCB", [](Node& node) {
+    platform::SocketArray& sockets = node.frmServer().tcpServer();
     for (const Long lngIndex : {1, 5, -1, 40000}) sockets.OnConnectionRequest(lngIndex, 1);
-    EXPECT_EQ(agent.frmServer().AcceptedCount(), 0);
+    EXPECT_EQ(node.frmServer().AcceptedCount(), 0);
     // Arrivals for positions that do not exist read nothing.
     for (const Long lngIndex : {3, -2, 70000}) sockets.OnDataArrival(lngIndex, 10);
     // Requests nobody made: each takes a position, and the accept itself fails.
     for (Long i = 1; i <= 32768; ++i) sockets.OnConnectionRequest(0, i);
-    EXPECT_EQ(agent.frmServer().AcceptedCount(), 32768);
+    EXPECT_EQ(node.frmServer().AcceptedCount(), 32768);
     EXPECT_EQ(sockets.UBound(), 32767);
   });
   EXPECT_TRUE(HostInfoLines("PCB").empty());

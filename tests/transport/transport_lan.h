@@ -1,11 +1,19 @@
 #pragma once
-// The fixture of the transport tests: a fresh LAN of simulated desktops per case, one-line
-// sends of host information, and per host the lines logged and the host information that
-// arrived.
+// The fixture of the transport tests: a fresh LAN of simulated desktops per case whose
+// hosts run the transport alone (a registry, the client and the server, services on),
+// one-line sends of host information, and per host the lines logged and the host
+// information that arrived.
+#include <memory>
 #include <optional>
 
 #include "../support/sim_desktops.h"
+#include "messages/cls_msg.h"
+#include "messages/cls_msg_host_info.h"
+#include "messages/message_context.h"
+#include "registry/agent_host_info.h"
 #include "registry/cls_agent_info.h"
+#include "transport/frm_client.h"
+#include "transport/frm_server.h"
 
 namespace launchagent::testing {
 
@@ -21,16 +29,71 @@ inline std::string Warning(const std::string& sHost) {
 }
 inline std::string Connected(const std::string& sHost) { return "Connected to host " + sHost; }
 
+// One host's transport, wired as the agent wires it; arrivals of host information are
+// logged as "HostInfoFrom=<name>", as the exchange logs them.
+class Node : public MessageContext {
+ public:
+  Node(platform::Platform& p, std::string sName)
+      : platform_(p),
+        sName_(std::move(sName)),
+        registry_(p.clock, *this, Log(), [this](Long lngSocket, Long lngAgent) {
+          frmClient().SetAgentIndex(lngSocket, lngAgent);
+        }) {
+    frmClient();
+    frmServer();
+  }
+  double SecondsSinceMidnight() override { return platform_.clock.SecondsSinceMidnight(); }
+  std::string LocalHostName() override { return sName_; }
+
+  AgentHostInfo& agentHostInfo() { return registry_; }
+  FrmClient& frmClient() {
+    if (!client_)
+      client_ = std::make_unique<FrmClient>(platform_.network, registry_, bActiveAgentServices,
+                                            Log(), Receiver());
+    return *client_;
+  }
+  FrmServer& frmServer() {
+    if (!server_)
+      server_ = std::make_unique<FrmServer>(platform_.network, platform_.loop, bActiveAgentServices,
+                                            Receiver());
+    return *server_;
+  }
+  void UnloadTransport() {
+    server_.reset();
+    client_.reset();
+  }
+  bool bActiveAgentServices = true;
+
+ private:
+  LogActivityFn Log() {
+    return [this](const std::string& sText, Integer) { platform_.trace.ActivityLine(sText); };
+  }
+  MessageReceiverFn Receiver() {
+    return [this](Long, const Bytes& byteArray) {
+      clsMsgHostInfo objIn(*this);
+      if (clsMsg(*this).GetMsgType(byteArray) != clsMsg::kMsgTypeHostInfo) return;
+      objIn.SetObjectData(byteArray);
+      platform_.trace.ActivityLine("HostInfoFrom=" + objIn.GetHostName());
+    };
+  }
+
+  platform::Platform& platform_;
+  std::string sName_;
+  AgentHostInfo registry_;
+  std::unique_ptr<FrmClient> client_;
+  std::unique_ptr<FrmServer> server_;
+};
+
 // The host information image a host sends about itself.
-inline Bytes HostInfoImage(Agent& agent, const std::string& sHostName) {
-  auto objMsg = std::make_shared<clsMsgHostInfo>(agent);
+inline Bytes HostInfoImage(Node& node, const std::string& sHostName) {
+  auto objMsg = std::make_shared<clsMsgHostInfo>(node);
   objMsg->SetHostName(sHostName);
   return objMsg->GetObjectData();
 }
 
 class TransportTest : public ::testing::Test {
  protected:
-  // A new LAN: an agent on each host of agents, none on the others.
+  // A new LAN: a transport on each host of agents, none on the others.
   void NewLan(const Lines& agents, const Lines& others = {}) {
     lan_.reset();
     lan_.emplace();
@@ -45,25 +108,25 @@ class TransportTest : public ::testing::Test {
     Run();
   }
   void Run(sim::Nanos d = sim::Seconds(1)) { lan_->world.RunFor(d); }
-  Lines Call(const std::string& sHost, const std::function<void(Agent&)>& fn) {
+  Lines Call(const std::string& sHost, const std::function<void(Node&)>& fn) {
     return lan_->Call(sHost, fn);
   }
   void Services(const std::string& sHost, bool bOn) {
-    Call(sHost, [=](Agent& agent) { agent.bActiveAgentServices = bOn; });
+    Call(sHost, [=](Node& node) { node.bActiveAgentServices = bOn; });
   }
   // A caller (not the transport) reads what waits on position 1 of sHost's client or server.
   void ReadWaiting(const std::string& sHost, bool bServer) {
-    Call(sHost, [=](Agent& agent) {
+    Call(sHost, [=](Node& node) {
       platform::SocketArray& sockets =
-          bServer ? agent.frmServer().tcpServer() : agent.frmClient().tcpClient();
+          bServer ? node.frmServer().tcpServer() : node.frmClient().tcpClient();
       ASSERT_EQ(sockets.State(1), platform::kSckClosing);
       sockets.OnDataArrival(1, 1);
     });
   }
   // One SendMessageEx from sFrom to sTo with sFrom's image; the log lines it wrote.
   Lines SendEx(const std::string& sFrom, const std::string& sTo, const std::string& sAddress = "") {
-    return Call(sFrom, [&](Agent& agent) {
-      agent.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(agent, sFrom));
+    return Call(sFrom, [&](Node& node) {
+      node.frmClient().SendMessageEx(sTo, sAddress, HostInfoImage(node, sFrom));
     });
   }
   // The host information that reached sHost.
@@ -76,18 +139,18 @@ class TransportTest : public ::testing::Test {
   // sHost's record in the registry of sOn; null when it has none.
   std::shared_ptr<clsAgentInfo> Record(const std::string& sOn, const std::string& sHost) {
     std::shared_ptr<clsAgentInfo> objRecord;
-    Call(sOn, [&](Agent& agent) {
-      objRecord = agent.agentHostInfo().GetAgentRecord(agent.agentHostInfo().FindAgentIndex(sHost));
+    Call(sOn, [&](Node& node) {
+      objRecord = node.agentHostInfo().GetAgentRecord(node.agentHostInfo().FindAgentIndex(sHost));
     });
     return objRecord;
   }
-  static void Register(Agent& agent, const std::string& sHost) {
-    auto objMsg = std::make_shared<clsMsgHostInfo>(agent);
+  static void Register(Node& node, const std::string& sHost) {
+    auto objMsg = std::make_shared<clsMsgHostInfo>(node);
     objMsg->SetHostName(sHost);
-    agent.agentHostInfo().RegisterAgent(objMsg);
+    node.agentHostInfo().RegisterAgent(objMsg);
   }
 
-  std::optional<SimDesktops> lan_;
+  std::optional<SimDesktops<Node>> lan_;
 };
 
 }  // namespace launchagent::testing
