@@ -22,7 +22,7 @@ namespace launchagent::testing {
 
 class LauncherParts : public MessageContext, public LauncherForms {
  public:
-  LauncherParts(platform::Platform& p, const std::string& /*sName*/)
+  explicit LauncherParts(platform::Platform& p)
       : registry(p.clock, *this, Log(),
                  [this](Long lngSocket, Long lngAgent) {
                    frmClient().SetAgentIndex(lngSocket, lngAgent);

@@ -1,8 +1,7 @@
 #pragma once
 // Simulated desktops, each running a Node of the test's own making in a process of its
-// own: the node is built from the platform and the desktop's name, and does only what the
-// test calls. What it logs is read back from the transcript. Behaviour over time is in
-// tests/scenarios/.
+// own: built from the process's platform, the node does only what the test calls. What
+// it logs is read back from the transcript. Behaviour over time is in tests/scenarios/.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -26,7 +25,7 @@ class SimDesktops {
   SimDesktops() {
     world.Programs().RegisterProgram("node",
                                      [this](platform::Platform& p, const sim::ProgramStart& s) {
-                                       Node node(p, s.sParameters);
+                                       Node node(p);
                                        nodes_[s.pid] = &node;
                                        struct Leave {  // a killed process leaves its stack too
                                          std::map<sim::ProcessId, Node*>& nodes;
@@ -47,7 +46,7 @@ class SimDesktops {
   }
   sim::ProcessId Start(const std::string& sName) {
     const sim::ProcessId pid =
-        world.Programs().StartProcess(hosts_.at(sName), "node", "C:\\Launch\\Launch.exe", sName);
+        world.Programs().StartProcess(hosts_.at(sName), "node", "C:\\Launch\\Launch.exe");
     processes_[sName] = pid;
     world.RunFor(0);
     return pid;

@@ -33,17 +33,15 @@ inline std::string Connected(const std::string& sHost) { return "Connected to ho
 // logged as "HostInfoFrom=<name>", as the exchange logs them.
 class Node : public MessageContext {
  public:
-  Node(platform::Platform& p, std::string sName)
-      : platform_(p),
-        sName_(std::move(sName)),
-        registry_(p.clock, *this, Log(), [this](Long lngSocket, Long lngAgent) {
+  explicit Node(platform::Platform& p)
+      : platform_(p), registry_(p.clock, *this, Log(), [this](Long lngSocket, Long lngAgent) {
           frmClient().SetAgentIndex(lngSocket, lngAgent);
         }) {
     frmClient();
     frmServer();
   }
   double SecondsSinceMidnight() override { return platform_.clock.SecondsSinceMidnight(); }
-  std::string LocalHostName() override { return sName_; }
+  std::string LocalHostName() override { return platform_.sockets.HostName().value_or(""); }
 
   AgentHostInfo& agentHostInfo() { return registry_; }
   FrmClient& frmClient() {
@@ -78,7 +76,6 @@ class Node : public MessageContext {
   }
 
   platform::Platform& platform_;
-  std::string sName_;
   AgentHostInfo registry_;
   std::unique_ptr<FrmClient> client_;
   std::unique_ptr<FrmServer> server_;
