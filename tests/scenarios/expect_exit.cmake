@@ -1,11 +1,58 @@
-# Runs varno-sim --check --quiet FILE and checks its exit status and that its error
-# output holds EXPECT_TEXT.
+# Runs varno-sim --check --quiet FILE and checks its exit status, and that for each
+# `# error: LINE: TEXT` line FILE begins with, a line of the error output names FILE's
+# name and LINE ("NAME.scn:LINE: ") and holds TEXT. Texts may hold any character, so
+# both are read by position, never as CMake lists.
 execute_process(COMMAND ${VARNO_SIM} --check --quiet ${FILE}
                 RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
 if(NOT rc EQUAL EXPECT_RC)
   message(FATAL_ERROR "varno-sim exited ${rc}, expected ${EXPECT_RC}:\n${err}")
 endif()
-string(FIND "${err}" "${EXPECT_TEXT}" pos)
-if(pos EQUAL -1)
-  message(FATAL_ERROR "expected \"${EXPECT_TEXT}\" in:\n${err}")
+get_filename_component(name ${FILE} NAME)
+
+# The line of `text` that starts at `pos`, without its line break; `next` after it.
+function(line_at text pos line_var next_var)
+  string(SUBSTRING "${text}" ${pos} -1 rest)
+  string(FIND "${rest}" "\n" eol)
+  string(SUBSTRING "${rest}" 0 ${eol} line)
+  string(LENGTH "${line}" len)
+  math(EXPR next "${pos} + ${len} + 1")
+  set(${line_var} "${line}" PARENT_SCOPE)
+  set(${next_var} ${next} PARENT_SCOPE)
+endfunction()
+
+file(READ ${FILE} scn)
+string(LENGTH "${scn}" scn_len)
+set(at 0)
+set(checked 0)
+while(at LESS scn_len)
+  line_at("${scn}" ${at} wanted at)
+  if(NOT wanted MATCHES "^# error: ([0-9]+): ")
+    break()
+  endif()
+  set(where "${name}:${CMAKE_MATCH_1}: ")
+  string(LENGTH "${CMAKE_MATCH_0}" head)
+  string(SUBSTRING "${wanted}" ${head} -1 text)
+  # Each error line naming the place, until one holds the text.
+  set(found FALSE)
+  set(from 0)
+  while(NOT found)
+    string(SUBSTRING "${err}" ${from} -1 rest)
+    string(FIND "${rest}" "${where}" pos)
+    if(pos EQUAL -1)
+      break()
+    endif()
+    math(EXPR pos "${from} + ${pos}")
+    line_at("${err}" ${pos} line from)
+    string(FIND "${line}" "${text}" hit)
+    if(NOT hit EQUAL -1)
+      set(found TRUE)
+    endif()
+  endwhile()
+  if(NOT found)
+    message(FATAL_ERROR "expected a line with \"${where}\" and \"${text}\" in:\n${err}")
+  endif()
+  math(EXPR checked "${checked} + 1")
+endwhile()
+if(checked EQUAL 0)
+  message(FATAL_ERROR "${FILE} begins with no `# error: LINE: TEXT` line")
 endif()

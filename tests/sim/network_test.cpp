@@ -1,6 +1,7 @@
-// Socket tables, connections, arrivals, merges and splits, names, and the same transcript
-// from the same seed. Lost sends, broken connections and crashes over time:
-// tests/scenarios/sim-partition.scn.
+// Socket tables, connections, arrivals, merges and splits, names. Connect outcomes,
+// lost sends, broken connections and crashes over time: tests/scenarios/sim-connects.scn
+// and sim-partition.scn; the same transcript from the same seed: scenario.determinism,
+// another from another seed: scenario.command_line.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -14,8 +15,7 @@
 namespace launchagent::sim {
 namespace {
 
-using platform::kSckClosed, platform::kSckClosing, platform::kSckConnected,
-    platform::kSckConnecting, platform::kSckError;
+using platform::kSckClosed, platform::kSckConnected, platform::kSckConnecting, platform::kSckError;
 using platform::Platform;
 using platform::SocketArray;
 using Strings = std::vector<std::string>;
@@ -127,67 +127,27 @@ TEST(SimNetwork, LoadedPositionsConnectByNameOrAddress) {
   EXPECT_EQ(lan.State(*lan.Start(lan.h1, false).server, 0), kSckClosed);
 }
 
-// The client's state 20 s and 22 s after connecting (an unanswered connect gives up
-// after 21 s).
-TEST(SimNetwork, ConnectOutcomes) {
-  struct Case {
-    const char* sName;
-    std::string sTarget;
-    Long port;
-    std::function<void(Lan&)> setup;
-    Integer at20, at22;
-  };
-  const std::vector<Case> cases = {
-      {"listener answers", "PC2", 1230, nullptr, kSckConnected, kSckConnected},
-      {"nothing listens: refused", "PC2", 1231, nullptr, kSckError, kSckError},
-      {"unknown name", "PC77", 1230, nullptr, kSckError, kSckError},
-      {"lookup fails", "PC2", 1230, [](Lan& l) { l.w.Net().FailLookup(l.h1, "pc2", true); },
-       kSckError, kSckError},
-      {"extra name entry", "files", 1230,
-       [](Lan& l) { l.w.Net().AddNameEntry(l.h1, "FILES", l.w.Hosts().HostAddress(l.h2)); },
-       kSckConnected, kSckConnected},
-      {"listener gone with its table", "PC2", 1230,
-       [](Lan& l) { l.In(*l.b, [&] { l.b->server.reset(); }); }, kSckError, kSckError},
-      {"partition: times out", "PC2", 1230, [](Lan& l) { l.w.Net().Partition(l.h1, l.h2, 0); },
-       kSckConnecting, kSckError},
-      {"answer lost on the way back", "PC2", 1230,
-       [](Lan& l) { l.w.Net().Partition(l.h2, l.h1, 0); }, kSckConnecting, kSckError},
-      {"partition healed before", "PC2", 1230,
-       [](Lan& l) { l.w.Net().Partition(l.h1, l.h2, 0, 0); }, kSckConnected, kSckConnected},
-      {"host down: times out, not refused", "PC2", 1230,
-       [](Lan& l) { l.w.Hosts().CrashHost(l.h2); }, kSckConnecting, kSckError},
-      {"own host by name", "PC1", 1230, nullptr, kSckConnected, kSckConnected},
-      {"own host by localhost", "localhost", 1230, nullptr, kSckConnected, kSckConnected},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.sName);
-    Lan lan;
-    if (c.setup) c.setup(lan);
-    ASSERT_TRUE(lan.Connect(*lan.a, c.sTarget, c.port));
-    lan.w.RunFor(Seconds(20));
-    EXPECT_EQ(lan.State(*lan.a->client), c.at20);
-    lan.w.RunFor(Seconds(2));
-    EXPECT_EQ(lan.State(*lan.a->client), c.at22);
-    // Only a closed position connects or listens; one in error is not closed.
-    EXPECT_FALSE(lan.Connect(*lan.a, "PC1"));
-    lan.In(*lan.a, [&] { EXPECT_FALSE(lan.a->client->Listen(1)); });
-    lan.In(*lan.a, [&] { EXPECT_TRUE(lan.a->client->Close(1)); });
-    EXPECT_EQ(lan.State(*lan.a->client), kSckClosed);
-    EXPECT_TRUE(lan.Connect(*lan.a, "PC1"));
-  }
-}
-
-// A peer's close is the seam's contract; the end of the process that held the table
-// closes its connections the same way, and its table refuses every change after.
-TEST(SimNetwork, AProcessEndClosesItsConnections) {
+// What sends of a scenario cannot show: an extra name entry and localhost connect, a
+// position in error neither connects nor listens until closed, and a table whose
+// process has ended refuses every change. Refusals, time-outs, failed look-ups and the
+// closes of a process's end: tests/scenarios/sim-connects.scn.
+TEST(SimNetwork, NamesPositionsAndEndedTables) {
   Lan lan;
-  Peer &a = *lan.a, &b = *lan.b;
-  lan.Connect(a, "PC2");
+  Peer& a = *lan.a;
+  lan.w.Net().AddNameEntry(lan.h1, "FILES", lan.w.Hosts().HostAddress(lan.h2));
+  ASSERT_TRUE(lan.Connect(a, "files", 1230, 1));
+  ASSERT_TRUE(lan.Connect(a, "localhost", 1230, 2));
+  ASSERT_TRUE(lan.Connect(a, "PC2", 1231, 3));
   lan.w.RunFor(Seconds(1));
-  EXPECT_EQ(lan.State(*b.server, 1), kSckConnected);
+  EXPECT_EQ(lan.State(*lan.b->server, 1), kSckConnected);
+  EXPECT_EQ(lan.State(*a.server, 1), kSckConnected);
+  EXPECT_EQ(lan.State(*a.client, 3), kSckError);
+  EXPECT_FALSE(lan.Connect(a, "PC1", 1230, 3));
+  lan.In(a, [&] { EXPECT_FALSE(a.client->Listen(3)); });
+  lan.In(a, [&] { EXPECT_TRUE(a.client->Close(3)); });
+  EXPECT_EQ(lan.State(*a.client, 3), kSckClosed);
+  EXPECT_TRUE(lan.Connect(a, "PC1", 1230, 3));
   lan.w.Programs().Kill(a.pid);
-  lan.w.RunFor(Seconds(1));
-  EXPECT_EQ(lan.State(*b.server, 1), kSckClosing);
   EXPECT_FALSE(a.client->Connect(1));
   EXPECT_FALSE(a.client->Load(5));
 }
@@ -229,31 +189,6 @@ TEST(SimNetwork, ArrivalsMergeAndSplit) {
     lan.w.RunFor(Seconds(2));
     EXPECT_EQ(lan.b->arrivals, c.want);
   }
-}
-
-// Each peer of three connects to every one (itself too) and sends four times, 100 ms
-// apart: latencies, and so the transcript's arrivals, come from the seed.
-Strings Chatter(std::uint64_t seed) {
-  Lan lan(seed);
-  lan.w.Net().SetTrace(true);
-  lan.Start(*lan.w.Hosts().AddHost("PC3"));
-  for (auto& from : lan.peers)
-    for (Long i = 1; i <= 3; ++i) lan.Connect(*from, "PC" + std::to_string(i), 1230, i);
-  for (int n = 0; n < 4; ++n) {
-    lan.w.RunFor(Milliseconds(100));
-    for (auto& from : lan.peers)
-      for (Long i = 1; i <= 3; ++i)
-        lan.Send(*from, lan.w.Hosts().HostName(i - 1) + std::to_string(n), i);
-  }
-  lan.w.RunFor(Seconds(1));
-  return lan.w.Transcript();
-}
-
-TEST(SimNetwork, SameSeedGivesTheSameTranscript) {
-  const auto a = Chatter(42);
-  ASSERT_GT(a.size(), 50u);
-  EXPECT_EQ(a, Chatter(42));
-  EXPECT_NE(a, Chatter(43));
 }
 
 // Names as the agent looks them up. Startup, version and clean-up faults and a failing

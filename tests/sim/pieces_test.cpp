@@ -20,8 +20,9 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// Every time the world can stamp reads back as the same whole millisecond.
-TEST(SimTranscriptText, StampsReadBackToTheMillisecond) {
+// Every time the world can stamp reads back as the same whole millisecond, and every
+// text (empty, or with blanks anywhere) as it was written; the rest is no line.
+TEST(SimTranscriptText, StampsAndTextsReadBack) {
   const std::vector<Nanos> times = {0,
                                     Milliseconds(1),
                                     Milliseconds(1) - 1,
@@ -29,17 +30,21 @@ TEST(SimTranscriptText, StampsReadBackToTheMillisecond) {
                                     Minutes(99 * 60 + 59) + Seconds(59),
                                     Minutes(100 * 60),
                                     Minutes(12345 * 60) + Milliseconds(7)};
-  for (const Nanos t : times) {
-    const std::string sLine = ClockTime(t) + " pc1 log text with  blanks";
-    const auto line = ParseTranscriptLine(sLine);
-    ASSERT_TRUE(line.has_value()) << sLine;
-    EXPECT_EQ(line->t, t / kMillisecond * kMillisecond) << sLine;
-    EXPECT_EQ(std::tie(line->sHost, line->sKind, line->sText),
-              std::make_tuple("pc1", "log", "text with  blanks"));
-  }
-  for (const char* sz :
-       {"1:00:00.000 pc1 log x", "00:60:00.000 pc1 log x", "00:00:00.00 pc1 log x",
-        "0a:00:00.000 pc1 log x", "00:00:00.0000 pc1 log x", "00:00:00.000 pc1  log x"})
+  const Strings texts = {"text with  blanks", " leading blank", ""};
+  for (const Nanos t : times)
+    for (const std::string& sText : texts) {
+      const std::string sLine = ClockTime(t) + " pc1 log " + sText;
+      const auto line = ParseTranscriptLine(sLine);
+      ASSERT_TRUE(line.has_value()) << sLine;
+      EXPECT_EQ(line->t, t / kMillisecond * kMillisecond) << sLine;
+      EXPECT_EQ(std::tie(line->sHost, line->sKind, line->sText),
+                std::make_tuple("pc1", "log", sText));
+    }
+  EXPECT_EQ(ParseTranscriptLine("00:00:02.000 - note")->sText, "");
+  for (const char* sz : {"1:00:00.000 pc1 log x", "00:60:00.000 pc1 log x", "00:00:00.00 pc1 log x",
+                         "0a:00:00.000 pc1 log x", "00:00:00.0000 pc1 log x",
+                         "00:00:00.000 pc1  log x", "00:00:00.000  pc1 log x", "", "garbage",
+                         "00:00:01.000", "00:00:01.000 pc07", "12 pc07 log x"})
     EXPECT_FALSE(ParseTranscriptLine(sz).has_value()) << sz;
 }
 

@@ -1,4 +1,5 @@
-// The scenario language: statements, payload lines, diagnostics with their lines.
+// The scenario language: statements and payload lines. Each mistake and the line it is
+// named with: tests/scenarios/bad.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -96,73 +97,6 @@ run until 00:05:00
   EXPECT_EQ(s.EndTime(), 300 * kS);
 }
 
-TEST(ScenarioParser, ReportsEachMistakeWithItsLine) {
-  // Text, the line of the first error, part of its message. Changes during the run share
-  // their words' checks with the host statements, and every action its host's check.
-  const std::string kRun = "run until 00:01:00\n";
-  const std::vector<std::tuple<std::string, int, std::string>> cases = {
-      {"bogus 1\n" + kRun, 1, "unknown statement 'bogus'"},
-      {"seed x\n" + kRun, 1, "seed must be a whole number"},
-      {"start 2002-02-30 10:00:00\n" + kRun, 1, "bad start date-time"},
-      {"address 1.2.3.4\n" + kRun, 1, "belongs to a host"},
-      {"host a\nhost A\n" + kRun, 2, "declared twice"},
-      {"host a\n  address 1.2.3.256\n" + kRun, 2, "bad IPv4 address"},
-      {"host a\n  clock-offset soon\n" + kRun, 2, "bad clock offset"},
-      {"host a\n  file relative.txt\n" + kRun, 2, "full path"},
-      {"host a\n  file C:\\x.exe program word\n" + kRun, 2, "unknown program"},
-      {"host a\n  file C:\\x.exe program varno speed=2\n" + kRun, 2, "unknown option 'speed'"},
-      {"host a\n  share \\\\b\\c -> C:\\\n" + kRun, 2, "names host 'b'"},
-      {"host a\n  sockets version=one\n" + kRun, 2, "MAJOR.MINOR"},
-      {"host a\n  sockets explode\n" + kRun, 2, "unknown sockets fault"},
-      {"host a\n  registry open\n" + kRun, 2, "registry denied"},
-      {"host a\n  disk C: capacity=lots\n" + kRun, 2, "bad size"},
-      {"host a\n  file C:\\My Apps\\x.exe program varno\n" + kRun, 2,
-       "double quotes: \"C:\\My Apps\\x.exe\")"},
-      {"host a\n  folder C:\\My Apps\n" + kRun, 2, "double quotes: folder \"C:\\My Apps\""},
-      {"host a\n  share-search time=2min\n" + kRun, 2, "bad duration '2min' (a number with ms, s"},
-      {"host a\nat 00:00:01 partition a -> a for 5x\n" + kRun, 2, "or HH:MM:SS"},
-      {"host a\n  file C:\\x.txt text \"open\n" + kRun, 2, "unterminated quoted text"},
-      {"host a\nat 00:00:01 start-agent b\n" + kRun, 2, "unknown host 'b'"},
-      {"host a\nat 1:99:00 crash a\n" + kRun, 2, "bad time"},
-      {"host a\nat 00:00:01 dance a\n" + kRun, 2, "unknown action 'dance'"},
-      {"host a\nat 00:00:01 show a\n" + kRun, 2, "show HOST FORM"},
-      {"host a\nat 00:00:01 send a -> a hex 0\n" + kRun, 2, "pairs of hex digits"},
-      {"host a\nat 00:00:01 send a -> a:99999 hex 00\n" + kRun, 2, "bad port"},
-      {"host a\nat 00:00:01 click a cmdOk\n" + kRun, 2, "FORM.CONTROL"},
-      {"host a\nat 00:00:01 select a f.l -1\n" + kRun, 2, "count from 0"},
-      {"host a\nat 00:00:01 partition a - a\n" + kRun, 2, "partition A -> B"},
-      {"host a\n" + kRun + "at 00:00:30 crash a\nrun until 00:02:00\n", 3, "lies before"},
-      {"host a\n" + kRun + "run until 00:00:30\n", 3, "not later"},
-      {"host a\n" + kRun + "at 00:02:00 crash a\n", 3, "never run"},
-      {"host a\n", 1, "no 'run until'"},
-      {"host a\n" + kRun + "expect a smoke \"x\"\n", 3, "unknown transcript kind"},
-      {"host a\n" + kRun + "expect b log \"x\"\n", 3, "unknown host 'b'"},
-      {"host a\n" + kRun + "expect a log \"x\" between 00:00:10 00:00:05\n", 3, "ends before"},
-      {"host a\n" + kRun + "expect never a log \"x\" times 2\n", 3, "do not go together"},
-      {"host a\n" + kRun + "then a log \"x\"\n", 3, "after an expect line"},
-      {"host a\n" + kRun + "expect never a log \"x\"\nthen a log \"y\"\n", 4, "takes no 'then'"},
-      {"host a\n" + kRun + "expect a log \"x\"\nnext b log \"y\"\n", 4, "unknown host 'b'"},
-      {"host a\n" + kRun + "expect a log \"x\"\nnext a bogus \"y\"\n", 4,
-       "unknown transcript kind"},
-      {"host a\n" + kRun + "expect a log \"x\" soon\n", 3, "expected: expect"},
-      {"| stray\n" + kRun, 1, "continues a 'file PATH' line"},
-      {"host a\nat 00:00:01 send a -> a bag\n| no-equals\n" + kRun, 3, "NAME=VALUE"},
-      {"host a\n  address 10.0.0.1\nhost b\n  address 10.0.0.1\n" + kRun, 3, "has the address"},
-      {"host a\nat 00:00:01 delete a x.txt\n" + kRun, 2, "delete HOST PATH"},
-      {"host a\nat 00:00:01 share \\\\a -> C:\\\n" + kRun, 2, "bad share name"},
-      {"host a\nat 00:00:01 drop-share a\n" + kRun, 2, "bad share name"},
-      {"host a\nat 00:00:01 share-search a fast\n" + kRun, 2, "time=DURATION and error"},
-      {"host a\nat 00:00:01 visible-shares\n" + kRun, 2, "visible-shares HOST"},
-      {"host a\nat 00:00:01 send a -> a keep\n" + kRun, 2, "send A -> B"},
-  };
-  for (const auto& [sText, nLine, sMessagePart] : cases) {
-    const ParseResult r = Parse(sText);
-    ASSERT_FALSE(r.Ok()) << sText;
-    EXPECT_EQ(r.errors[0].nLine, nLine) << sText << Errors(r);
-    EXPECT_NE(r.errors[0].sMessage.find(sMessagePart), std::string::npos) << sText << Errors(r);
-  }
-}
-
 // Changes during the run take the words of the host statements they change; the forms
 // that tests/scenarios/change-*.scn and send-kept-connection.scn do not run.
 TEST(ScenarioParser, ReadsChangesDuringTheRun) {
@@ -200,14 +134,6 @@ run until 00:01:00
   EXPECT_TRUE(hex.bKeep);
   EXPECT_EQ(hex.nPort, 1231);
   EXPECT_EQ(hex.bytes, (std::vector<std::uint8_t>{0, 1}));
-}
-
-TEST(ScenarioParser, ReportsEveryErrorNotJustTheFirst) {
-  const ParseResult r = Parse("bogus\nhost a\n  address x\nrun until 00:00:01\nwhatever\n");
-  ASSERT_EQ(r.errors.size(), 3u) << Errors(r);
-  EXPECT_EQ(r.errors[0].nLine, 1);
-  EXPECT_EQ(r.errors[1].nLine, 3);
-  EXPECT_EQ(r.errors[2].nLine, 5);
 }
 
 TEST(ScenarioParser, CommentsLineEndingsHostCaseAndEmptyTexts) {
