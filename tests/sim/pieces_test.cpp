@@ -1,5 +1,6 @@
-// The world's pieces on their own: the transcript's text form and writer, the event
-// queue, the links between hosts. The world's own transcript keeping is in
+// The world's pieces on their own: the transcript's text form and writer, the links
+// between hosts. The event queue's order shows in every transcript (and in
+// scheduler_test.cpp). The world's own transcript keeping is in
 // scheduler_test.cpp, its host table's look-ups in network_test.cpp.
 #include <gtest/gtest.h>
 
@@ -8,9 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/sim/event_queue.h"
 #include "platform/sim/links.h"
-#include "platform/sim/random.h"
 #include "platform/sim/transcript_text.h"
 #include "platform/sim/transcript_writer.h"
 #include "platform/sim/world.h"
@@ -70,31 +69,6 @@ TEST(SimTranscriptWriter, KeepsAndStreamsOnlyForItsReaders) {
     w.Write(Seconds(3), "pc1", TranscriptKind::Log, "after the end");
     EXPECT_EQ(w.TakeLines().size() + streamed.size(), (c.bKeep ? 2u : 0u) + (c.bSink ? 2u : 0u));
   }
-}
-
-// Events come out in (time, sequence) order however they went in, also while slots of
-// earlier events are reused.
-TEST(SimEventQueue, PopsInTimeThenSequenceOrder) {
-  Rng rng(7);
-  EventQueue<std::pair<Nanos, std::uint64_t>> q;
-  std::vector<std::pair<Nanos, std::uint64_t>> pending, popped;
-  std::uint64_t seq = 0;
-  for (int round = 0; round < 200; ++round) {
-    for (int i = rng.UniformInt(0, 5); i > 0; --i) {
-      // Few distinct times, so equal times are common.
-      const Nanos t = rng.UniformInt(0, 20);
-      q.Push(t, seq, {t, seq});
-      pending.push_back({t, seq++});
-    }
-    for (int i = rng.UniformInt(0, 4); i > 0 && !q.Empty(); --i) {
-      const auto lowest = *std::min_element(pending.begin(), pending.end());
-      EXPECT_EQ(q.NextTime(), lowest.first);
-      const auto e = q.Pop();
-      EXPECT_EQ(e, lowest);
-      pending.erase(std::find(pending.begin(), pending.end(), e));
-    }
-  }
-  EXPECT_EQ(q.Empty(), pending.empty());
 }
 
 TEST(SimLinks, PartitionsWildcardsHealingAndShapedSends) {
