@@ -1,7 +1,9 @@
 // The shell, the stand-in main application, windows, message boxes, the registry and the
 // kernel. The stand-in's window delay, refusals, exit and kill, the cost of a close
-// request, clock offsets and steps, and the restart of Run programs are in
-// tests/scenarios/sim-*.scn; processes reading their host's clock in clock-step.scn.
+// request, clock offsets and steps, the restart of Run programs, window titles, lines
+// and message boxes are in tests/scenarios/sim-*.scn (window order, class names and
+// hidden windows in tests/contract and launcher-watch.scn); processes reading their
+// host's clock in clock-step.scn.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -91,43 +93,6 @@ TEST(SimShell, StartedProgramSeesItsPathParametersAndOptions) {
   EXPECT_EQ(seen.Option("BETA", "unset"), "");
   EXPECT_EQ(seen.Option("gamma"), "x=y");
   EXPECT_EQ(seen.Option("delta", "d"), "d");
-}
-
-TEST(SimWindows, ZOrderClassesTitlesFormsAndMessageBoxes) {
-  Desk d(31);
-  const auto folder = d.w.Programs().AddWindow(d.h, "CabinetWClass", "Varno");
-  const auto other = d.w.Programs().AddWindow(d.h, "ThunderRT6FormDC", "Varno Setup");
-  ui::Form form("frmLaunch", "");
-  d.In([&] {
-    auto& ws = d.p->windows;
-    ws.AttachForm(form);
-    form.Show();
-    form.SetCaption("Launch Service for Varno");
-    // Newest on top: the form, then "Varno Setup", then the folder window.
-    const auto top = ws.FindWindowByTitle("Launch Service for Varno");
-    EXPECT_EQ(ws.NextWindow(top), other);
-    EXPECT_EQ(ws.NextWindow(other), folder);
-    EXPECT_EQ(ws.NextWindow(folder), 0);
-    EXPECT_EQ(ws.FindWindowByTitle("Varno"), folder);
-    EXPECT_EQ(ws.FindWindowByTitle("varno"), 0);  // case counts
-    EXPECT_EQ(ws.ClassName(folder, 4), "Cab");    // cut to fit, as the desktop does
-    form.Hide();
-    EXPECT_EQ(ws.FindWindowByTitle("Launch Service for Varno"), top);  // hidden still found
-    ws.MessageBox("Agent Setup", "Could not save.\r\nDisk full");
-  });
-  EXPECT_EQ(d.w.Programs().FindForm(d.h, "frmLaunch")->form, &form);
-  d.In([&] { d.p->windows.DetachForm(form); });
-  EXPECT_FALSE(d.w.Programs().FindForm(d.h, "frmLaunch").has_value());
-  const Strings want = {"PC1 #1 opened CabinetWClass \"Varno\"",
-                        "PC1 #2 opened ThunderRT6FormDC \"Varno Setup\"",
-                        "PC1 #3 opened ThunderRT6FormDC \"\" form frmLaunch process #1 hidden",
-                        "PC1 #3 shown",
-                        "PC1 #3 retitled \"Launch Service for Varno\"",
-                        "PC1 #3 hidden",
-                        "PC1 #3 closed \"Launch Service for Varno\""};
-  EXPECT_EQ(Lines(d.w, "window"), want);
-  EXPECT_EQ(Lines(d.w, "msgbox"),
-            Strings{"PC1 \"Agent Setup\" \"Could not save.\\r\\nDisk full\""});
 }
 
 // A form's close request goes to its owner's loop; from another process SendClose
