@@ -1,5 +1,6 @@
 // Scheduler, fibers, event loop, timers, process ends, Call, the transcript. Same-seed
-// determinism is in network_test.cpp, where the seed's latencies show.
+// determinism is scenario.determinism's, and another seed's other latencies
+// scenario.command_line's.
 #include <gtest/gtest.h>
 
 #include <functional>
