@@ -43,13 +43,6 @@ class MessageTest : public ::testing::Test, public MessageContext {
     return bag.SetContents(image) ? image_text::ShowImage(bag) : "not an image";
   }
 
-  double dSeconds = 36000.25;
-  std::string sHostName = "PC7";
-  int nClockReads = 0;
-};
-
-class ClsMsgTest : public MessageTest {
- protected:
   // The plain envelope and the three messages, each drawn at its own time.
   std::vector<std::shared_ptr<clsMsg>> Every() {
     std::vector<std::shared_ptr<clsMsg>> objs = {std::make_shared<clsMsg>(*this)};
@@ -61,9 +54,40 @@ class ClsMsgTest : public MessageTest {
     objs.push_back(std::make_shared<clsMsgHello>(*this));
     return objs;
   }
+  std::shared_ptr<clsMsgUserList> List(Integer nCnt, const std::vector<std::string>& users) {
+    auto obj = std::make_shared<clsMsgUserList>(*this);
+    obj->SetUserCnt(nCnt);
+    for (std::size_t k = 0; k < users.size(); ++k) obj->SetUsers(Integer(k + 1), users[k]);
+    return obj;
+  }
+  std::shared_ptr<clsMsgHello> Hello(Integer nHello, const std::string& sHost) {
+    auto obj = std::make_shared<clsMsgHello>(*this);
+    obj->SetHello(nHello);
+    obj->SetVarnoHost(sHost);
+    return obj;
+  }
+  // The image after the envelope.
+  static std::string Body(const Bytes& image) {
+    const std::string s = Show(image);
+    const auto n = s.find('\n', s.find("sglmsgreferenceid="));
+    return n == std::string::npos ? s : s.substr(n + 1);
+  }
+  std::shared_ptr<clsMsgHostInfo> Example() {
+    auto obj = std::make_shared<clsMsgHostInfo>(*this);
+    obj->SetHostName("PC7");
+    obj->SetIPAddress("10.0.0.7");
+    obj->SetLocalPort(1230);
+    obj->SetProvideWeb(true);
+    obj->SetMsgID(0.7055475f);
+    return obj;
+  }
+
+  double dSeconds = 36000.25;
+  std::string sHostName = "PC7";
+  int nClockReads = 0;
 };
 
-TEST_F(ClsMsgTest, EachNewMessageDrawsOneIdentifier) {
+TEST_F(MessageTest, EachNewMessageDrawsOneIdentifier) {
   double dSeed = dSeconds;
   const auto objs = Every();
   for (std::size_t k = 0; k < objs.size(); ++k, dSeed += 0.37) {
@@ -80,7 +104,7 @@ TEST_F(ClsMsgTest, EachNewMessageDrawsOneIdentifier) {
   EXPECT_EQ(nClockReads, 4);  // one draw each; writing an image draws nothing
 }
 
-TEST_F(ClsMsgTest, IdentifiersAreDeterministicAndInRange) {
+TEST_F(MessageTest, IdentifiersAreDeterministicAndInRange) {
   EXPECT_EQ(clsMsg::NewMsgID(1234.5), clsMsg::NewMsgID(1234.5));
   double dSum = 0;
   Single sglPrevious = -1;
@@ -93,7 +117,7 @@ TEST_F(ClsMsgTest, IdentifiersAreDeterministicAndInRange) {
   EXPECT_NEAR(dSum / 4000, 0.5, 0.05);
 }
 
-TEST_F(ClsMsgTest, InterfaceCloneChangeStringToBooleanAndIdentifierText) {
+TEST_F(MessageTest, InterfaceCloneChangeStringToBooleanAndIdentifierText) {
   const auto objs = Every();
   // Edited copies that the class's own comparison counts as changed.
   auto objHostInfo = std::make_shared<clsMsgHostInfo>(*this);
@@ -127,7 +151,7 @@ TEST_F(ClsMsgTest, InterfaceCloneChangeStringToBooleanAndIdentifierText) {
   EXPECT_FALSE(objs[0]->SetObjectData(objs[1]->GetObjectData()));
 }
 
-TEST_F(ClsMsgTest, TypeOfAnyImage) {
+TEST_F(MessageTest, TypeOfAnyImage) {
   const auto objs = Every();
   const Bytes hostInfoImage = objs[1]->GetObjectData();
   Bytes twoImages = hostInfoImage;
@@ -151,29 +175,7 @@ TEST_F(ClsMsgTest, TypeOfAnyImage) {
   }
 }
 
-class UserListHelloTest : public MessageTest {
- protected:
-  std::shared_ptr<clsMsgUserList> List(Integer nCnt, const std::vector<std::string>& users) {
-    auto obj = std::make_shared<clsMsgUserList>(*this);
-    obj->SetUserCnt(nCnt);
-    for (std::size_t k = 0; k < users.size(); ++k) obj->SetUsers(Integer(k + 1), users[k]);
-    return obj;
-  }
-  std::shared_ptr<clsMsgHello> Hello(Integer nHello, const std::string& sHost) {
-    auto obj = std::make_shared<clsMsgHello>(*this);
-    obj->SetHello(nHello);
-    obj->SetVarnoHost(sHost);
-    return obj;
-  }
-  // The image after the envelope.
-  static std::string Body(const Bytes& image) {
-    const std::string s = Show(image);
-    const auto n = s.find('\n', s.find("sglmsgreferenceid="));
-    return n == std::string::npos ? s : s.substr(n + 1);
-  }
-};
-
-TEST_F(UserListHelloTest, UserListImages) {
+TEST_F(MessageTest, UserListImages) {
   auto obj = std::make_shared<clsMsgUserList>(*this);
   EXPECT_EQ(Show(obj->GetObjectData()).substr(0, 10), "msgtype=5\n");
   EXPECT_EQ(Body(obj->GetObjectData()), "nusercnt=0\n");
@@ -195,7 +197,7 @@ TEST_F(UserListHelloTest, UserListImages) {
   EXPECT_EQ(obj->GetUsers(1) + "," + obj->GetUsers(3) + "," + obj->GetUsers(4), "anna,,0");
 }
 
-TEST_F(UserListHelloTest, UsersArrayGrowsOnDemand) {
+TEST_F(MessageTest, UsersArrayGrowsOnDemand) {
   clsMsgUserList obj(*this);
   EXPECT_EQ(obj.GetUsers(0), "0");  // no array yet
   obj.SetUsers(5, "eve");
@@ -206,7 +208,7 @@ TEST_F(UserListHelloTest, UsersArrayGrowsOnDemand) {
   EXPECT_EQ(obj.GetUserCnt(), 0);  // the count is set apart
 }
 
-TEST_F(UserListHelloTest, ImagesTheyDoNotTake) {
+TEST_F(MessageTest, ImagesTheyDoNotTake) {
   // Refused: the message keeps all it held, but for a return address read before the fault.
   const auto ExpectRefused = [](auto obj, const Bytes& image, const char* szReturnAddress) {
     const std::string sBefore = Body(obj->GetObjectData());
@@ -227,7 +229,7 @@ TEST_F(UserListHelloTest, ImagesTheyDoNotTake) {
                 ImageOf("MsgType=6\nsReturnAddress=B\nnHello=32768\nsVarnoHost=G\n"), "B");
 }
 
-TEST_F(UserListHelloTest, HelloImage) {
+TEST_F(MessageTest, HelloImage) {
   auto objSent = Hello(7, "ALPHA");
   EXPECT_EQ(Show(objSent->GetObjectData()).substr(0, 10), "msgtype=6\n");
   EXPECT_EQ(Body(objSent->GetObjectData()), "nhello=7\nsvarnohost=ALPHA\n");  // bare: no blank
@@ -237,7 +239,7 @@ TEST_F(UserListHelloTest, HelloImage) {
   EXPECT_EQ(objReceived->GetObjectData(), objSent->GetObjectData());
 }
 
-TEST_F(UserListHelloTest, Change) {
+TEST_F(MessageTest, Change) {
   const auto L = [this](Integer n, std::vector<std::string> users) { return List(n, users); };
   EXPECT_FALSE(L(2, {"a", "b"})->ChangeUserList(L(2, {"a", "b"})));
   EXPECT_TRUE(L(2, {"a", "b"})->ChangeUserList(L(3, {"a", "b"})));
@@ -278,25 +280,12 @@ std::string With(std::string sImage, const std::string& sLine) {
   return sImage.replace(nAt, sImage.find('\n', nAt) - nAt, sLine);
 }
 
-class ClsMsgHostInfoTest : public MessageTest {
- protected:
-  std::shared_ptr<clsMsgHostInfo> Example() {
-    auto obj = std::make_shared<clsMsgHostInfo>(*this);
-    obj->SetHostName("PC7");
-    obj->SetIPAddress("10.0.0.7");
-    obj->SetLocalPort(1230);
-    obj->SetProvideWeb(true);
-    obj->SetMsgID(0.7055475f);
-    return obj;
-  }
-};
-
-TEST_F(ClsMsgHostInfoTest, TheSeventeenKeysInOrder) {
+TEST_F(MessageTest, TheSeventeenKeysInOrder) {
   // Keys and values in this order, byte for byte; date received and user list never travel.
   EXPECT_EQ(Example()->GetObjectData(), ImageOf(kExample)) << Show(Example()->GetObjectData());
 }
 
-TEST_F(ClsMsgHostInfoTest, EveryChangeShowsInTheImageAndCountsUnlessEnvelopeOrCase) {
+TEST_F(MessageTest, EveryChangeShowsInTheImageAndCountsUnlessEnvelopeOrCase) {
   // A message is asked for its image again and again between changes (a broadcast asks
   // once per host): every field of the image, envelope included, must show at once. A
   // change counts, either way round, unless it is of the envelope or the host name's case.
@@ -361,7 +350,7 @@ TEST_F(ClsMsgHostInfoTest, EveryChangeShowsInTheImageAndCountsUnlessEnvelopeOrCa
   EXPECT_EQ(obj->GetMsgUL(), objUL);
 }
 
-TEST_F(ClsMsgHostInfoTest, ImagesItDoesNotTake) {
+TEST_F(MessageTest, ImagesItDoesNotTake) {
   // A port out of range fails after the envelope and the text fields were replaced; the
   // port and the flags stay as they were.
   auto obj = Example();
@@ -388,7 +377,7 @@ TEST_F(ClsMsgHostInfoTest, ImagesItDoesNotTake) {
   }
 }
 
-TEST_F(ClsMsgHostInfoTest, ReadingIsLenientAndAbsentKeysReadAsEmpty) {
+TEST_F(MessageTest, ReadingIsLenientAndAbsentKeysReadAsEmpty) {
   auto obj = std::make_shared<clsMsgHostInfo>(*this);
   ASSERT_TRUE(obj->SetObjectData(ImageOf(kOther)));
   // Keys in any case; numbers read leniently, a half to the even neighbour; only "true" is

@@ -11,6 +11,10 @@
 namespace launchagent {
 namespace {
 
+// Names a key cannot prepare: longer than it holds, not ASCII.
+using Key = PropertyBag::Key;
+constexpr Key kLong{"a_name_longer_than_thirty_two_units_x"}, kAccented{"cl\xC3\xA9"};
+
 void Put(Bytes& b, std::size_t at, std::uint32_t n, int nBytes = 4) {
   for (int k = 0; k < nBytes; ++k) b[at + k] = static_cast<std::uint8_t>(n >> (8 * k));
 }
@@ -94,8 +98,7 @@ TEST(PropertyBagTest, ReadsBackWhatWasWrittenIgnoringCase) {
     std::string sValue = "untouched";
     return bag.FindText(key, sValue) ? sValue : "not found, " + sValue;
   };
-  static constexpr PropertyBag::Key kMsgId{"sglMsgId"}, kMissing{"sglMsgIdX"},
-      kLong{"a_name_longer_than_thirty_two_units_x"}, kAccented{"cl\xC3\xA9"};
+  static constexpr Key kMsgId{"sglMsgId"}, kMissing{"sglMsgIdX"};
   for (const PropertyBag* pBag : {&writer, &reader}) {
     EXPECT_EQ(pBag->ReadProperty("SGLMSGID"), " .7055475");
     EXPECT_EQ(pBag->ReadProperty("shostname"), "PC7");  // the first of that name wins
@@ -241,6 +244,43 @@ TEST(PropertyBagTest, CapsOnSizeAndEntries) {
   ASSERT_EQ(big.Count(), 1u);
   EXPECT_EQ(big.Contents().size(), 65536u);
   EXPECT_TRUE(reader.SetContents(big.Contents()));
+}
+
+// Writing a whole image at once from fixed keys must give exactly what entry-by-entry
+// writing gives. Reading with fixed keys against lookup is fuzz_messages' check, over
+// seeds (fuzz/corpus/messages/keys_*.bin) with keys out of order, twice, long and not ASCII.
+TEST(PropertyBagTest, WritingAWholeImageEqualsWritingEntryByEntry) {
+  // After empty "MsgType" (32 bytes) and "sHostName" (36) entries, a "sUserName" value of
+  // nFill units fills the image to its 64 KiB exactly.
+  const std::size_t nFill = (65536 - 8 - 32 - 36 - 12 - 18 - 4) / 2;
+  const std::vector<std::vector<std::string>> values = {
+      {"4", "PC1", "anna", " 1230"},
+      {"", "", "", ""},
+      {"4",
+       "Gr\xC3\xBC\xC3\x9F"
+       "e \xF0\x9D\x84\x9E",
+       "a\377b", "x"},                             // not ASCII, not UTF-8
+      {"4", std::string(nFill, 'x'), "y", "z"},    // too long where it comes: the rest fit
+      {"", "", std::string(nFill, 'x'), "1"},      // fills the image: the last is skipped
+      {"", "", std::string(nFill + 1, 'x'), "1"},  // one unit too long: skipped
+  };
+  static constexpr Key kType{"MsgType"}, kHost{"sHostName"}, kUser{"sUserName"},
+      kPort{"nLocalPort"};
+  const Key* const keys[] = {&kType, &kHost, &kUser, &kPort};
+  for (const auto& row : values) {
+    std::vector<PropertyBag::TextEntry> entries;
+    PropertyBag bag;
+    for (std::size_t k = 0; k < row.size(); ++k) {
+      entries.push_back({keys[k], row[k]});
+      bag.AppendText(keys[k]->Name(), row[k]);
+    }
+    EXPECT_EQ(PropertyBag::WriteImage(entries), bag.Contents()) << row[0] << row.size();
+  }
+  // Keys the bag cannot prepare go the long way, with the same result.
+  const PropertyBag::TextEntry odd[] = {{&kLong, "long"}, {&kAccented, "\xC3\xA9"}};
+  PropertyBag bag;
+  for (const auto& e : odd) bag.AppendText(e.pKey->Name(), e.sValue);
+  EXPECT_EQ(PropertyBag::WriteImage(odd), bag.Contents());
 }
 
 }  // namespace
