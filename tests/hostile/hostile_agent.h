@@ -13,7 +13,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -25,8 +24,6 @@
 #include "messages/cls_msg_host_info.h"
 
 namespace launchagent::hostile {
-
-constexpr int kAgentPort = 1230;
 
 inline std::string ReadText(const std::string& sPath) {
   std::ostringstream s;
@@ -62,45 +59,37 @@ inline Bytes HostInfoImage(const std::string& sHostName, const std::string& sApp
   return msg.GetObjectData();
 }
 
-// A non-blocking TCP connection from sFrom (any loopback address) to the agent, begun
-// but not waited for; -1 when it could not begin.
-inline int Dial(const std::string& sTo, const std::string& sFrom = "") {
+// A non-blocking TCP connection from sFrom (any loopback address) to the agent's port,
+// given nMs to be taken; -1 when it could not begin, or was not taken unless bKeepUntaken.
+inline int Connect(const std::string& sTo, const std::string& sFrom = "", int nMs = 5000,
+                   bool bKeepUntaken = false) {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) return -1;
   sockaddr_in a{};
   a.sin_family = AF_INET;
-  if (!sFrom.empty()) {
-    ::inet_pton(AF_INET, sFrom.c_str(), &a.sin_addr);
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) return ::close(fd), -1;
-  }
-  a.sin_port = htons(kAgentPort);
-  ::inet_pton(AF_INET, sTo.c_str(), &a.sin_addr);
-  if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 && errno != EINPROGRESS)
-    return ::close(fd), -1;
-  return fd;
-}
-
-// A TCP connection from sFrom to the agent; -1 when refused or not accepted within nMs.
-inline int Connect(const std::string& sTo, const std::string& sFrom = "", int nMs = 5000) {
-  const int fd = Dial(sTo, sFrom);
-  if (fd < 0) return -1;
-  pollfd p{fd, POLLOUT, 0};
+  ::inet_pton(AF_INET, sFrom.c_str(), &a.sin_addr);
   int nErr = 0;
+  if (!sFrom.empty() && ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) nErr = errno;
+  a.sin_port = htons(1230);
+  ::inet_pton(AF_INET, sTo.c_str(), &a.sin_addr);
+  if (!nErr && ::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 &&
+      errno != EINPROGRESS)
+    nErr = errno;
+  pollfd p{fd, POLLOUT, 0};
   socklen_t nLen = sizeof nErr;
-  if (::poll(&p, 1, nMs) != 1 || ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &nErr, &nLen) != 0 ||
-      nErr != 0) {
-    errno = nErr;
-    return ::close(fd), -1;
-  }
-  return fd;
+  if (!nErr && (::poll(&p, 1, nMs) != 1 ||
+                ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &nErr, &nLen) != 0 || nErr != 0))
+    nErr = bKeepUntaken ? 0 : nErr ? nErr : ETIMEDOUT;
+  if (!nErr) return fd;
+  errno = nErr;
+  return ::close(fd), -1;
 }
 
 // Writes what the socket takes within a second; the bytes written.
 inline size_t SendSome(int fd, const Bytes& data) {
   size_t nDone = 0;
-  while (nDone < data.size()) {
-    pollfd p{fd, POLLOUT, 0};
-    if (::poll(&p, 1, 1000) != 1) break;
+  pollfd p{fd, POLLOUT, 0};
+  while (nDone < data.size() && ::poll(&p, 1, 1000) == 1) {
     const ssize_t n = ::send(fd, data.data() + nDone, data.size() - nDone, MSG_NOSIGNAL);
     if (n <= 0) break;
     nDone += static_cast<size_t>(n);
@@ -128,7 +117,7 @@ class Agent {
     WriteText(sRoot_ + "/hosts", sAddress_ + " pc1\n" + sHosts);
   }
   ~Agent() {
-    Stop();
+    if (pid_ > 0) ::kill(pid_, SIGKILL), ::waitpid(pid_, nullptr, 0);
     std::error_code e;
     std::filesystem::remove_all(sRoot_, e);
   }
@@ -138,104 +127,75 @@ class Agent {
   std::string Exe() const { return sRoot_ + "/c/Launch/Launch.exe"; }
   std::string Log() const { return ReadText(sRoot_ + "/out.txt"); }
   std::string Diagnostics() const { return ReadText(sRoot_ + "/err.txt"); }
-  pid_t Pid() const { return pid_; }
+  std::string Proc(const char* szWhat) const {
+    return "/proc/" + std::to_string(pid_) + "/" + szWhat;
+  }
 
   // Starts it and waits until it accepts connections. Agent time runs sTimeScale times
   // as fast as real time, so that minutes of its life pass in seconds.
   bool Start(const std::string& sTimeScale = "60") {
     const std::string& r = sRoot_;
-    const std::pair<const char*, std::string> options[] = {
-        {"--host-name", "pc1"},
-        {"--bind", sAddress_},
-        {"--time-scale", sTimeScale},
-        {"--drive", "C:=" + r + "/c"},
-        {"--mount-root", r + "/net"},
-        {"--hosts-file", r + "/hosts"},
-        {"--window-table", r + "/windows"},
-        {"--system-folder", r + "/c/sys"},
-        {"--registry-file", r + "/etc/registry"},
-        {"--autostart-dir", r + "/etc/auto"},
-        {"--user-registry-file", r + "/home/registry"},
-        {"--user-autostart-dir", r + "/home/auto"}};
-    std::vector<std::string> args = {"--log-stdout"};
-    for (const auto& [szOption, sValue] : options) args.insert(args.end(), {szOption, sValue});
+    std::istringstream options(
+        "--log-stdout --host-name pc1 --bind " + sAddress_ + " --time-scale " + sTimeScale +
+        " --drive C:=" + r + "/c --mount-root " + r + "/net --hosts-file " + r +
+        "/hosts --window-table " + r + "/windows --system-folder " + r + "/c/sys --registry-file " +
+        r + "/etc/registry --autostart-dir " + r + "/etc/auto --user-registry-file " + r +
+        "/home/registry --user-autostart-dir " + r + "/home/auto");
+    std::vector<std::string> args = {"sh", "-c", "exec \"$0\" \"$@\"", Exe()};
+    for (std::string s; options >> s;) args.push_back(s);
     args.insert(args.end(), extraArgs_.begin(), extraArgs_.end());
-    std::string sLimit = "exec \"$0\" \"$@\"";
     if (lngSoftLimit_ > 0)
-      sLimit = "ulimit -S -n " + std::to_string(lngSoftLimit_) + " && ulimit -H -n " +
-               std::to_string(lngHardLimit_) + " && " + sLimit;
+      args[2] = "ulimit -S -n " + std::to_string(lngSoftLimit_) + " && ulimit -H -n " +
+                std::to_string(lngHardLimit_) + " && " + args[2];
     pid_ = ::fork();
     if (pid_ == 0) {
       for (const char* s : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) ::unsetenv(s);
       ::dup2(::open((sRoot_ + "/out.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
       ::dup2(::open((sRoot_ + "/err.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
-      std::vector<char*> argv = {const_cast<char*>("sh"), const_cast<char*>("-c"), sLimit.data()};
-      std::string sExe = Exe();
-      argv.push_back(sExe.data());
+      std::vector<char*> argv;
       for (auto& s : args) argv.push_back(s.data());
       argv.push_back(nullptr);
       ::execv("/bin/sh", argv.data());
       ::_exit(127);
     }
-    return pid_ > 0 && WaitUntil(
-                           [this] {
-                             const int fd = Connect(sAddress_);
-                             return fd >= 0 && ::close(fd) == 0;
-                           },
-                           20);
+    const auto Accepts = [this] {
+      const int fd = Connect(sAddress_);
+      return fd >= 0 && ::close(fd) == 0;
+    };
+    return pid_ > 0 && WaitUntil(Accepts, 20);
   }
 
   bool Alive() const { return pid_ > 0 && ::waitpid(pid_, nullptr, WNOHANG) == 0; }
 
-  void Stop() {
-    if (pid_ <= 0) return;
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
-    pid_ = -1;
-  }
-
-  // Sends one host information image from a fresh connection and waits (bounded) until
-  // the agent has handled it.
-  bool Served(const std::string& sHostName, double dSeconds = 10, const std::string& sFrom = "") {
+  // Sends one host information image that announces sSite as sHost's launch site from a
+  // fresh connection, closed before or after the wait; whether the agent logged sLogged
+  // within dSeconds.
+  bool Sent(const std::string& sHost, const std::string& sSite, const std::string& sFrom,
+            const std::string& sLogged, double dSeconds, bool bCloseFirst) const {
+    const size_t nBefore = Log().size();
     const int fd = Connect(sAddress_, sFrom);
     if (fd < 0) return false;
-    const Bytes image = HostInfoImage(sHostName);
+    const Bytes image = HostInfoImage(sHost, sSite);
     const bool bSent = SendSome(fd, image) == image.size();
+    if (bCloseFirst) ::close(fd);
     const bool bSeen =
         bSent &&
-        WaitUntil(
-            [&] { return Log().find("HostInfoFrom=" + sHostName + "\n") != std::string::npos; },
-            dSeconds);
-    ::close(fd);
+        WaitUntil([&] { return Log().find(sLogged, nBefore) != std::string::npos; }, dSeconds);
+    if (!bCloseFirst) ::close(fd);
     return bSeen;
+  }
+  // Whether a host information image from sFrom was handled within dSeconds.
+  bool Served(const std::string& sHost, double dSeconds = 10, const std::string& sFrom = "") {
+    return Sent(sHost, "", sFrom, "HostInfoFrom=" + sHost + "\n", dSeconds, false);
   }
 
   size_t OpenDescriptors() const {
     std::error_code e;
     size_t n = 0;
-    for (auto it = std::filesystem::directory_iterator("/proc/" + std::to_string(pid_) + "/fd", e);
+    for (auto it = std::filesystem::directory_iterator(Proc("fd"), e);
          !e && it != std::filesystem::directory_iterator(); it.increment(e))
       ++n;
     return n;
-  }
-
-  // Share of one core the agent used over dSeconds, in percent (a figure, not a check).
-  double CpuPercent(double dSeconds) const {
-    auto ticks = [this] {
-      std::string s = ReadText("/proc/" + std::to_string(pid_) + "/stat");
-      std::istringstream in(s.substr(s.rfind(')') + 2));
-      std::string sField;
-      long long lngUser = 0, lngSystem = 0;
-      for (int i = 3; i <= 15 && in >> sField; ++i) {
-        if (i == 14) lngUser = std::atoll(sField.c_str());
-        if (i == 15) lngSystem = std::atoll(sField.c_str());
-      }
-      return lngUser + lngSystem;
-    };
-    const long long lngBefore = ticks();
-    std::this_thread::sleep_for(std::chrono::duration<double>(dSeconds));
-    return 100.0 * static_cast<double>(ticks() - lngBefore) /
-           static_cast<double>(::sysconf(_SC_CLK_TCK)) / dSeconds;
   }
 
  private:
@@ -246,28 +206,15 @@ class Agent {
   pid_t pid_ = -1;
 };
 
-// The last launch site the agent's registry shows for sHost after its message came in.
-inline std::string StoredSite(const Agent& agent, const std::string& sHost) {
-  const std::string s = agent.Log(), sKey = "Host=" + sHost + " LaunchSite=";
-  const auto n = s.rfind(sKey);
-  if (n == std::string::npos) return "(none)";
-  const auto nStart = n + sKey.size();
-  return s.substr(nStart, s.find('\n', nStart) - nStart);
-}
-
 // Announces sSite as sHost's launch site from address sFrom ("" for any) and returns the
-// site the agent's registry then shows for sHost; "(no answer)" when it shows none in time.
+// last site the agent's registry then shows for sHost; "(no answer)" when none in time.
 inline std::string Announce(const Agent& agent, const std::string& sFrom, const std::string& sHost,
                             const std::string& sSite) {
-  const size_t nBefore = agent.Log().size();
-  const int fd = Connect(agent.Address(), sFrom);
-  if (fd < 0) return "(no connection) " + std::string(strerror(errno));
-  SendSome(fd, HostInfoImage(sHost, sSite));
-  ::close(fd);
   const std::string sKey = "Host=" + sHost + " LaunchSite=";
-  if (!WaitUntil([&] { return agent.Log().find(sKey, nBefore) != std::string::npos; }, 10))
-    return "(no answer)";
-  return StoredSite(agent, sHost);
+  if (!agent.Sent(sHost, sSite, sFrom, sKey, 10, true)) return "(no answer)";
+  const std::string s = agent.Log();
+  const auto nStart = s.rfind(sKey) + sKey.size();
+  return s.substr(nStart, s.find('\n', nStart) - nStart);
 }
 
 }  // namespace launchagent::hostile
