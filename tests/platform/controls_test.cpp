@@ -11,13 +11,6 @@
 namespace launchagent::ui {
 namespace {
 
-// Which entries are selected, as "0110".
-std::string Selection(const ListBox& l) {
-  std::string s;
-  for (Integer i = 0; i < l.ListCount(); ++i) s += l.Selected(i) ? '1' : '0';
-  return s;
-}
-
 TEST(CheckBox, SettingADifferentValueFiresTheClickHandler) {
   CheckBox box("chkSeekWeb", "Web");
   std::string sSeen;  // the value at each click
@@ -29,31 +22,6 @@ TEST(CheckBox, SettingADifferentValueFiresTheClickHandler) {
   box.SetEnabled(false);
   box.Click();
   EXPECT_EQ(sSeen, "10");
-}
-
-TEST(ListBox, SingleSelectionFollowsTheLastClickAndMultiSelectionTheModifier) {
-  ListBox list("lstNeighborhood");
-  for (const char* s : {"PC1", "PC2", "PC3"}) list.AddItem(s);
-  int clicks = 0;
-  list.OnClick = [&] { ++clicks; };
-  list.UserClick(1);
-  list.UserClick(2);
-  EXPECT_EQ(clicks, 2);
-  EXPECT_EQ(list.Text() + Selection(list), "PC3001");
-  list.RemoveItem(2);
-  EXPECT_EQ(list.ListIndex(), -1);
-  EXPECT_EQ(list.List(7), "");
-
-  ListBox multi("lstActive", true);
-  for (const char* s : {"A", "B", "C", "D"}) multi.AddItem(s);
-  multi.UserClick(0);
-  multi.UserClick(1, true);
-  multi.UserClick(3, true);
-  EXPECT_EQ(Selection(multi), "1101");
-  multi.UserClick(1, true);  // a second click with the modifier deselects it
-  EXPECT_EQ(Selection(multi), "1001");
-  multi.UserClick(2);  // a plain click starts a new selection
-  EXPECT_EQ(Selection(multi), "0010");
 }
 
 // Each step's text, what observers learned, and the selection afterwards.
@@ -150,7 +118,9 @@ TEST(Timer, TellsItsDriverOfEveryRestart) {
   EXPECT_EQ(driver.gone, 1);
 }
 
-TEST(Form, FindsControlsByName) {
+// Clicks on lists are scenario platform-lists'.
+TEST(Form, FindsControlsByNameAndAListReadsEntriesItLacksAsEmpty) {
+  EXPECT_EQ(ListBox("lstNeighborhood").List(7), "");
   Form form("frmLaunch", "Launch");
   form.Add<TextBox>("txtInfo", "", true);
   form.Add<CommandButton>("cmdAgentSetup", "Agent Setup...");
