@@ -134,6 +134,7 @@ class Agent {
   // Starts it and waits until it accepts connections. Agent time runs sTimeScale times
   // as fast as real time, so that minutes of its life pass in seconds.
   bool Start(const std::string& sTimeScale = "60") {
+    started_ = std::chrono::steady_clock::now();
     const std::string& r = sRoot_;
     std::istringstream options(
         "--log-stdout --host-name pc1 --bind " + sAddress_ + " --time-scale " + sTimeScale +
@@ -189,6 +190,16 @@ class Agent {
     return Sent(sHost, "", sFrom, "HostInfoFrom=" + sHost + "\n", dSeconds, false);
   }
 
+  // Whether standard error holds sPart at most nFree times more than once per ten seconds
+  // since the start: a refusal met again and again must not flood it.
+  bool Quiet(const std::string& sPart, int nFree) const {
+    const std::string s = Diagnostics();
+    int n = 0;
+    for (auto at = s.find(sPart); at != std::string::npos; at = s.find(sPart, at + 1)) ++n;
+    const std::chrono::duration<double> up = std::chrono::steady_clock::now() - started_;
+    return n <= nFree + up.count() / 10;
+  }
+
   size_t OpenDescriptors() const {
     std::error_code e;
     size_t n = 0;
@@ -204,6 +215,7 @@ class Agent {
   std::vector<std::string> extraArgs_;
   std::string sRoot_;
   pid_t pid_ = -1;
+  std::chrono::steady_clock::time_point started_;
 };
 
 // Announces sSite as sHost's launch site from address sFrom ("" for any) and returns the
