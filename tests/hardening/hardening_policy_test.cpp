@@ -140,11 +140,23 @@ TEST_F(PolicyTest, RefusalsAreNotedAtMostOncePerIntervalForEachKind) {
             (std::vector<std::string>{
                 "hardened: no room for the stranger x3",
                 R"(hardened: launch site \\pc9\c\Varno2.exe from pc9 at 10.0.0.5 refused)"}));
-  dNow_ += 10;
-  policy_.AdmitHost("x43", false, "10.0.0.5");
-  ASSERT_EQ(notes_.size(), 3u);
-  EXPECT_EQ(notes_[2],
-            "hardened: no room for the stranger x43 (39 more like it since the last such line)");
+  // Ten seconds after the last line, the lines held back are counted; none held back, no
+  // count (nullptr: held back); a clock gone back passes at once.
+  const std::pair<double, const char*> later[] = {
+      {10, " (39 more like it since the last such line)"},
+      {5, nullptr},
+      {5, " (1 more like it since the last such line)"},
+      {-100, ""}};
+  std::size_t nNotes = notes_.size();
+  for (const auto& [dStep, szCount] : later) {
+    dNow_ += dStep;
+    policy_.AdmitHost("x43", false, "10.0.0.5");
+    nNotes += szCount != nullptr;
+    ASSERT_EQ(notes_.size(), nNotes) << dNow_;
+    const std::string sLine =
+        "hardened: no room for the stranger x43" + std::string(szCount ? szCount : "");
+    EXPECT_TRUE(!szCount || notes_.back() == sLine) << notes_.back();
+  }
 }
 
 }  // namespace
