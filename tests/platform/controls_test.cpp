@@ -97,27 +97,7 @@ TEST(TextBox, AViewThatSkipsChangesCatchesUpByEpochAndLength) {
   }
 }
 
-class RecordingDriver : public TimerDriver {
- public:
-  void TimerChanged(Timer& t) override { changes.push_back(t.TimerEnabled() ? t.Interval() : -1); }
-  void TimerGone(Timer&) override { ++gone; }
-  std::vector<Long> changes;
-  int gone = 0;
-};
-
-TEST(Timer, TellsItsDriverOfEveryRestart) {
-  RecordingDriver driver;
-  {
-    Timer t("TimerMonitor", 1000, true);
-    t.AttachDriver(&driver);
-    t.SetTimerEnabled(false);
-    t.SetInterval(30000);
-    t.SetTimerEnabled(true);
-    EXPECT_EQ(driver.changes, (std::vector<Long>{1000, -1, -1, 30000}));
-  }
-  EXPECT_EQ(driver.gone, 1);
-}
-
+// Timers and their drivers are the backend contract's (timers tick, stop and go).
 // Clicks on lists are scenario platform-lists'.
 TEST(Form, FindsControlsByNameAndAListReadsEntriesItLacksAsEmpty) {
   EXPECT_EQ(ListBox("lstNeighborhood").List(7), "");
