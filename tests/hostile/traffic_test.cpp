@@ -14,6 +14,11 @@ namespace {
 // Opens n connections one after the other, each given up to two seconds to be taken
 // into the agent's listen queue; all of them, taken or not.
 std::vector<int> Hold(const std::string& sTo, size_t n) {
+  // This process holds the attackers' ends of the connections.
+  rlimit r{};
+  ::getrlimit(RLIMIT_NOFILE, &r);
+  r.rlim_cur = r.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &r);
   std::vector<int> fds;
   for (size_t i = 0; i < n; ++i)
     if (const int fd = Connect(sTo, "", 2000, true); fd >= 0) fds.push_back(fd);
@@ -25,20 +30,9 @@ void CloseAll(std::vector<int>& fds) {
   fds.clear();
 }
 
-class HostileTraffic : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    // This process holds the attackers' ends of the connections.
-    rlimit r{};
-    ::getrlimit(RLIMIT_NOFILE, &r);
-    r.rlim_cur = r.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &r);
-  }
-};
-
 // Hostile peers attack one agent in turn; after each attack the agent must be alive,
 // handle a valid image and give its descriptors back.
-TEST_F(HostileTraffic, AfterEachAttackTheAgentServesAndLeavesNothingBehind) {
+TEST(HostileTraffic, AfterEachAttackTheAgentServesAndLeavesNothingBehind) {
   // It starts at a soft limit of 256 and raises it to the hard one, 4096.
   Agent agent("127.0.0.72", "", 256, 4096);
   ASSERT_TRUE(agent.Start());
@@ -96,23 +90,20 @@ TEST_F(HostileTraffic, AfterEachAttackTheAgentServesAndLeavesNothingBehind) {
   LeftNothingBehind("held-and-trickling");
 }
 
-TEST_F(HostileTraffic, RunningOutOfDescriptorsNeitherKillsNorDeafens) {
-  struct Case {
-    long lngSoft, lngHard;
-    size_t nHeld;
-  };
-  // At a small limit, and at the usual desktop limit of 1,024 with more held than that.
-  const Case cases[] = {{256, 256, 400}, {1024, 1024, 1100}};
-  for (const auto& c : cases) {
-    Agent agent("127.0.0.74", "", c.lngSoft, c.lngHard);
+TEST(HostileTraffic, RunningOutOfDescriptorsNeitherKillsNorDeafens) {
+  // Descriptor limit and connections held: a small limit, and the usual desktop limit of
+  // 1,024 with more held than that.
+  const std::pair<long, size_t> cases[] = {{256, 400}, {1024, 1100}};
+  for (const auto& [lngLimit, nHeld] : cases) {
+    Agent agent("127.0.0.74", "", lngLimit);
     ASSERT_TRUE(agent.Start("1"));  // its timers at their real pace
-    std::vector<int> held = Hold(agent.Address(), c.nHeld);
-    WaitUntil([&] { return agent.OpenDescriptors() + 100 >= static_cast<size_t>(c.lngSoft); }, 10);
+    std::vector<int> held = Hold(agent.Address(), nHeld);
+    WaitUntil([&] { return agent.OpenDescriptors() + 100 >= static_cast<size_t>(lngLimit); }, 10);
     // Short of descriptors for a while, then given them back.
     std::this_thread::sleep_for(std::chrono::seconds(3));
     EXPECT_TRUE(agent.Alive()) << agent.Diagnostics();
     CloseAll(held);
-    EXPECT_TRUE(agent.Served("probe" + std::to_string(c.lngSoft), 10)) << agent.Diagnostics();
+    EXPECT_TRUE(agent.Served("probe" + std::to_string(lngLimit), 10)) << agent.Diagnostics();
     EXPECT_TRUE(agent.Alive());
     // Diagnostics go to standard error, never into the activity log.
     EXPECT_NE(agent.Diagnostics().find("out of descriptors"), std::string::npos);
