@@ -223,9 +223,8 @@ TEST(PropertyBagTest, EveryBrokenRuleIsNotAnImage) {
     EXPECT_EQ(bag.Count(), 0u) << szWhat;
     EXPECT_EQ(bag.Contents(), PropertyBag().Contents()) << szWhat;
   }
-  for (std::size_t n = 0; n < good.size(); ++n) {
+  for (std::size_t n = 0; n < good.size(); ++n)
     EXPECT_FALSE(PropertyBag().SetContents(Bytes(good.begin(), good.begin() + n))) << n;
-  }
   EXPECT_FALSE(PropertyBag().SetContents(nullptr, 8));
 }
 
