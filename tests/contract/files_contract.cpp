@@ -49,6 +49,7 @@ TEST_P(Contract, ListingsFilterByPatternAndAttributes) {
         {d + "\\*", false, false, {"Varno2.exe", "Varno4.exe", "zeta.dll"}},
         {d + "\\*.*", true, true, {".secret.dat*", "Sub/", "Varno2.exe", "Varno4.exe", "zeta.dll"}},
         {d + "\\varno?.EXE", false, false, {"Varno2.exe", "Varno4.exe"}},
+        {d + "\\var*", false, false, {"Varno2.exe", "Varno4.exe"}},
         {d + "\\*.dat", false, false, {}},
         {d + "\\*.dat", true, false, {".secret.dat*"}},
     };
