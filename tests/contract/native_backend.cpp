@@ -12,8 +12,6 @@
 #include <QApplication>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "backend.h"
 #include "platform/native/native_platform.h"
@@ -23,12 +21,6 @@ namespace launchagent::contract {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ReadAll(const std::string& sPath) {
-  std::ostringstream s;
-  s << std::ifstream(sPath, std::ios::binary).rdbuf();
-  return s.str();
-}
 
 class NativeBackend : public Backend {
  public:
@@ -63,19 +55,9 @@ class NativeBackend : public Backend {
   }
 
   platform::Platform& Get() override { return platform_->Get(); }
-  Traits Differences() const override { return {}; }
-  void In(const std::function<void()>& fn) override { fn(); }
 
   std::string Scratch() override { return "C:\\ct"; }
-  void PutFile(const std::string& sName, const std::string& sContent, bool) override {
-    // A leading dot is what hides a file here.
-    std::ofstream(Local(sName), std::ios::binary) << sContent;
-  }
-  void PutFolder(const std::string& sName) override { fs::create_directories(Local(sName)); }
-  std::optional<std::string> FileContent(const std::string& sName) override {
-    if (!fs::is_regular_file(Local(sName))) return std::nullopt;
-    return ReadAll(Local(sName));
-  }
+  std::string Local(const std::string& sName) override { return sRoot_ + "/c/ct/" + sName; }
   std::vector<std::string> RawOrder() override {
     std::vector<std::string> out;
     if (DIR* d = ::opendir((sRoot_ + "/c/ct").c_str())) {
@@ -101,7 +83,6 @@ class NativeBackend : public Backend {
     ::close(s);
     return lngPort;
   }
-  std::string LoopbackHost() override { return "127.0.0.1"; }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
     const auto keys = native::NativeRegistry::ParseStore(
@@ -115,8 +96,6 @@ class NativeBackend : public Backend {
   }
 
  private:
-  std::string Local(const std::string& sName) const { return sRoot_ + "/c/ct/" + sName; }
-
   std::string sRoot_;
   std::string sAgentFolder_;
   native::NativeSettings settings_;

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "backend.h"
 #include "platform/win32/desktop.h"
@@ -79,23 +78,11 @@ class Win32Backend : public Backend {
     t.bMissingFolderIsPathNotFound = !UnderWine();
     return t;
   }
-  void In(const std::function<void()>& fn) override { fn(); }
 
   std::string Scratch() override { return sRoot_ + "\\ct"; }
   void PutFile(const std::string& sName, const std::string& sContent, bool bHidden) override {
-    const std::string sPath = Scratch() + "\\" + sName;
-    std::ofstream(sPath, std::ios::binary) << sContent;
-    if (bHidden) SetFileAttributesA(sPath.c_str(), FILE_ATTRIBUTE_HIDDEN);
-  }
-  void PutFolder(const std::string& sName) override {
-    fs::create_directories(Scratch() + "\\" + sName);
-  }
-  std::optional<std::string> FileContent(const std::string& sName) override {
-    const std::string sPath = Scratch() + "\\" + sName;
-    if (!fs::is_regular_file(sPath)) return std::nullopt;
-    std::ostringstream s;
-    s << std::ifstream(sPath, std::ios::binary).rdbuf();
-    return s.str();
+    Backend::PutFile(sName, sContent, bHidden);
+    if (bHidden) SetFileAttributesA(Local(sName).c_str(), FILE_ATTRIBUTE_HIDDEN);
   }
   // The folder's own order is what FindFirstFileA gives, the call the backend lists with.
   std::vector<std::string> RawOrder() override { return {}; }
@@ -114,7 +101,6 @@ class Win32Backend : public Backend {
     closesocket(s);
     return lngPort;
   }
-  std::string LoopbackHost() override { return "127.0.0.1"; }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
     HKEY hKey = nullptr;

@@ -40,13 +40,23 @@ TEST_P(Contract, AnotherProgramsWindowIsFoundReadAndClosed) {
     EXPECT_EQ(w.ClassName(h, 7), "Thunde");
     EXPECT_EQ(w.WindowText(h, 4), "Var");
 
-    // The agent's own window is a top-level window of the same class.
-    ui::Form form("frmLaunch", "Launch Service for Varno");
+    EXPECT_EQ(w.FindWindowByTitle("varno"), 0) << "titles compare exactly";
+
+    // The agent's own window is a top-level window of the same class; renamed, it is
+    // found by its new title, and another program's close reaches its form.
+    ui::Form form("frmLaunch", "Launch");
+    int nUserCloses = 0;
+    form.OnUserClose = [&] { ++nUserCloses; };
     w.AttachForm(form);
-    const auto hOwn = w.FindWindowByTitle("Launch Service for Varno");
+    const auto hOwn = w.FindWindowByTitle("Launch");
     ASSERT_NE(hOwn, 0);
+    form.SetCaption("Launch Service for Varno");
+    EXPECT_EQ(w.FindWindowByTitle("Launch Service for Varno"), hOwn);
+    EXPECT_EQ(w.WindowText(hOwn, 255), "Launch Service for Varno");
     EXPECT_NE(hOwn, h);
     EXPECT_EQ(w.ClassName(hOwn, 255), kFormClass);
+    EXPECT_TRUE(w.SendClose(hOwn));
+    EXPECT_TRUE(Until([&] { return nUserCloses == 1; }));
     // Walking down from the top reaches both windows, each once, and ends.
     std::vector<platform::WindowHandle> seen;
     for (auto x = w.FindWindowByTitle("Varno"); x != 0 && seen.size() < 10000; x = w.NextWindow(x))
@@ -59,6 +69,7 @@ TEST_P(Contract, AnotherProgramsWindowIsFoundReadAndClosed) {
     EXPECT_TRUE(w.SendClose(h));
     ASSERT_TRUE(Until([&] { return w.FindWindowByTitle("Varno") == 0; }));
     EXPECT_FALSE(w.SendClose(h)) << "a close to a window that is gone";
+    EXPECT_EQ(w.NextWindow(h), 0) << "a walk from a window that is gone ends";
     EXPECT_FALSE(w.ClassName(h, 255).has_value());
   });
 }
