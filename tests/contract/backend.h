@@ -81,9 +81,11 @@ class Backend {
   // The stand-in main application at a path of the system's form: one top-level window
   // of class "ThunderRT6FormDC" titled "Varno" that closes on a close request.
   virtual std::string StandInPath() = 0;
-  // A TCP port nobody listens on, and the name this machine reaches itself by.
+  // A TCP port nobody listens on, and the name this machine reaches itself by. The real
+  // backends bind to 127.0.0.2, so a connection that did not leave from the bound address
+  // shows as one from 127.0.0.1.
   virtual Long FreePort() = 0;
-  virtual std::string LoopbackHost() { return "127.0.0.1"; }
+  virtual std::string LoopbackHost() { return "127.0.0.2"; }
   // A value written through the registry, read back from outside the seam.
   virtual std::optional<std::string> RegistryValue(platform::RegistryRoot root,
                                                    const std::string& sSubKey,

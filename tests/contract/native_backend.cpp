@@ -35,7 +35,7 @@ class NativeBackend : public Backend {
     settings_.drives = {{'C', sRoot_ + "/c"}, {'D', exe.parent_path().parent_path().string()}};
     sAgentFolder_ = "D:\\" + exe.parent_path().filename().string();
     settings_.sHostName = "contract-pc";
-    settings_.sBindAddress = "127.0.0.1";
+    settings_.sBindAddress = "127.0.0.2";
     settings_.bOffscreen = true;
     settings_.sWindowTable = sRoot_ + "/windows";
     settings_.sSystemFolder = sRoot_ + "/c/Windows/System32";

@@ -28,8 +28,10 @@ struct Link {
     server->OnConnectionRequest = [this](Long i, Long id) {
       requests.push_back({i, id});
       if (!bAccept) return;
-      const Long n = server->UBound() + 1;
-      server->Load(n);
+      // The first closed position, as the hardened server takes ended positions again.
+      Long n = 1;
+      while (server->Exists(n) && server->State(n) != kSckClosed) ++n;
+      if (!server->Exists(n)) server->Load(n);
       server->Accept(n, id);
     };
     server->OnDataArrival = [this](Long i, Long n) { arrivals.push_back({i, n}); };
@@ -132,6 +134,19 @@ TEST_P(Contract, AConnectionFromAcceptToPeerClose) {
     EXPECT_EQ(link.server->State(1), kSckClosing);
     EXPECT_TRUE(link.server->Close(1));
     EXPECT_EQ(link.server->State(1), kSckClosed);
+    // A closed position takes the next connection.
+    ASSERT_TRUE(link.client->Close(1) && link.client->Connect(1));
+    ASSERT_TRUE(Until([&] {
+      return link.server->State(1) == kSckConnected && link.client->State(1) == kSckConnected;
+    }));
+    ASSERT_TRUE(link.client->SendData(1, {'z'}));
+    Bytes z;
+    EXPECT_TRUE(Until([&] {
+      const Bytes b = link.server->GetData(1).value_or(Bytes{});
+      z.insert(z.end(), b.begin(), b.end());
+      return !z.empty();
+    }));
+    EXPECT_EQ(z, Bytes{'z'});
   });
 }
 

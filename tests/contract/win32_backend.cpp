@@ -58,10 +58,10 @@ class Win32Backend : public Backend {
     fs::create_directories(sRoot_ + "\\ct");
     fs::create_directories(sRoot_ + "\\Apps");
     CopyFileA(BuildPath(LA_STANDIN_PATH).c_str(), (sRoot_ + "\\Apps\\Varno2.exe").c_str(), FALSE);
-    std::ofstream(sRoot_ + "\\hosts") << "127.0.0.1 contract-pc\n";
+    std::ofstream(sRoot_ + "\\hosts") << "127.0.0.2 contract-pc\n";
     win32::Win32Settings settings;
     settings.sHostName = "contract-pc";
-    settings.sBindAddress = "127.0.0.1";
+    settings.sBindAddress = "127.0.0.2";
     settings.sHostsFile = sRoot_ + "\\hosts";
     settings.bOffscreen = true;
     platform_ = std::make_unique<win32::Win32Platform>(settings);
