@@ -1,6 +1,7 @@
 // Other programs' top-level windows, the agent's own forms as windows, the shell's
 // results, and the Run value's registry calls.
 #include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -74,17 +75,22 @@ TEST_P(Contract, AnotherProgramsWindowIsFoundReadAndClosed) {
   });
 }
 
+// The Run value goes to the machine's root; other keys may go to the user's.
 TEST_P(Contract, RunValueIsWrittenThroughTheRegistry) {
   In([&] {
     auto& r = P().registry;
     const std::string sKey = "Software\\LaunchAgentContract\\Run";
-    const auto key = r.CreateKey(platform::RegistryRoot::CurrentUser, sKey);
-    ASSERT_TRUE(key.has_value());
-    EXPECT_TRUE(r.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));
-    EXPECT_TRUE(r.SetStringValue(*key, "1", "C:\\Launch2\\Launch.exe")) << "replacing";
-    EXPECT_TRUE(r.CloseKey(*key));
-    EXPECT_EQ(B().RegistryValue(platform::RegistryRoot::CurrentUser, sKey, "1"),
-              "C:\\Launch2\\Launch.exe");
+    // A value no earlier run left in a registry that outlives the test.
+    const std::string sData = "C:\\Launch" + std::to_string(std::random_device{}()) + "\\L.exe";
+    for (auto root : {platform::RegistryRoot::CurrentUser, platform::RegistryRoot::LocalMachine}) {
+      const auto key = r.CreateKey(root, sKey);
+      ASSERT_TRUE(key.has_value());
+      EXPECT_TRUE(r.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));
+      EXPECT_TRUE(r.SetStringValue(*key, "1", sData)) << "replacing";
+      EXPECT_TRUE(r.CloseKey(*key));
+      EXPECT_FALSE(r.CloseKey(*key) || r.SetStringValue(*key, "1", "x")) << "a closed key";
+      EXPECT_EQ(B().RegistryValue(root, sKey, "1"), sData);
+    }
   });
 }
 
