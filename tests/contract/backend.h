@@ -39,6 +39,9 @@ struct Traits {
   // A program in a folder that does not exist gives 3 (path not found). Wine's shell
   // answers 2 (file not found) there; the agent only tells > 32 from the rest.
   bool bMissingFolderIsPathNotFound = true;
+  // A detached form's window is gone at once. On an X display it goes when the main
+  // loop takes control again (Qt's deferred deletion), which the case does not run.
+  bool bDetachedWindowGoesAtOnce = true;
 };
 
 class Backend {

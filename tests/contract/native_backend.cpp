@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 class NativeBackend : public Backend {
  public:
-  NativeBackend() {
+  explicit NativeBackend(bool bOffscreen) {
     char szTemplate[] = "/tmp/la-contract-XXXXXX";
     sRoot_ = ::mkdtemp(szTemplate) ? szTemplate : "";
     fs::create_directories(sRoot_ + "/c/ct");
@@ -36,7 +36,7 @@ class NativeBackend : public Backend {
     sAgentFolder_ = "D:\\" + exe.parent_path().filename().string();
     settings_.sHostName = "contract-pc";
     settings_.sBindAddress = "127.0.0.2";
-    settings_.bOffscreen = true;
+    settings_.bOffscreen = bOffscreen;
     settings_.sWindowTable = sRoot_ + "/windows";
     settings_.sSystemFolder = sRoot_ + "/c/Windows/System32";
     settings_.sMachineRegistryFile = sRoot_ + "/machine.reg";
@@ -44,7 +44,7 @@ class NativeBackend : public Backend {
     settings_.sMachineAutostartDir = sRoot_ + "/autostart";
     settings_.sUserAutostartDir = sRoot_ + "/user-autostart";
     // What the started stand-in reads to join this session.
-    ::setenv("LA_OFFSCREEN", "1", 1);
+    ::setenv("LA_OFFSCREEN", bOffscreen ? "1" : "0", 1);
     ::setenv("LA_WINDOW_TABLE", settings_.sWindowTable.c_str(), 1);
     platform_ = std::make_unique<native::NativePlatform>(settings_);
   }
@@ -55,6 +55,11 @@ class NativeBackend : public Backend {
   }
 
   platform::Platform& Get() override { return platform_->Get(); }
+  Traits Differences() const override {
+    Traits t;
+    t.bDetachedWindowGoesAtOnce = settings_.bOffscreen;
+    return t;
+  }
 
   std::string Scratch() override { return "C:\\ct"; }
   std::string Local(const std::string& sName) override { return sRoot_ + "/c/ct/" + sName; }
@@ -74,7 +79,7 @@ class NativeBackend : public Backend {
     const int s = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in a{};
     a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    a.sin_addr.s_addr = htonl(0x7f000002);  // 127.0.0.2, where the backend listens
     socklen_t n = sizeof a;
     Long lngPort = 0;
     if (::bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
@@ -102,16 +107,23 @@ class NativeBackend : public Backend {
   std::unique_ptr<native::NativePlatform> platform_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Native, Contract,
-                         ::testing::Values(BackendMaker{
-                             "native", [] { return std::unique_ptr<Backend>(new NativeBackend); }}),
-                         BackendName);
+// Offscreen, the session's windows are the window table; under a display (the run under
+// Xvfb) they are the display's windows.
+std::vector<BackendMaker> NativeMakers() {
+  std::vector<BackendMaker> makers = {
+      {"native", [] { return std::unique_ptr<Backend>(new NativeBackend(true)); }}};
+  if (std::getenv("DISPLAY"))
+    makers.push_back({"x11", [] { return std::unique_ptr<Backend>(new NativeBackend(false)); }});
+  return makers;
+}
+
+INSTANTIATE_TEST_SUITE_P(Native, Contract, ::testing::ValuesIn(NativeMakers()), BackendName);
 
 }  // namespace
 }  // namespace launchagent::contract
 
 int main(int argc, char** argv) {
-  ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  if (!std::getenv("DISPLAY")) ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QApplication app(argc, argv);
   QCoreApplication::setApplicationName("ThunderRT6FormDC");
   ::testing::InitGoogleTest(&argc, argv);

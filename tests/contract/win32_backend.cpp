@@ -92,7 +92,7 @@ class Win32Backend : public Backend {
     const SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in a{};
     a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    a.sin_addr.s_addr = htonl(0x7f000002);  // 127.0.0.2, where the backend listens
     int n = sizeof a;
     Long lngPort = 0;
     if (bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&

@@ -65,7 +65,8 @@ TEST_P(Contract, AnotherProgramsWindowIsFoundReadAndClosed) {
     EXPECT_LT(seen.size(), 10000u) << "the Z order walk never ends";
     EXPECT_EQ(std::count(seen.begin(), seen.end(), h), 1);
     w.DetachForm(form);
-    EXPECT_EQ(w.FindWindowByTitle("Launch Service for Varno"), 0);
+    EXPECT_TRUE(!Differences().bDetachedWindowGoesAtOnce ||
+                w.FindWindowByTitle("Launch Service for Varno") == 0);
 
     EXPECT_TRUE(w.SendClose(h));
     ASSERT_TRUE(Until([&] { return w.FindWindowByTitle("Varno") == 0; }));
