@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -87,7 +88,18 @@ class Backend {
   // A TCP port nobody listens on, and the name this machine reaches itself by. The real
   // backends bind to 127.0.0.2, so a connection that did not leave from the bound address
   // shows as one from 127.0.0.1.
-  virtual Long FreePort() = 0;
+  virtual Long FreePort() {
+    // One that a listener of this backend can take, from a random start so that runs
+    // at the same time seldom try the same ports.
+    static Long lngNext = 20000 + static_cast<Long>(std::random_device{}() % 30000);
+    auto probe = Get().network.CreateSocketArray("sckProbe");
+    for (int i = 0; i < 100; ++i, ++lngNext)
+      if (probe->SetLocalPort(0, lngNext) && probe->Listen(0)) {
+        probe->Close(0);
+        return lngNext++;
+      }
+    return 0;
+  }
   virtual std::string LoopbackHost() { return "127.0.0.2"; }
   // A value written through the registry, read back from outside the seam.
   virtual std::optional<std::string> RegistryValue(platform::RegistryRoot root,

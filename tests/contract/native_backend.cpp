@@ -3,10 +3,7 @@
 // above the test program (so the agent folder is "D:\contract"). The stand-in is the
 // real stand-in program, started through the shell; it finds the same window table
 // through the environment.
-#include <arpa/inet.h>
 #include <dirent.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -75,19 +72,6 @@ class NativeBackend : public Backend {
   }
   std::string ExpectedAgentFolder() override { return sAgentFolder_; }
   std::string StandInPath() override { return "C:\\Apps\\Varno2.exe"; }
-  Long FreePort() override {
-    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(0x7f000002);  // 127.0.0.2, where the backend listens
-    socklen_t n = sizeof a;
-    Long lngPort = 0;
-    if (::bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-        ::getsockname(s, reinterpret_cast<sockaddr*>(&a), &n) == 0)
-      lngPort = ntohs(a.sin_port);
-    ::close(s);
-    return lngPort;
-  }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
     const auto keys = native::NativeRegistry::ParseStore(

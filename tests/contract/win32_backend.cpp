@@ -88,19 +88,6 @@ class Win32Backend : public Backend {
   std::vector<std::string> RawOrder() override { return {}; }
   std::string ExpectedAgentFolder() override { return ModuleFolder(); }
   std::string StandInPath() override { return sRoot_ + "\\Apps\\Varno2.exe"; }
-  Long FreePort() override {
-    const SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(0x7f000002);  // 127.0.0.2, where the backend listens
-    int n = sizeof a;
-    Long lngPort = 0;
-    if (bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-        getsockname(s, reinterpret_cast<sockaddr*>(&a), &n) == 0)
-      lngPort = ntohs(a.sin_port);
-    closesocket(s);
-    return lngPort;
-  }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
     HKEY hKey = nullptr;
