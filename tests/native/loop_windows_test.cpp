@@ -126,7 +126,7 @@ class FormWindowsTest : public ::testing::Test {
 TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   ASSERT_TRUE(windows_->UsesWindowTable());
   ui::Form form("frmLaunch", "Launch");
-  auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
+  form.Add<ui::TextBox>("txtInfo", "", true);
   windows_->AttachForm(form);
   const auto h = windows_->FindWindowByTitle("Launch");
   ASSERT_NE(h, 0);
@@ -150,11 +150,7 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   form.Show();
   auto* edit = Widget<QPlainTextEdit>(form, "txtInfo");
   ASSERT_NE(edit, nullptr);
-  EXPECT_TRUE(edit->isReadOnly());
-  log.SetText("line 1\r\nline 2");
-  log.SetSelStart(static_cast<Long>(log.Text().size()));
-  EXPECT_TRUE(test::WaitUntil(loop_, [&] { return edit->toPlainText() == "line 1\nline 2"; }));
-  EXPECT_EQ(edit->textCursor().position(), edit->toPlainText().size());
+  EXPECT_TRUE(edit->isReadOnly());  // its text and caret: the next case
   view->resize(900, 700);
   EXPECT_GT(edit->width(), 800);
   view->close();
