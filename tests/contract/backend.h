@@ -8,12 +8,16 @@
 // only touch its platform on its own fiber; the real backends just call the body.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -36,23 +40,41 @@ struct Traits {
   // A program in a folder that does not exist gives 3 (path not found). Wine's shell
   // answers 2 (file not found) there; the agent only tells > 32 from the rest.
   bool bMissingFolderIsPathNotFound = true;
+  // A detached form's window is gone at once. On an X display it goes when the main
+  // loop takes control again (Qt's deferred deletion), which the case does not run.
+  bool bDetachedWindowGoesAtOnce = true;
 };
 
 class Backend {
  public:
   virtual ~Backend() = default;
   virtual platform::Platform& Get() = 0;
-  virtual Traits Differences() const = 0;
-  // Runs fn as the agent process would run it.
-  virtual void In(const std::function<void()>& fn) = 0;
+  virtual Traits Differences() const { return {}; }
+  // Runs fn as the agent process would run it: the real backends just call it.
+  virtual void In(const std::function<void()>& fn) { fn(); }
 
   // A folder of the system's form ("C:\ct") that exists, empty, for this test.
   virtual std::string Scratch() = 0;
-  // Places a file there from outside the seam; hidden as this backend marks files hidden.
-  virtual void PutFile(const std::string& sName, const std::string& sContent, bool bHidden) = 0;
-  virtual void PutFolder(const std::string& sName) = 0;
+  // Where a name of that folder lies for the C library of the test (the real backends).
+  virtual std::string Local(const std::string& sName) { return Scratch() + "\\" + sName; }
+  // Places a file there from outside the seam; hidden as this backend marks files hidden
+  // (a leading dot hides a file on the desktop without further ado).
+  virtual void PutFile(const std::string& sName, const std::string& sContent, bool) {
+    std::ofstream(Local(sName), std::ios::binary) << sContent;
+  }
+  virtual void PutFolder(const std::string& sName) {
+    std::filesystem::create_directories(Local(sName));
+  }
   // What the file system holds under this name, read from outside the seam.
-  virtual std::optional<std::string> FileContent(const std::string& sName) = 0;
+  virtual std::optional<std::string> FileContent(const std::string& sName) {
+    if (!std::filesystem::is_regular_file(Local(sName))) return std::nullopt;
+    return ReadAll(Local(sName));
+  }
+  static std::string ReadAll(const std::string& sPath) {
+    std::ostringstream s;
+    s << std::ifstream(sPath, std::ios::binary).rdbuf();
+    return s.str();
+  }
   // The names in the scratch folder in the order this file system keeps them, read
   // without the seam; empty when the backend has no such view (the order is then
   // only checked to be stable).
@@ -63,9 +85,22 @@ class Backend {
   // The stand-in main application at a path of the system's form: one top-level window
   // of class "ThunderRT6FormDC" titled "Varno" that closes on a close request.
   virtual std::string StandInPath() = 0;
-  // A TCP port nobody listens on, and the name this machine reaches itself by.
-  virtual Long FreePort() = 0;
-  virtual std::string LoopbackHost() = 0;
+  // A TCP port nobody listens on, and the name this machine reaches itself by. The real
+  // backends bind to 127.0.0.2, so a connection that did not leave from the bound address
+  // shows as one from 127.0.0.1.
+  virtual Long FreePort() {
+    // One that a listener of this backend can take, from a random start so that runs
+    // at the same time seldom try the same ports.
+    static Long lngNext = 20000 + static_cast<Long>(std::random_device{}() % 30000);
+    auto probe = Get().network.CreateSocketArray("sckProbe");
+    for (int i = 0; i < 100; ++i, ++lngNext)
+      if (probe->SetLocalPort(0, lngNext) && probe->Listen(0)) {
+        probe->Close(0);
+        return lngNext++;
+      }
+    return 0;
+  }
+  virtual std::string LoopbackHost() { return "127.0.0.2"; }
   // A value written through the registry, read back from outside the seam.
   virtual std::optional<std::string> RegistryValue(platform::RegistryRoot root,
                                                    const std::string& sSubKey,

@@ -80,5 +80,23 @@ TEST_P(Contract, AWaitEndsAtTheFirstEvent) {
   });
 }
 
+// A handler that ends the process stops the loop: the wait it ran in and the main loop
+// after it unwind.
+TEST_P(Contract, AHandlerThatEndsTheProcessStopsTheLoop) {
+  In([&] {
+    auto& loop = P().loop;
+    int nTicks = 0;
+    ui::Timer end("TimerEnd", 10, true);
+    end.OnTick = [&] {
+      ++nTicks;
+      loop.EndProcess();
+    };
+    end.AttachDriver(&loop.Timers());
+    EXPECT_THROW(WaitOn(loop, [] { return false; }), platform::ProcessEnded);
+    EXPECT_EQ(nTicks, 1);
+    EXPECT_THROW(loop.Run(), platform::ProcessEnded);
+  });
+}
+
 }  // namespace
 }  // namespace launchagent::contract

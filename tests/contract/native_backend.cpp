@@ -3,17 +3,12 @@
 // above the test program (so the agent folder is "D:\contract"). The stand-in is the
 // real stand-in program, started through the shell; it finds the same window table
 // through the environment.
-#include <arpa/inet.h>
 #include <dirent.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <QApplication>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "backend.h"
 #include "platform/native/native_platform.h"
@@ -24,15 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadAll(const std::string& sPath) {
-  std::ostringstream s;
-  s << std::ifstream(sPath, std::ios::binary).rdbuf();
-  return s.str();
-}
-
 class NativeBackend : public Backend {
  public:
-  NativeBackend() {
+  explicit NativeBackend(bool bOffscreen) {
     char szTemplate[] = "/tmp/la-contract-XXXXXX";
     sRoot_ = ::mkdtemp(szTemplate) ? szTemplate : "";
     fs::create_directories(sRoot_ + "/c/ct");
@@ -43,8 +32,8 @@ class NativeBackend : public Backend {
     settings_.drives = {{'C', sRoot_ + "/c"}, {'D', exe.parent_path().parent_path().string()}};
     sAgentFolder_ = "D:\\" + exe.parent_path().filename().string();
     settings_.sHostName = "contract-pc";
-    settings_.sBindAddress = "127.0.0.1";
-    settings_.bOffscreen = true;
+    settings_.sBindAddress = "127.0.0.2";
+    settings_.bOffscreen = bOffscreen;
     settings_.sWindowTable = sRoot_ + "/windows";
     settings_.sSystemFolder = sRoot_ + "/c/Windows/System32";
     settings_.sMachineRegistryFile = sRoot_ + "/machine.reg";
@@ -52,7 +41,7 @@ class NativeBackend : public Backend {
     settings_.sMachineAutostartDir = sRoot_ + "/autostart";
     settings_.sUserAutostartDir = sRoot_ + "/user-autostart";
     // What the started stand-in reads to join this session.
-    ::setenv("LA_OFFSCREEN", "1", 1);
+    ::setenv("LA_OFFSCREEN", bOffscreen ? "1" : "0", 1);
     ::setenv("LA_WINDOW_TABLE", settings_.sWindowTable.c_str(), 1);
     platform_ = std::make_unique<native::NativePlatform>(settings_);
   }
@@ -63,19 +52,14 @@ class NativeBackend : public Backend {
   }
 
   platform::Platform& Get() override { return platform_->Get(); }
-  Traits Differences() const override { return {}; }
-  void In(const std::function<void()>& fn) override { fn(); }
+  Traits Differences() const override {
+    Traits t;
+    t.bDetachedWindowGoesAtOnce = settings_.bOffscreen;
+    return t;
+  }
 
   std::string Scratch() override { return "C:\\ct"; }
-  void PutFile(const std::string& sName, const std::string& sContent, bool) override {
-    // A leading dot is what hides a file here.
-    std::ofstream(Local(sName), std::ios::binary) << sContent;
-  }
-  void PutFolder(const std::string& sName) override { fs::create_directories(Local(sName)); }
-  std::optional<std::string> FileContent(const std::string& sName) override {
-    if (!fs::is_regular_file(Local(sName))) return std::nullopt;
-    return ReadAll(Local(sName));
-  }
+  std::string Local(const std::string& sName) override { return sRoot_ + "/c/ct/" + sName; }
   std::vector<std::string> RawOrder() override {
     std::vector<std::string> out;
     if (DIR* d = ::opendir((sRoot_ + "/c/ct").c_str())) {
@@ -88,20 +72,6 @@ class NativeBackend : public Backend {
   }
   std::string ExpectedAgentFolder() override { return sAgentFolder_; }
   std::string StandInPath() override { return "C:\\Apps\\Varno2.exe"; }
-  Long FreePort() override {
-    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t n = sizeof a;
-    Long lngPort = 0;
-    if (::bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-        ::getsockname(s, reinterpret_cast<sockaddr*>(&a), &n) == 0)
-      lngPort = ntohs(a.sin_port);
-    ::close(s);
-    return lngPort;
-  }
-  std::string LoopbackHost() override { return "127.0.0.1"; }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
     const auto keys = native::NativeRegistry::ParseStore(
@@ -115,24 +85,29 @@ class NativeBackend : public Backend {
   }
 
  private:
-  std::string Local(const std::string& sName) const { return sRoot_ + "/c/ct/" + sName; }
-
   std::string sRoot_;
   std::string sAgentFolder_;
   native::NativeSettings settings_;
   std::unique_ptr<native::NativePlatform> platform_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Native, Contract,
-                         ::testing::Values(BackendMaker{
-                             "native", [] { return std::unique_ptr<Backend>(new NativeBackend); }}),
-                         BackendName);
+// Offscreen, the session's windows are the window table; under a display (the run under
+// Xvfb) they are the display's windows.
+std::vector<BackendMaker> NativeMakers() {
+  std::vector<BackendMaker> makers = {
+      {"native", [] { return std::unique_ptr<Backend>(new NativeBackend(true)); }}};
+  if (std::getenv("DISPLAY"))
+    makers.push_back({"x11", [] { return std::unique_ptr<Backend>(new NativeBackend(false)); }});
+  return makers;
+}
+
+INSTANTIATE_TEST_SUITE_P(Native, Contract, ::testing::ValuesIn(NativeMakers()), BackendName);
 
 }  // namespace
 }  // namespace launchagent::contract
 
 int main(int argc, char** argv) {
-  ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  if (!std::getenv("DISPLAY")) ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
   QApplication app(argc, argv);
   QCoreApplication::setApplicationName("ThunderRT6FormDC");
   ::testing::InitGoogleTest(&argc, argv);

@@ -47,7 +47,6 @@ class SimBackend : public Backend {
   std::vector<std::string> RawOrder() override { return {}; }
   std::string ExpectedAgentFolder() override { return "C:\\App"; }
   std::string StandInPath() override { return "C:\\Apps\\Varno2.exe"; }
-  Long FreePort() override { return lngNextPort_++; }
   std::string LoopbackHost() override { return "PC1"; }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
@@ -59,7 +58,6 @@ class SimBackend : public Backend {
   sim::World w_;
   sim::HostId h_ = 0;
   sim::ProcessId pid_ = 0;
-  Long lngNextPort_ = 41000;
 };
 
 INSTANTIATE_TEST_SUITE_P(Sim, Contract,

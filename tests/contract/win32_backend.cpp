@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "backend.h"
 #include "platform/win32/desktop.h"
@@ -59,10 +58,10 @@ class Win32Backend : public Backend {
     fs::create_directories(sRoot_ + "\\ct");
     fs::create_directories(sRoot_ + "\\Apps");
     CopyFileA(BuildPath(LA_STANDIN_PATH).c_str(), (sRoot_ + "\\Apps\\Varno2.exe").c_str(), FALSE);
-    std::ofstream(sRoot_ + "\\hosts") << "127.0.0.1 contract-pc\n";
+    std::ofstream(sRoot_ + "\\hosts") << "127.0.0.2 contract-pc\n";
     win32::Win32Settings settings;
     settings.sHostName = "contract-pc";
-    settings.sBindAddress = "127.0.0.1";
+    settings.sBindAddress = "127.0.0.2";
     settings.sHostsFile = sRoot_ + "\\hosts";
     settings.bOffscreen = true;
     platform_ = std::make_unique<win32::Win32Platform>(settings);
@@ -79,42 +78,16 @@ class Win32Backend : public Backend {
     t.bMissingFolderIsPathNotFound = !UnderWine();
     return t;
   }
-  void In(const std::function<void()>& fn) override { fn(); }
 
   std::string Scratch() override { return sRoot_ + "\\ct"; }
   void PutFile(const std::string& sName, const std::string& sContent, bool bHidden) override {
-    const std::string sPath = Scratch() + "\\" + sName;
-    std::ofstream(sPath, std::ios::binary) << sContent;
-    if (bHidden) SetFileAttributesA(sPath.c_str(), FILE_ATTRIBUTE_HIDDEN);
-  }
-  void PutFolder(const std::string& sName) override {
-    fs::create_directories(Scratch() + "\\" + sName);
-  }
-  std::optional<std::string> FileContent(const std::string& sName) override {
-    const std::string sPath = Scratch() + "\\" + sName;
-    if (!fs::is_regular_file(sPath)) return std::nullopt;
-    std::ostringstream s;
-    s << std::ifstream(sPath, std::ios::binary).rdbuf();
-    return s.str();
+    Backend::PutFile(sName, sContent, bHidden);
+    if (bHidden) SetFileAttributesA(Local(sName).c_str(), FILE_ATTRIBUTE_HIDDEN);
   }
   // The folder's own order is what FindFirstFileA gives, the call the backend lists with.
   std::vector<std::string> RawOrder() override { return {}; }
   std::string ExpectedAgentFolder() override { return ModuleFolder(); }
   std::string StandInPath() override { return sRoot_ + "\\Apps\\Varno2.exe"; }
-  Long FreePort() override {
-    const SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int n = sizeof a;
-    Long lngPort = 0;
-    if (bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-        getsockname(s, reinterpret_cast<sockaddr*>(&a), &n) == 0)
-      lngPort = ntohs(a.sin_port);
-    closesocket(s);
-    return lngPort;
-  }
-  std::string LoopbackHost() override { return "127.0.0.1"; }
   std::optional<std::string> RegistryValue(platform::RegistryRoot root, const std::string& sSubKey,
                                            const std::string& sName) override {
     HKEY hKey = nullptr;

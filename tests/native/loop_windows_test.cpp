@@ -17,23 +17,19 @@
 namespace launchagent::native {
 namespace {
 
-// Timers that tick, stop and go are the seam's contract (tests/contract).
-TEST(EventLoop, AHandlerThatEndsTheProcessStopsTheLoop) {
+// Timers, and the end of the process stopping waits and the main loop, are the seam's
+// contract (tests/contract); here the shared loop's pumps and deliveries after the end.
+TEST(EventLoop, AfterTheEndNothingIsPumpedOrDelivered) {
   TimeBase time(1.0);
   NativeEventLoop loop(time);
-  int nTicks = 0;
-  // A handler that ends the process stops the loop and everything after it.
   ui::Timer end("TimerEnd", 10, true);
-  end.OnTick = [&] {
-    ++nTicks;
-    loop.EndProcess();
-  };
+  end.OnTick = [&] { loop.EndProcess(); };
   end.AttachDriver(&loop.Timers());
   EXPECT_THROW(for (int i = 0; i < 100; ++i) loop.WaitForEvents(0.05), platform::ProcessEnded);
   EXPECT_THROW(loop.ProcessPendingEvents(), platform::ProcessEnded);
-  EXPECT_THROW(loop.Run(), platform::ProcessEnded);
-  loop.Deliver([&] { ++nTicks; });
-  EXPECT_EQ(nTicks, 1);
+  bool bRan = false;
+  loop.Deliver([&] { bRan = true; });
+  EXPECT_FALSE(bRan);
 }
 
 TEST(EventLoop, TimeScaleSpeedsTheClockAndTimers) {
@@ -125,18 +121,15 @@ class FormWindowsTest : public ::testing::Test {
 };
 
 // The agent's log window is a window of the session's table even while hidden; found,
-// read, walked and gone at detaching as the seam's contract checks. Another program's
-// close request reaches the model; the user's close only hides it.
+// read, renamed, walked, closed by others and gone at detaching as the seam's contract
+// checks. The user's close only hides it.
 TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   ASSERT_TRUE(windows_->UsesWindowTable());
   ui::Form form("frmLaunch", "Launch");
-  auto& log = form.Add<ui::TextBox>("txtInfo", "", true);
+  form.Add<ui::TextBox>("txtInfo", "", true);
   windows_->AttachForm(form);
   const auto h = windows_->FindWindowByTitle("Launch");
   ASSERT_NE(h, 0);
-  form.SetCaption("Launch Service for Varno");
-  EXPECT_EQ(windows_->FindWindowByTitle("Launch Service for Varno"), h);
-  EXPECT_EQ(windows_->WindowText(h, 50), "Launch Service for Varno");
 
   // Another program's window below ours in the same session.
   WindowTable other(settings_.sWindowTable);
@@ -147,8 +140,6 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
 
   int nUserCloses = 0;
   form.OnUserClose = [&] { ++nUserCloses; };
-  EXPECT_TRUE(windows_->SendClose(h));
-  EXPECT_EQ(nUserCloses, 1);
   // A window of nobody who answers: sent, waited for a while, still there.
   EXPECT_TRUE(windows_->SendClose(v));
   EXPECT_NE(windows_->FindWindowByTitle("Varno"), 0);
@@ -159,11 +150,7 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   form.Show();
   auto* edit = Widget<QPlainTextEdit>(form, "txtInfo");
   ASSERT_NE(edit, nullptr);
-  EXPECT_TRUE(edit->isReadOnly());
-  log.SetText("line 1\r\nline 2");
-  log.SetSelStart(static_cast<Long>(log.Text().size()));
-  EXPECT_TRUE(test::WaitUntil(loop_, [&] { return edit->toPlainText() == "line 1\nline 2"; }));
-  EXPECT_EQ(edit->textCursor().position(), edit->toPlainText().size());
+  EXPECT_TRUE(edit->isReadOnly());  // its text and caret: the next case
   view->resize(900, 700);
   EXPECT_GT(edit->width(), 800);
   view->close();
@@ -174,7 +161,7 @@ TEST_F(FormWindowsTest, TheLogWindowIsAWindowOfTheSession) {
   view->close();
   EXPECT_TRUE(form.Visible());
   EXPECT_TRUE(view->isMinimized());
-  EXPECT_EQ(nUserCloses, 1);
+  EXPECT_EQ(nUserCloses, 0);
   windows_->MessageBox("Agent Setup", "Could not save");  // offscreen: told and passed by
   windows_->DetachForm(form);
 }

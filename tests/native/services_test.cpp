@@ -166,7 +166,6 @@ TEST_F(FilesTest, RegistryRunValueGoesToTheStoreAndAutostart) {
   EXPECT_TRUE(registry.SetStringValue(*key, "1", "C:\\Program Files\\Launch\\Launch.exe"));
   EXPECT_TRUE(registry.SetStringValue(*key, "1", "C:\\Launch\\Launch.exe"));
   EXPECT_TRUE(registry.CloseKey(*key));
-  EXPECT_FALSE(registry.CloseKey(*key) || registry.SetStringValue(*key, "1", "x"));
   const auto store = NativeRegistry::ParseStore(test::ReadText(dir_ / "etc/registry"));
   EXPECT_EQ(store.at(sRun).at("1"), "C:\\Launch\\Launch.exe");
   const std::string sEntry = test::ReadText(dir_ / "etc/autostart/launch-agent-run-1.desktop");
@@ -195,7 +194,6 @@ TEST(ShareSearch, ListsTheMountRootInTheBackground) {
   for (const char* sz : {"pc2/c", "pc1/c", "pc1/data", "pc1/.hidden", "pc3"})
     test::MakeDirs(dir / sz);
   test::WriteText(dir / "pc1/file", "not a share");
-  test::MakeDirs(dir / (std::string(130, 'x') + "/" + std::string(130, 'y')));
   TimeBase time(1.0);
   NativeShareSearch search(time, dir.Path(), 0), missing(time, dir / "none", 0);
   search.FindResources();
@@ -213,9 +211,8 @@ TEST(ShareSearch, ListsTheMountRootInTheBackground) {
     search.GetResource(buffer);
     names.emplace_back(buffer.data());
   }
-  // Sorted, hidden folders and files left out, cut to what the buffer holds.
-  const std::string sLong = "\\\\" + std::string(130, 'x') + "\\" + std::string(130, 'y');
-  EXPECT_EQ(names, (Names{"\\\\pc1\\c", "\\\\pc1\\data", "\\\\pc2\\c", sLong.substr(0, 255)}));
+  // Sorted, hidden folders and files left out (names cut to the buffer: tests/win32).
+  EXPECT_EQ(names, (Names{"\\\\pc1\\c", "\\\\pc1\\data", "\\\\pc2\\c"}));
 
   NativeShareSearch slow(time, dir.Path(), 3600);
   slow.FindResources();

@@ -6,6 +6,7 @@
 
 #include "platform/win32/hosts_file.h"
 #include "platform/win32/share_search.h"
+#include "platform/win32/sockets.h"
 #include "win32_test_support.h"
 
 namespace launchagent::win32 {
@@ -70,6 +71,13 @@ TEST(Win32Settings, OptionsAreParsedOrRefusedInOneLine) {
     EXPECT_EQ(bOk ? Outcome(s) : sError, c.sCheck);
     EXPECT_EQ(sError.find('\n'), std::string::npos);
   }
+}
+
+// The agent refuses to bind to an address of another machine (with Winsock started).
+using BindAddressTest = Win32LoopTest;
+TEST_F(BindAddressTest, OnlyAddressesOfThisMachineAreLocal) {
+  EXPECT_TRUE(IsLocalAddress("127.0.0.1"));
+  EXPECT_FALSE(IsLocalAddress("10.254.254.254"));
 }
 
 TEST(Win32Settings, HelpStartsWithOneLineOfDescriptionAndNamesEveryOption) {
