@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -267,6 +268,13 @@ Integer NativeFileSystem::CopyFile(const std::string& sSource, const std::string
   }
   ::close(in);
   if (!bOk) return 5;
+  // A missing destination folder is "path not found", as the other systems answer it.
+  const std::string::size_type nSlash = dst->rfind('/');
+  struct stat dir_st {};
+  if (nSlash != std::string::npos &&
+      (::stat(dst->substr(0, std::max<std::string::size_type>(nSlash, 1)).c_str(), &dir_st) != 0 ||
+       !S_ISDIR(dir_st.st_mode)))
+    return 3;
   // Programs copied from another computer must stay runnable here.
   return ReplaceWith(*dst, sData.data(), sData.size(), sst.st_mode & 0777) ? 0 : 6;
 }
