@@ -8,6 +8,7 @@
 // only touch its platform on its own fiber; the real backends just call the body.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -119,11 +120,17 @@ inline std::string BackendName(const ::testing::TestParamInfo<BackendMaker>& inf
   return info.param.sName;
 }
 
-// Waits on the loop until cond holds or about nMaxWaits waits (of 0.05 agent seconds) passed.
+// Waits on the loop until cond holds, for at least nMaxWaits waits (of 0.05 agent seconds)
+// and at least 20 real seconds: each event ends a wait early, and a busy machine hands a
+// large send over in many small arrivals.
 inline bool WaitOn(platform::EventLoop& loop, const std::function<bool()>& cond,
                    int nMaxWaits = 200) {
-  for (int i = 0; i < nMaxWaits && !cond(); ++i) loop.WaitForEvents(0.05);
-  return cond();
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  for (int i = 0; !cond(); ++i) {
+    if (i >= nMaxWaits && std::chrono::steady_clock::now() >= deadline) return false;
+    loop.WaitForEvents(0.05);
+  }
+  return true;
 }
 
 class Contract : public ::testing::TestWithParam<BackendMaker> {
